@@ -1,0 +1,53 @@
+/* Result codes of the vexa runtime. 2 is success; 0 and 1 are results of
+ * test-like operators ("false", "true"), never failures. Everything above 2
+ * is a failure whose text VErrorMessage gives. Ranges:
+ *   1201-1220  wrong type of input control parameter 1..20
+ *   1301-1320  wrong value of input control parameter 1..20
+ *   1401-1420  wrong number of values of input control parameter 1..20
+ *   2001-2009  wrong number of objects at input object parameter 1..9
+ *   2101-2109  wrong object class at input object parameter 1..9
+ *   3xxx       memory, 4xxx object database, 5xxx files and I/O,
+ *   6xxx       image and region data, 9xxx instances and operator table,
+ *   7001-7403  codes of the interface library's call frame. */
+#ifndef VEXA_ERRORS_H
+#define VEXA_ERRORS_H
+
+#define VERR_CTRL_TYPE(i) (1201u + (unsigned)(i))   /* i counts from 0 */
+#define VERR_CTRL_VALUE(i) (1301u + (unsigned)(i))
+#define VERR_CTRL_NUM(i) (1401u + (unsigned)(i))
+#define VERR_OBJ_NUM(i) (2000u + (unsigned)(i))     /* i counts from 1 */
+#define VERR_OBJ_CLASS(i) (2100u + (unsigned)(i))
+
+#define VERR_OUT_OF_MEMORY 3001u        /* not enough memory */
+#define VERR_MEM_FREE 3002u             /* freeing memory not allocated here */
+#define VERR_TOO_LARGE 3003u            /* requested size beyond the limits */
+
+#define VERR_KEY_INVALID 4001u          /* key names no object */
+#define VERR_KEY_DELETED 4002u          /* key names a deleted object */
+#define VERR_NOT_KEY_TUPLE 4003u        /* object is not a key tuple */
+#define VERR_NOT_REGION 4004u           /* object holds no region */
+#define VERR_NOT_IMAGE 4005u            /* object holds no image */
+#define VERR_NO_SYSTEM_OBJECT 4006u     /* unknown named system object */
+#define VERR_OBJ_INDEX 4007u            /* object index out of range */
+#define VERR_EMPTY_OBJECT 4008u         /* operator needs a non-empty object */
+
+#define VERR_FILE_NOT_FOUND 5001u
+#define VERR_FILE_READ 5002u
+#define VERR_FILE_WRITE 5003u
+#define VERR_FILE_FORMAT 5004u
+
+#define VERR_PIXEL_TYPE 6001u           /* pixel type not supported here */
+#define VERR_IMAGE_SIZE 6002u           /* image sizes do not match / invalid */
+#define VERR_CHANNEL 6003u              /* channel index or count invalid */
+#define VERR_COORD_RANGE 6004u          /* coordinate outside the image */
+
+#define VERR_NOT_AVAILABLE 9001u        /* operator not available in this runtime */
+#define VERR_OP_INDEX 9002u             /* no operator with this index */
+#define VERR_OP_NAME 9003u              /* no operator with this name */
+#define VERR_PROC_INVALID 9004u         /* not a valid operator instance */
+#define VERR_PAR_INDEX 9005u            /* parameter number out of range */
+#define VERR_INTERNAL 9006u             /* internal error of the runtime */
+#define VERR_WINDOW_STACK_EMPTY 9101u   /* window stack is empty */
+#define VERR_WINDOW_INVALID 9102u       /* not an open window */
+
+#endif /* VEXA_ERRORS_H */
