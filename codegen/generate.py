@@ -7,6 +7,8 @@
   runtime/op_table.cpp            the runtime's operator table
   tests/signatures_test.cpp       takes the address of every overload with
                                   the signature the catalogue prescribes
+  tests/sweep_calls.inc           one call of every operator with empty
+                                  arguments, for the bad-input sweep
 
 Files are only rewritten when their content changes, so that an edit of the
 table recompiles just what it affects."""
@@ -165,6 +167,32 @@ def signature_test(catalogue):
     return "".join(out)
 
 
+def sweep_test(ops):
+    """Calls every operator once through its first procedural function with
+    empty objects and empty tuples, and once through VOperator, and checks
+    that both answer with the same code and that nothing leaks."""
+    out = [HEADER_NOTE, "#include <vexaobj.h>\n\n#include <vector>\n\n",
+           "using namespace Vexa;\n\nnamespace vexa_sweep {\n\n"]
+    for op in ops:
+        args = (["Vobject()"] * len(op.inp_obj) + ["&o%d" % i for i in range(len(op.outp_obj))]
+                + ["VTuple()"] * len(op.inp_ctrl)
+                + ["&t%d" % i for i in range(len(op.outp_ctrl))])
+        body = ["unsigned int Call%d() {" % op.index]
+        if op.outp_obj:
+            body.append("  Vobject %s;" % ", ".join("o%d" % i for i in range(len(op.outp_obj))))
+        if op.outp_ctrl:
+            body.append("  VTuple %s;" % ", ".join("t%d" % i for i in range(len(op.outp_ctrl))))
+        body.append("  return %s(%s);" % (op.name, ", ".join(args)))
+        body.append("}")
+        out.append("\n".join(body) + "\n")
+    out.append("\nconst std::vector<unsigned int (*)()>& Calls() {\n"
+               "  static const std::vector<unsigned int (*)()> calls = {\n")
+    for i in range(0, len(ops), 8):
+        out.append("    " + ", ".join("&Call%d" % op.index for op in ops[i:i + 8]) + ",\n")
+    out.append("  };\n  return calls;\n}\n\n}  // namespace vexa_sweep\n")
+    return "".join(out)
+
+
 def main():
     ap = argparse.ArgumentParser()
     ap.add_argument("--decl", required=True)
@@ -185,6 +213,7 @@ def main():
     write_if_changed(os.path.join(args.out, "runtime/op_table.cpp"), op_table(ops))
     write_if_changed(os.path.join(args.out, "tests/signatures_test.cpp"),
                      signature_test(catalogue))
+    write_if_changed(os.path.join(args.out, "tests/sweep_calls.inc"), sweep_test(ops))
     return 0
 
 
