@@ -1,0 +1,26 @@
+// The whole interface of the library in one include: control values and
+// tuples, exceptions, the call frame, object keys, the dynamic operator and
+// the procedural operator functions. Headers of class families that are
+// not part of every build are taken only when present.
+#ifndef VEXAOBJ_H
+#define VEXAOBJ_H
+
+#include <vexaobj/VBase.h>
+#include <vexaobj/VCtrlVal.h>
+#include <vexaobj/VException.h>
+#include <vexaobj/VTuple.h>
+
+#if __has_include(<vexaobj/VCPP.h>)
+#include <vexaobj/VCPP.h>
+#endif
+#if __has_include(<vexaobj/Vobject.h>)
+#include <vexaobj/Vobject.h>
+#endif
+#if __has_include(<vexaobj/VOperator.h>)
+#include <vexaobj/VOperator.h>
+#endif
+#if __has_include(<vexaobj/VProcedural.h>)
+#include <vexaobj/VProcedural.h>
+#endif
+
+#endif  // VEXAOBJ_H
