@@ -1,0 +1,101 @@
+// Texts of the runtime's result codes. The interface shows these texts to
+// the application in failure reports, so each one names the problem.
+#include <cstdio>
+
+#include "vexa/errors.h"
+#include "vexa/runtime.h"
+
+namespace {
+
+// The interface's buffers hold 1,024 bytes.
+constexpr size_t kTextBuffer = 1024;
+
+struct FixedText {
+  Vresult code;
+  const char* text;
+};
+
+const FixedText kFixedTexts[] = {
+    {0, "Result: false"},
+    {1, "Result: true"},
+    {VRESULT_OK, "No error"},
+    {VERR_OUT_OF_MEMORY, "Not enough memory"},
+    {VERR_MEM_FREE, "Memory to be freed was not allocated by the runtime"},
+    {VERR_TOO_LARGE, "Requested memory size is beyond the limits"},
+    {VERR_KEY_INVALID, "Key names no object of the database"},
+    {VERR_KEY_DELETED, "Key names an object that was deleted"},
+    {VERR_NOT_KEY_TUPLE, "Object is not a key tuple"},
+    {VERR_NOT_REGION, "Object holds no region"},
+    {VERR_NOT_IMAGE, "Object holds no image"},
+    {VERR_NO_SYSTEM_OBJECT, "Unknown system object"},
+    {VERR_OBJ_INDEX, "Object index out of range"},
+    {VERR_EMPTY_OBJECT, "Operator needs a non-empty object"},
+    {VERR_FILE_NOT_FOUND, "File not found"},
+    {VERR_FILE_READ, "Error while reading a file"},
+    {VERR_FILE_WRITE, "Error while writing a file"},
+    {VERR_FILE_FORMAT, "Wrong file format"},
+    {VERR_PIXEL_TYPE, "Pixel type not supported by this operator"},
+    {VERR_IMAGE_SIZE, "Image sizes do not match or are invalid"},
+    {VERR_CHANNEL, "Invalid channel index or number of channels"},
+    {VERR_COORD_RANGE, "Coordinate outside the image"},
+    {VRESULT_OUT_COUNT, "Wrong number of values of a single-valued output parameter"},
+    {VRESULT_OUT_TYPE, "Wrong type of a single-valued output parameter"},
+    {VRESULT_OUT_OBJ_COUNT, "Wrong number of objects for an output object parameter"},
+    {VRESULT_OUT_NULL, "Null pointer for an output object parameter"},
+    {VERR_NOT_AVAILABLE, "Operator not available in this runtime"},
+    {VERR_OP_INDEX, "No operator with this index"},
+    {VERR_OP_NAME, "No operator with this name"},
+    {VERR_PROC_INVALID, "Not a valid operator instance"},
+    {VERR_PAR_INDEX, "Parameter number out of range for this operator"},
+    {VERR_INTERNAL, "Internal error of the runtime"},
+    {VERR_WINDOW_STACK_EMPTY, "Window stack is empty"},
+    {VERR_WINDOW_INVALID, "Not an open window"},
+};
+
+// Codes that carry a parameter number: first code, number of the first
+// parameter, how many there are, and the text with the number.
+struct NumberedText {
+  Vresult first;
+  int first_number;
+  int count;
+  const char* format;
+};
+
+const NumberedText kNumberedTexts[] = {
+    {VERR_CTRL_TYPE(0), 1, VMAX_INP_CTRL, "Wrong type of control parameter %d"},
+    {VERR_CTRL_VALUE(0), 1, VMAX_INP_CTRL, "Wrong value of control parameter %d"},
+    {VERR_CTRL_NUM(0), 1, VMAX_INP_CTRL,
+     "Wrong number of values of control parameter %d"},
+    {VERR_OBJ_NUM(1), 1, VMAX_INP_OBJ,
+     "Wrong number of objects at input object parameter %d"},
+    {VERR_OBJ_CLASS(1), 1, VMAX_INP_OBJ,
+     "Wrong object class at input object parameter %d"},
+};
+
+}  // namespace
+
+extern "C" {
+
+void VErrorMessage(Vresult code, char* buffer) {
+  if (!buffer) return;
+  for (const FixedText& t : kFixedTexts) {
+    if (t.code == code) {
+      std::snprintf(buffer, kTextBuffer, "%s", t.text);
+      return;
+    }
+  }
+  for (const NumberedText& t : kNumberedTexts) {
+    if (code >= t.first && code < t.first + static_cast<Vresult>(t.count)) {
+      std::snprintf(buffer, kTextBuffer, t.format,
+                    t.first_number + static_cast<int>(code - t.first));
+      return;
+    }
+  }
+  std::snprintf(buffer, kTextBuffer, "Unknown error code %u", code);
+}
+
+void IOWIN32PrintErrorMessage(const char* text) {
+  std::fprintf(stderr, "%s\n", text ? text : "");
+}
+
+}  // extern "C"
