@@ -1,0 +1,447 @@
+#include "objdb.h"
+
+#include <cstddef>
+#include <cstring>
+#include <deque>
+#include <limits>
+#include <map>
+#include <mutex>
+#include <type_traits>
+
+#include "objdb_rl_view.h"
+#include "vexa/errors.h"
+
+namespace vexa {
+namespace db {
+
+namespace {
+
+constexpr uint32_t kLiveMagic = 0x4F424A4Cu;  // "OBJL"
+constexpr uint32_t kDeadMagic = 0xDEADB0B0u;
+constexpr size_t kChunkRecords = 256;
+
+// A pixel buffer with the number of key references that reach it.
+struct Channel {
+  std::unique_ptr<PixelBuffer> buffer;
+  Vlong refs;
+};
+
+// What a live record holds beyond its head; allocated per object so that a
+// freed record keeps nothing.
+struct Payload {
+  std::vector<Vkey> keys;  // tuples
+  RegionPtr region;        // iconic objects
+  std::vector<Channel*> channels;
+  std::unique_ptr<RLView> rl;  // built on the first DBGetRLPtr
+};
+
+struct Record {
+  VKeyRecordHead head;  // must stay first: the key is the record's address
+  uint32_t magic;
+  uint32_t permanent;
+  Vlong refs;
+  Payload* payload;
+};
+static_assert(std::is_standard_layout<Record>::value,
+              "the record's address must be its head's address");
+static_assert(offsetof(Record, head) == 0, "the head leads the record");
+
+int32_t ClassId(const Record* r) { return r->head.tag - VOBJ_TAG_BASE; }
+bool IsTuple(const Record* r) { return ClassId(r) == VOBJ_TUPLE; }
+bool IsImage(const Record* r) {
+  return !IsTuple(r) && !r->payload->channels.empty();
+}
+
+class Database {
+ public:
+  std::mutex mu;
+
+  // Returns the live record of `key`, or null with *err set.
+  Record* Lookup(Vkey key, Vresult* err) const {
+    const auto a = reinterpret_cast<uintptr_t>(key);
+    auto it = chunks_.upper_bound(a);
+    if (it == chunks_.begin()) return Fail(err, VERR_KEY_INVALID);
+    --it;
+    if (a >= it->second.end || (a - it->first) % sizeof(Record) != 0)
+      return Fail(err, VERR_KEY_INVALID);
+    Record* r = reinterpret_cast<Record*>(a);
+    if (r->magic == kDeadMagic) return Fail(err, VERR_KEY_DELETED);
+    // A pool record that was never used yet.
+    if (r->magic != kLiveMagic) return Fail(err, VERR_KEY_INVALID);
+    return r;
+  }
+
+  // A new live record with one reference; null if memory is short.
+  Record* Allocate(int32_t class_id, Payload* payload) {
+    if (free_.size() <= kQuarantine && !Grow()) return nullptr;
+    Record* r = free_.front();
+    free_.pop_front();
+    std::memset(&r->head, 0, sizeof r->head);
+    r->head.tag = class_id + VOBJ_TAG_BASE;
+    r->magic = kLiveMagic;
+    r->permanent = 0;
+    r->refs = 1;
+    r->payload = payload;
+    if (class_id == VOBJ_TUPLE) {
+      r->head.tuple_num = static_cast<int32_t>(payload->keys.size());
+      ++stats_.tuples;
+    } else {
+      r->head.channels = static_cast<uint16_t>(payload->channels.size());
+      ++(payload->channels.empty() ? stats_.regions : stats_.images);
+    }
+    return r;
+  }
+
+  // Adds references to a record and to the channels it reaches.
+  void Retain(Record* r, Vlong n) {
+    if (r->permanent) return;
+    r->refs += n;
+    for (Channel* ch : r->payload->channels) ch->refs += n;
+  }
+
+  // Drops one reference; frees what reaches zero. Tuples release their
+  // keys through a work list rather than recursion, so deep nesting cannot
+  // exhaust the stack.
+  void Drop(Record* first) {
+    std::vector<Record*> work{first};
+    while (!work.empty()) {
+      Record* r = work.back();
+      work.pop_back();
+      if (r->permanent) continue;
+      --r->refs;
+      for (Channel* ch : r->payload->channels) {
+        if (--ch->refs == 0) {
+          delete ch;
+          --stats_.channels;
+        }
+      }
+      if (r->refs > 0) continue;
+      for (Vkey k : r->payload->keys)
+        work.push_back(reinterpret_cast<Record*>(k));
+      Free(r);
+    }
+  }
+
+  Channel* AddChannel(std::unique_ptr<PixelBuffer> buffer) {
+    ++stats_.channels;
+    return new Channel{std::move(buffer), 0};
+  }
+
+  const Stats& stats() const { return stats_; }
+
+  Record* empty_object() {
+    if (empty_ == nullptr) {
+      empty_ = Allocate(VOBJ_TUPLE, new Payload());
+      if (empty_ == nullptr) return nullptr;
+      empty_->permanent = 1;
+      --stats_.tuples;
+    }
+    return empty_;
+  }
+
+ private:
+  struct ChunkInfo {
+    uintptr_t end;
+    std::unique_ptr<Record[]> records;
+  };
+
+  static Record* Fail(Vresult* err, Vresult code) {
+    *err = code;
+    return nullptr;
+  }
+
+  bool Grow() {
+    std::unique_ptr<Record[]> chunk(new (std::nothrow) Record[kChunkRecords]());
+    if (!chunk) return false;
+    for (size_t i = 0; i < kChunkRecords; ++i) free_.push_back(&chunk[i]);
+    const auto begin = reinterpret_cast<uintptr_t>(chunk.get());
+    chunks_[begin] = ChunkInfo{begin + kChunkRecords * sizeof(Record),
+                               std::move(chunk)};
+    return true;
+  }
+
+  void Free(Record* r) {
+    if (IsTuple(r))
+      --stats_.tuples;
+    else
+      --(r->payload->channels.empty() ? stats_.regions : stats_.images);
+    delete r->payload;
+    r->payload = nullptr;
+    std::memset(&r->head, 0, sizeof r->head);  // the interface reads the tag
+    r->magic = kDeadMagic;
+    free_.push_back(r);
+  }
+
+  std::map<uintptr_t, ChunkInfo> chunks_;  // by start address
+  std::deque<Record*> free_;               // oldest freed first
+  Record* empty_ = nullptr;
+  Stats stats_;
+};
+
+// Never destroyed: keys may be released by static destructors of
+// applications after this file's statics would be gone.
+Database& Db() {
+  static Database* db = new Database();
+  return *db;
+}
+
+Vkey KeyOf(Record* r) { return reinterpret_cast<Vkey>(r); }
+
+// Stores a new record for `payload` or frees the payload.
+Vresult Publish(Database& db, int32_t class_id, Payload* payload, Vkey* key) {
+  Record* r = db.Allocate(class_id, payload);
+  if (r == nullptr) {
+    delete payload;
+    return VERR_OUT_OF_MEMORY;
+  }
+  *key = KeyOf(r);
+  return VRESULT_OK;
+}
+
+}  // namespace
+
+Vresult Check(Vkey key) {
+  Database& db = Db();
+  std::lock_guard<std::mutex> lock(db.mu);
+  Vresult err = VRESULT_OK;
+  db.Lookup(key, &err);
+  return err;
+}
+
+Vresult KindOf(Vkey key, ObjKind* kind) {
+  Database& db = Db();
+  std::lock_guard<std::mutex> lock(db.mu);
+  Vresult err = VRESULT_OK;
+  const Record* r = db.Lookup(key, &err);
+  if (r == nullptr) return err;
+  *kind = IsTuple(r) ? ObjKind::kTuple
+                     : IsImage(r) ? ObjKind::kImage : ObjKind::kRegion;
+  return VRESULT_OK;
+}
+
+Vresult NewRegion(RegionPtr region, Vkey* key) {
+  auto* payload = new (std::nothrow) Payload();
+  if (payload == nullptr) return VERR_OUT_OF_MEMORY;
+  payload->region = region ? std::move(region) : Region::Empty();
+  Database& db = Db();
+  std::lock_guard<std::mutex> lock(db.mu);
+  return Publish(db, VOBJ_ICONIC, payload, key);
+}
+
+Vresult NewImage(RegionPtr domain,
+                 std::vector<std::unique_ptr<PixelBuffer>> channels,
+                 Vkey* key) {
+  if (channels.empty() ||
+      channels.size() > std::numeric_limits<uint16_t>::max())
+    return VERR_CHANNEL;
+  for (const auto& ch : channels) {
+    if (!ch || ch->width() != channels[0]->width() ||
+        ch->height() != channels[0]->height())
+      return VERR_IMAGE_SIZE;
+  }
+  auto* payload = new (std::nothrow) Payload();
+  if (payload == nullptr) return VERR_OUT_OF_MEMORY;
+  payload->region = domain ? std::move(domain) : Region::Empty();
+  Database& db = Db();
+  std::lock_guard<std::mutex> lock(db.mu);
+  for (auto& ch : channels) {
+    Channel* c = db.AddChannel(std::move(ch));
+    c->refs = 1;
+    payload->channels.push_back(c);
+  }
+  return Publish(db, VOBJ_ICONIC, payload, key);
+}
+
+Vresult NewImageWithDomain(Vkey image, RegionPtr domain, Vkey* key) {
+  auto* payload = new (std::nothrow) Payload();
+  if (payload == nullptr) return VERR_OUT_OF_MEMORY;
+  payload->region = domain ? std::move(domain) : Region::Empty();
+  Database& db = Db();
+  std::lock_guard<std::mutex> lock(db.mu);
+  Vresult err = VRESULT_OK;
+  const Record* src = db.Lookup(image, &err);
+  if (src == nullptr || !IsImage(src)) {
+    delete payload;
+    return src == nullptr ? err : VERR_NOT_IMAGE;
+  }
+  payload->channels = src->payload->channels;
+  for (Channel* ch : payload->channels) ++ch->refs;
+  return Publish(db, VOBJ_ICONIC, payload, key);
+}
+
+Vresult NewTuple(const Vkey* keys, Vlong num, Vkey* key) {
+  if (num < 0) return VERR_OBJ_INDEX;
+  if (num > std::numeric_limits<int32_t>::max()) return VERR_TOO_LARGE;
+  if (num > 0 && keys == nullptr) return VERR_KEY_INVALID;
+  auto* payload = new (std::nothrow) Payload();
+  if (payload == nullptr) return VERR_OUT_OF_MEMORY;
+  Database& db = Db();
+  std::lock_guard<std::mutex> lock(db.mu);
+  std::vector<Record*> members;
+  members.reserve(static_cast<size_t>(num));
+  for (Vlong i = 0; i < num; ++i) {
+    Vresult err = VRESULT_OK;
+    Record* r = db.Lookup(keys[i], &err);
+    if (r == nullptr) {
+      delete payload;
+      return err;
+    }
+    members.push_back(r);
+  }
+  // References only once every key proved live: a failure changes nothing.
+  for (Record* r : members) db.Retain(r, 1);
+  payload->keys.assign(keys, keys + num);
+  return Publish(db, VOBJ_TUPLE, payload, key);
+}
+
+Vkey EmptyObject() {
+  Database& db = Db();
+  std::lock_guard<std::mutex> lock(db.mu);
+  Record* r = db.empty_object();
+  return r != nullptr ? KeyOf(r) : VKEY_UNDEF;
+}
+
+Vresult AddRef(Vkey key) {
+  Database& db = Db();
+  std::lock_guard<std::mutex> lock(db.mu);
+  Vresult err = VRESULT_OK;
+  Record* r = db.Lookup(key, &err);
+  if (r == nullptr) return err;
+  db.Retain(r, 1);
+  return VRESULT_OK;
+}
+
+Vresult Release(Vkey key) {
+  Database& db = Db();
+  std::lock_guard<std::mutex> lock(db.mu);
+  Vresult err = VRESULT_OK;
+  Record* r = db.Lookup(key, &err);
+  if (r == nullptr) return err;
+  db.Drop(r);
+  return VRESULT_OK;
+}
+
+Vresult Copy(Vkey key, Vkey* copy) {
+  Database& db = Db();
+  std::lock_guard<std::mutex> lock(db.mu);
+  Vresult err = VRESULT_OK;
+  Record* r = db.Lookup(key, &err);
+  if (r == nullptr) return err;
+  if (r->permanent) {
+    *copy = key;
+    return VRESULT_OK;
+  }
+  auto* payload = new (std::nothrow) Payload();
+  if (payload == nullptr) return VERR_OUT_OF_MEMORY;
+  payload->keys = r->payload->keys;
+  payload->region = r->payload->region;
+  payload->channels = r->payload->channels;
+  for (Vkey k : payload->keys) db.Retain(reinterpret_cast<Record*>(k), 1);
+  for (Channel* ch : payload->channels) ++ch->refs;
+  const Vresult res = Publish(db, ClassId(r), payload, copy);
+  if (res != VRESULT_OK) {
+    // Publish freed the payload; undo the references it held.
+    for (Channel* ch : r->payload->channels) --ch->refs;
+    for (Vkey k : r->payload->keys) db.Drop(reinterpret_cast<Record*>(k));
+  }
+  return res;
+}
+
+Vresult GetRegion(Vkey key, RegionPtr* region) {
+  Database& db = Db();
+  std::lock_guard<std::mutex> lock(db.mu);
+  Vresult err = VRESULT_OK;
+  const Record* r = db.Lookup(key, &err);
+  if (r == nullptr) return err;
+  if (IsTuple(r)) return VERR_NOT_REGION;
+  *region = r->payload->region;
+  return VRESULT_OK;
+}
+
+Vresult GetImage(Vkey key, ImageData* image) {
+  Database& db = Db();
+  std::lock_guard<std::mutex> lock(db.mu);
+  Vresult err = VRESULT_OK;
+  const Record* r = db.Lookup(key, &err);
+  if (r == nullptr) return err;
+  if (!IsImage(r)) return VERR_NOT_IMAGE;
+  image->domain = r->payload->region;
+  image->channels.clear();
+  for (const Channel* ch : r->payload->channels)
+    image->channels.push_back(ch->buffer.get());
+  return VRESULT_OK;
+}
+
+Vresult WritableChannel(Vkey key, int channel, PixelBuffer** buffer) {
+  Database& db = Db();
+  std::lock_guard<std::mutex> lock(db.mu);
+  Vresult err = VRESULT_OK;
+  Record* r = db.Lookup(key, &err);
+  if (r == nullptr) return err;
+  if (!IsImage(r)) return VERR_NOT_IMAGE;
+  std::vector<Channel*>& channels = r->payload->channels;
+  if (channel < 0 || static_cast<size_t>(channel) >= channels.size())
+    return VERR_CHANNEL;
+  Channel*& ch = channels[static_cast<size_t>(channel)];
+  if (ch->refs > r->refs) {
+    // Others see this buffer: this record's references move to a copy.
+    std::unique_ptr<PixelBuffer> copy;
+    const Vresult res = ch->buffer->Clone(&copy);
+    if (res != VRESULT_OK) return res;
+    ch->refs -= r->refs;
+    ch = db.AddChannel(std::move(copy));
+    ch->refs = r->refs;
+  }
+  *buffer = ch->buffer.get();
+  return VRESULT_OK;
+}
+
+Stats GetStats() {
+  Database& db = Db();
+  std::lock_guard<std::mutex> lock(db.mu);
+  return db.stats();
+}
+
+Vresult GetRLView(Vkey key, Vrlregion** rl) {
+  Database& db = Db();
+  std::lock_guard<std::mutex> lock(db.mu);
+  Vresult err = VRESULT_OK;
+  Record* r = db.Lookup(key, &err);
+  if (r == nullptr) return err;
+  if (IsTuple(r)) return VERR_NOT_REGION;
+  Payload& p = *r->payload;
+  if (!p.rl) {
+    std::unique_ptr<RLView> view;
+    const Vresult res = BuildRLView(*p.region, &view);
+    if (res != VRESULT_OK) return res;
+    p.rl = std::move(view);
+  }
+  *rl = &p.rl->record;
+  return VRESULT_OK;
+}
+
+Vresult FetchTuple(Vkey key, Vkey** keys, Vlong* num) {
+  Database& db = Db();
+  std::lock_guard<std::mutex> lock(db.mu);
+  Vresult err = VRESULT_OK;
+  Record* r = db.Lookup(key, &err);
+  if (r == nullptr) return err;
+  if (!IsTuple(r)) return VERR_NOT_KEY_TUPLE;
+  *keys = r->payload->keys.data();
+  *num = static_cast<Vlong>(r->payload->keys.size());
+  return VRESULT_OK;
+}
+
+Vresult NumImageRefs(Vkey key, Vlong* num) {
+  Database& db = Db();
+  std::lock_guard<std::mutex> lock(db.mu);
+  Vresult err = VRESULT_OK;
+  const Record* r = db.Lookup(key, &err);
+  if (r == nullptr) return err;
+  if (!IsImage(r)) return VERR_NOT_IMAGE;
+  *num = r->payload->channels[0]->refs;
+  return VRESULT_OK;
+}
+
+}  // namespace db
+}  // namespace vexa

@@ -1,0 +1,78 @@
+// Run-length regions: the pixel sets behind every region object and every
+// image domain of the object database.
+//
+// A Region is a sorted list of chords (row, first column, last column).
+// Chords are ordered by row, then by first column; chords of one row never
+// overlap or touch (touching runs are merged), so every region has exactly
+// one representation and two regions are equal exactly when their chord
+// lists are. Regions are immutable once made and shared by pointer between
+// objects; area and centre are computed once, at creation.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "vexa/types.h"
+
+namespace vexa {
+
+struct Chord {
+  int32_t r;
+  int32_t cb;
+  int32_t ce;  // inclusive
+};
+
+inline bool operator==(const Chord& a, const Chord& b) {
+  return a.r == b.r && a.cb == b.cb && a.ce == b.ce;
+}
+
+class Region;
+using RegionPtr = std::shared_ptr<const Region>;
+
+class Region {
+ public:
+  // Sorts and merges any list of chords (overlapping, touching, unordered;
+  // chords with ce < cb are dropped).
+  static RegionPtr FromChords(std::vector<Chord> chords);
+  // Takes chords that are already in canonical order and merged, as scans
+  // produce them; skips the sort. The caller guarantees the order.
+  static RegionPtr FromCanonicalChords(std::vector<Chord> chords);
+  static RegionPtr Empty();
+  // Rows r1..r2, columns c1..c2, inclusive; empty if r2 < r1 or c2 < c1.
+  static RegionPtr Rectangle(int32_t r1, int32_t c1, int32_t r2, int32_t c2);
+
+  const std::vector<Chord>& chords() const { return chords_; }
+  bool empty() const { return chords_.empty(); }
+  Vlong area() const { return area_; }
+  // Centre of gravity; 0, 0 for the empty region.
+  double row() const { return row_; }
+  double col() const { return col_; }
+
+  bool Contains(int32_t r, int32_t c) const;
+  // Smallest enclosing rectangle; false for the empty region.
+  bool BoundingBox(int32_t* r1, int32_t* c1, int32_t* r2, int32_t* c2) const;
+  // True when every coordinate fits in int16 (the chord format of the
+  // database's run-length view).
+  bool FitsInt16() const;
+
+  // The part inside rows r1..r2, columns c1..c2 (inclusive).
+  RegionPtr ClipToRectangle(int32_t r1, int32_t c1, int32_t r2,
+                            int32_t c2) const;
+  static RegionPtr Union(const Region& a, const Region& b);
+  static RegionPtr Intersection(const Region& a, const Region& b);
+
+ private:
+  explicit Region(std::vector<Chord> canonical);
+
+  std::vector<Chord> chords_;
+  Vlong area_ = 0;
+  double row_ = 0.0;
+  double col_ = 0.0;
+};
+
+inline bool operator==(const Region& a, const Region& b) {
+  return a.chords() == b.chords();
+}
+
+}  // namespace vexa
