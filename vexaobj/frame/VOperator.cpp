@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <new>
 
 #include <vexa/errors.h>
@@ -26,6 +27,7 @@ constexpr const char* kConstructorProc = "VOperator::VOperator(char *op_name)";
 constexpr int kScratchSize = 50;
 
 char* CopyName(const char* name) {
+  if (name == nullptr) return nullptr;
   char* copy = new (std::nothrow) char[std::strlen(name) + 1];
   if (copy == nullptr) {
     VEXA_RAISE("new", "Out of memory");
@@ -65,11 +67,13 @@ VOperator::VOperator(const char* name)
       _outp_ctrl_num(0),
       op_name(nullptr),
       op_number(-1) {
+  // The allocations are held locally until the end, so that a handler
+  // that throws out of one of the raises below loses nothing.
   const VTuple name_tuple(name);
-  char* c_name = new (std::nothrow) char[kScratchSize];
-  char* op_type = new (std::nothrow) char[kScratchSize];
+  std::unique_ptr<char[]> c_name(new (std::nothrow) char[kScratchSize]);
+  std::unique_ptr<char[]> op_type(new (std::nothrow) char[kScratchSize]);
   if (c_name == nullptr || op_type == nullptr) VEXA_RAISE("new", "Out of memory");
-  op_name = CopyName(name);
+  std::unique_ptr<char[]> own_name(CopyName(name));
 
   void* proc = nullptr;
   unsigned int rc = VGetVProc(-1, &proc);
@@ -86,16 +90,15 @@ VOperator::VOperator(const char* name)
   }
 
   Vlong counts[4] = {0, 0, 0, 0};
-  get_param_num(name_tuple, c_name, &counts[0], &counts[1], &counts[2],
-                &counts[3], op_type);
+  get_param_num(name_tuple, c_name.get(), &counts[0], &counts[1], &counts[2],
+                &counts[3], op_type.get());
   _inp_obj_num = static_cast<int>(counts[0]);
   _outp_obj_num = static_cast<int>(counts[1]);
   _inp_ctrl_num = static_cast<int>(counts[2]);
   _outp_ctrl_num = static_cast<int>(counts[3]);
   get_param_names(name_tuple, &inp_obj_names, &outp_obj_names, &inp_ctrl_names,
                   &outp_ctrl_names);
-  delete[] c_name;
-  delete[] op_type;
+  op_name = own_name.release();
 }
 
 VOperator::VOperator(const VOperator& other)
@@ -119,7 +122,8 @@ VOperator& VOperator::operator=(const VOperator& other) {
 VOperator::~VOperator() { delete[] op_name; }
 
 void VOperator::CopyOperator(const VOperator& other) {
-  op_name = CopyName(other.op_name);
+  // Held locally until the end, so that a throwing handler loses nothing.
+  std::unique_ptr<char[]> own_name(CopyName(other.op_name));
   op_number = other.op_number;
   _inp_obj_num = other._inp_obj_num;
   _outp_obj_num = other._outp_obj_num;
@@ -135,6 +139,7 @@ void VOperator::CopyOperator(const VOperator& other) {
   std::copy_n(other.inp_ctrl, std::clamp(_inp_ctrl_num, 0, kCtrlSlots), inp_ctrl);
   std::copy_n(other.outp_ctrl, std::clamp(_outp_ctrl_num, 0, kCtrlSlots),
               outp_ctrl);
+  op_name = own_name.release();
 }
 
 int VOperator::Search_Number(const char* name, const VTuple& names) {
