@@ -62,8 +62,17 @@ void VBaseArray::Extend(Vlong index) {
                                 : INT32_MIN;
     capacity = truncated > index + 1 ? truncated : index + 1;
   }
+  const Vlong old_alloc = num_alloc;
   num_alloc = capacity;
-  NewLength(capacity, old_num);
+  try {
+    NewLength(capacity, old_num);
+  } catch (...) {
+    // A handler threw out of a failed reallocation: the counts go back to
+    // the storage that is still in place.
+    num = old_num;
+    num_alloc = old_alloc;
+    throw;
+  }
 }
 
 }  // namespace Vexa

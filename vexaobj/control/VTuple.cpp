@@ -131,22 +131,24 @@ VTuple& VTuple::operator=(const VTuple& in) {
 void VTuple::Reset() { ClearTuple(); }
 
 void VTuple::ClearTuple() {
-  for (Vlong i = num - 1; i >= 0; --i) elems[i].ClearCtrlVal();
-  VEXA_FREE(elems);
+  ReleaseElems(elems, num);
   elems = nullptr;
   EmptyArray();
 }
 
 void VTuple::CopyTuple(const VTuple& in) {
   state = in.state;
-  SetArray(in.num, in.num_alloc);
   elems = nullptr;
-  if (num_alloc <= 0) return;
-  elems = VEXA_ALLOC_ELEMS(num_alloc, "void VTuple::CopyTuple(const VTuple& in)");
-  if (elems == nullptr) {
-    EmptyArray();
-    return;
+  // The array is taken before the counts are set, so that a handler that
+  // throws out of a failed allocation leaves a consistent empty tuple.
+  if (in.num_alloc > 0) {
+    elems = VEXA_ALLOC_ELEMS(in.num_alloc, "void VTuple::CopyTuple(const VTuple& in)");
+    if (elems == nullptr) {
+      EmptyArray();
+      return;
+    }
   }
+  SetArray(in.num, in.num_alloc);
   for (Vlong i = 0; i < num; ++i) elems[i].CopyCtrlVal(in.elems[i]);
 }
 
@@ -163,12 +165,22 @@ void VTuple::NewLength(Vlong new_num, Vlong old_num) {
     }
     return;
   }
-  for (Vlong i = 0; i < old_num; ++i) {
-    fresh[i].CopyCtrlVal(elems[i]);
-    elems[i].ClearCtrlVal();
+  // Strings are duplicated, not moved by pointer. All copies are made
+  // before the old entries are released, so that a handler throwing out of
+  // a failed copy leaves the tuple as it was.
+  try {
+    for (Vlong i = 0; i < old_num; ++i) fresh[i].CopyCtrlVal(elems[i]);
+  } catch (...) {
+    ReleaseElems(fresh, old_num);
+    throw;
   }
-  VEXA_FREE(elems);
+  ReleaseElems(elems, old_num);
   elems = fresh;
+}
+
+void VTuple::ReleaseElems(VCtrlVal* array, Vlong count) {
+  for (Vlong i = count - 1; i >= 0; --i) array[i].ClearCtrlVal();
+  VEXA_FREE(array);
 }
 
 void VTuple::CastToVctuple(Vctuple& rec) const {

@@ -67,6 +67,9 @@ class VTuple : public VBaseArray {
  private:
   void NewLength(Vlong new_num, Vlong old_num) override;
   void ClearTuple();
+  // Frees the strings of the first `count` entries, last first, and the
+  // array itself.
+  static void ReleaseElems(VCtrlVal* array, Vlong count);
   void CopyTuple(const VTuple& in);
   // Storage of a one-value tuple (room for num_def entries); false, with
   // the tuple left empty, when the allocation failed.
