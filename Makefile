@@ -8,7 +8,7 @@ CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
 # Packages the build, the tests and the benchmarks need.
 PACKAGES = cmake ninja-build g++ make python3 ccache pkg-config \
-           libgtest-dev libgmock-dev libbenchmark-dev
+           libgtest-dev libgmock-dev libbenchmark-dev libpcre2-dev
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
