@@ -29,7 +29,7 @@ class OperatorSweep : public ::testing::Test {
  protected:
   void SetUp() override { old_handler_ = VException::InstallVHandler(&ThrowCopy); }
   void TearDown() override { VException::InstallVHandler(old_handler_); }
-  VException::VHandlerProc old_handler_ = nullptr;
+  VHandlerProc old_handler_ = nullptr;
 };
 
 TEST_F(OperatorSweep, BothFacesAnswerWithTheSameCodeAndLoseNothing) {
