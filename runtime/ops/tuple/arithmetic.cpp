@@ -106,14 +106,14 @@ Vresult Ldexp(const Value& a, const Value& b, Value* r) {
 
 // min2/max2: the chosen value, promoted to real if the pair mixes integer
 // and real; two strings compare by bytes; a string against a number is a
-// type error. `want` is -1 for the smaller, 1 for the greater.
+// type error of the second operand. `want` is -1 for the smaller, 1 for the greater.
 Vresult Extreme(const Value& a, const Value& b, Value* r, int want) {
-  if (a.IsString() && b.IsString()) {
+  if (a.type == VPAR_UNDEF) return VERR_CTRL_TYPE(0);
+  if (b.type == VPAR_UNDEF || a.IsString() != b.IsString()) return VERR_CTRL_TYPE(1);
+  if (a.IsString()) {
     *r = SortOrder(a, b) * want >= 0 ? a : b;
     return VRESULT_OK;
   }
-  const Vresult rc = CheckNumbers(a, b);
-  if (rc != VRESULT_OK) return rc;
   bool unordered = false;
   const int c = CompareNumbers(a, b, &unordered);
   // A NaN on either side propagates, as fmin/fmax would not do silently.

@@ -61,7 +61,7 @@ Vresult WholeOrder(OpContext& ctx, Rel rel) {
     if (rc != VRESULT_OK) return rc;
   }
   if (c == 0) c = (a.size() > b.size()) - (a.size() < b.size());
-  return WriteLong(ctx, 0, !unordered && Holds(rel, c));
+  return ctx.SetOutpLong(0, !unordered && Holds(rel, c));
 }
 
 bool WholeEqual(const Values& a, const Values& b) {
@@ -109,10 +109,10 @@ Vresult Logic(OpContext& ctx, Op op) {
 }  // namespace
 
 VEXA_OPERATOR(tuple_equal) {
-  return WriteLong(ctx, 0, WholeEqual(ReadValues(ctx, 0), ReadValues(ctx, 1)));
+  return ctx.SetOutpLong(0, WholeEqual(ReadValues(ctx, 0), ReadValues(ctx, 1)));
 }
 VEXA_OPERATOR(tuple_not_equal) {
-  return WriteLong(ctx, 0, !WholeEqual(ReadValues(ctx, 0), ReadValues(ctx, 1)));
+  return ctx.SetOutpLong(0, !WholeEqual(ReadValues(ctx, 0), ReadValues(ctx, 1)));
 }
 VEXA_OPERATOR(tuple_less) { return WholeOrder(ctx, Rel::kLess); }
 VEXA_OPERATOR(tuple_greater) { return WholeOrder(ctx, Rel::kGreater); }

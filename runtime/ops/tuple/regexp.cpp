@@ -205,7 +205,7 @@ VEXA_OPERATOR(tuple_regexp_select) {
 VEXA_OPERATOR(tuple_regexp_test) {
   Values selected;
   const Vresult rc = Select(ctx, &selected);
-  return rc != VRESULT_OK ? rc : WriteLong(ctx, 0, static_cast<Vlong>(selected.size()));
+  return rc != VRESULT_OK ? rc : ctx.SetOutpLong(0, static_cast<Vlong>(selected.size()));
 }
 
 }  // namespace vexa::tuple

@@ -70,7 +70,7 @@ double SequenceCount(const Value& start, const Value& end, const Value& step) {
 }  // namespace
 
 VEXA_OPERATOR(tuple_length) {
-  return WriteLong(ctx, 0, ctx.CtrlNum(0));
+  return ctx.SetOutpLong(0, ctx.CtrlNum(0));
 }
 
 VEXA_OPERATOR(tuple_concat) {
@@ -214,7 +214,7 @@ VEXA_OPERATOR(tuple_sort_index) {
   if (rc != VRESULT_OK) return rc;
   std::vector<Vlong> out;
   for (size_t i : SortedIndices(t)) out.push_back(static_cast<Vlong>(i));
-  return WriteLongs(ctx, 0, out);
+  return ctx.SetOutpLongs(0, out);
 }
 
 // Removes neighbouring duplicates (1 and 1.0 are equal); the first of a
@@ -233,17 +233,17 @@ VEXA_OPERATOR(tuple_find) {
   const Values t = ReadValues(ctx, 0), what = ReadValues(ctx, 1);
   if (t.empty() || what.empty()) return ctx.SetOutpEmpty(0);
   const std::vector<Vlong> found = Occurrences(t, what);
-  return found.empty() ? WriteLong(ctx, 0, -1) : WriteLongs(ctx, 0, found);
+  return found.empty() ? ctx.SetOutpLong(0, -1) : ctx.SetOutpLongs(0, found);
 }
 
 VEXA_OPERATOR(tuple_find_first) {
   const std::vector<Vlong> found = Occurrences(ReadValues(ctx, 0), ReadValues(ctx, 1));
-  return WriteLong(ctx, 0, found.empty() ? -1 : found.front());
+  return ctx.SetOutpLong(0, found.empty() ? -1 : found.front());
 }
 
 VEXA_OPERATOR(tuple_find_last) {
   const std::vector<Vlong> found = Occurrences(ReadValues(ctx, 0), ReadValues(ctx, 1));
-  return WriteLong(ctx, 0, found.empty() ? -1 : found.back());
+  return ctx.SetOutpLong(0, found.empty() ? -1 : found.back());
 }
 
 // start, start + step, ... up to and including `end` when reached. Three

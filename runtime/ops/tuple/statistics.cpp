@@ -126,7 +126,7 @@ VEXA_OPERATOR(tuple_histo_range) {
     const double bin = std::floor((x - min) / width);
     ++histo[std::min(static_cast<size_t>(bin), histo.size() - 1)];
   }
-  rc = WriteLongs(ctx, 0, histo);
+  rc = ctx.SetOutpLongs(0, histo);
   return rc != VRESULT_OK ? rc : ctx.SetOutpDouble(1, width);
 }
 

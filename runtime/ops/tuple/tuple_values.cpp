@@ -103,7 +103,6 @@ Vresult ReadNumber(const OpContext& ctx, int par, Value* out) {
 // ---- Writing ------------------------------------------------------------------
 
 Vresult WriteValues(OpContext& ctx, int par, const Values& v) {
-  if (v.empty()) return ctx.SetOutpEmpty(par);
   CtrlValues out;
   for (const Value& e : v) {
     if (e.IsLong()) out.Add(e.l);
@@ -113,13 +112,6 @@ Vresult WriteValues(OpContext& ctx, int par, const Values& v) {
   return ctx.SetOutpValues(par, out);
 }
 
-Vresult WriteLongs(OpContext& ctx, int par, const std::vector<Vlong>& v) {
-  return v.empty() ? ctx.SetOutpEmpty(par) : ctx.SetOutpLongs(par, v);
-}
-
-Vresult WriteLong(OpContext& ctx, int par, Vlong v) {
-  return ctx.SetOutpLong(par, v);
-}
 
 // ---- Broadcasting -------------------------------------------------------------
 

@@ -60,8 +60,6 @@ Vresult ReadNumber(const OpContext& ctx, int par, Value* out);
 // ---- Writing output controls ---------------------------------------------
 
 Vresult WriteValues(OpContext& ctx, int par, const Values& v);
-Vresult WriteLongs(OpContext& ctx, int par, const std::vector<Vlong>& v);
-Vresult WriteLong(OpContext& ctx, int par, Vlong v);
 
 // Upper bound for results whose length the caller chooses (gen_const,
 // gen_sequence, rand): beyond it VERR_TOO_LARGE instead of an attempt to

@@ -30,7 +30,7 @@ int TupleType(const Values& t) {
 }
 
 Vresult WholeTypeIs(OpContext& ctx, int type) {
-  return WriteLong(ctx, 0, TupleType(ReadValues(ctx, 0)) == type);
+  return ctx.SetOutpLong(0, TupleType(ReadValues(ctx, 0)) == type);
 }
 
 Vresult ElemTypeIs(OpContext& ctx, int type) {
@@ -155,7 +155,7 @@ Vlong ByteValue(char c) { return static_cast<unsigned char>(c); }
 
 }  // namespace
 
-VEXA_OPERATOR(tuple_type) { return WriteLong(ctx, 0, TupleType(ReadValues(ctx, 0))); }
+VEXA_OPERATOR(tuple_type) { return ctx.SetOutpLong(0, TupleType(ReadValues(ctx, 0))); }
 VEXA_OPERATOR(tuple_is_int) { return WholeTypeIs(ctx, VPAR_LONG); }
 VEXA_OPERATOR(tuple_is_real) { return WholeTypeIs(ctx, VPAR_DOUBLE); }
 VEXA_OPERATOR(tuple_is_string) { return WholeTypeIs(ctx, VPAR_STRING); }
@@ -258,7 +258,7 @@ VEXA_OPERATOR(tuple_ords) {
   std::vector<Vlong> codes;
   for (const std::string& s : strings)
     for (char c : s) codes.push_back(ByteValue(c));
-  return WriteLongs(ctx, 0, codes);
+  return ctx.SetOutpLongs(0, codes);
 }
 
 }  // namespace vexa::tuple
