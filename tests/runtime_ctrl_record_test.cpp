@@ -88,13 +88,15 @@ TEST_F(RuntimeCtrlRecord, ClearLeavesBorrowedStorageAlone) {
 }
 
 TEST_F(RuntimeCtrlRecord, ClearReportsAForeignString) {
-  char foreign[32] = "not from the runtime";
+  void* block = nullptr;
+  ASSERT_EQ(VXAlloc(nullptr, 256, &block), VRESULT_OK);
   Vctuple rec = Empty();
-  rec.val.s = foreign + 16;  // aligned, but no block of the runtime
+  rec.val.s = static_cast<char*>(block) + 128;  // aligned, but no block start
   rec.type = VPAR_STRING;
   rec.num = 1;
   EXPECT_EQ(VctClearElem(nullptr, &rec), VERR_MEM_FREE);
   ExpectEmptyState(rec);
+  EXPECT_EQ(VXFree(nullptr, block), VRESULT_OK);
 }
 
 TEST_F(RuntimeCtrlRecord, ConvertMakesAnElementArray) {
