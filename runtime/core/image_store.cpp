@@ -89,9 +89,8 @@ size_t PixelBuffer::pixel_bytes() const {
 
 Vresult PixelBuffer::Create(PixelType type, int32_t width, int32_t height,
                             std::unique_ptr<PixelBuffer>* out) {
-  if (width < 1 || height < 1 || width > kMaxImageSide ||
-      height > kMaxImageSide)
-    return VERR_IMAGE_SIZE;
+  if (width < 1 || height < 1) return VERR_IMAGE_SIZE;
+  if (width > kMaxImageSide || height > kMaxImageSide) return VERR_TOO_LARGE;
   // Both sides are below 2^15, so the product cannot overflow size_t.
   const size_t bytes = static_cast<size_t>(width) * height * PixelSize(type);
   if (bytes > kMaxChannelBytes) return VERR_TOO_LARGE;
@@ -133,6 +132,12 @@ double PixelBuffer::Get(int32_t r, int32_t c) const {
       return Load<float>(data_ + 4 * k);
   }
   return 0.0;
+}
+
+double PixelBuffer::GetImaginary(int32_t r, int32_t c) const {
+  if (type_ != PixelType::kComplex) return 0.0;
+  const size_t k = static_cast<size_t>(r) * width_ + c;
+  return Load<float>(data_ + 4 * (k + static_cast<size_t>(num_pixels())));
 }
 
 void PixelBuffer::Set(int32_t r, int32_t c, double v) {

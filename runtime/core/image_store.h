@@ -48,8 +48,8 @@ constexpr size_t kMaxChannelBytes = size_t{1} << 32;
 
 class PixelBuffer {
  public:
-  // A buffer of zeros. Sizes below 1 or above kMaxImageSide give
-  // VERR_IMAGE_SIZE, a buffer beyond kMaxChannelBytes VERR_TOO_LARGE, a
+  // A buffer of zeros. Sizes below 1 give VERR_IMAGE_SIZE, sizes above
+  // kMaxImageSide or a buffer beyond kMaxChannelBytes VERR_TOO_LARGE, a
   // failed allocation VERR_OUT_OF_MEMORY.
   static Vresult Create(PixelType type, int32_t width, int32_t height,
                         std::unique_ptr<PixelBuffer>* out);
@@ -68,9 +68,12 @@ class PixelBuffer {
   unsigned char* data() { return data_; }
   const unsigned char* data() const { return data_; }
 
-  // The value of pixel (r, c) as a double; for complex the real part.
-  // No bounds check: callers clip to the image first.
+  // The value of pixel (r, c) as a double; for complex the real part (int8
+  // values beyond 2^53 lose their low bits). No bounds check: callers clip
+  // to the image first.
   double Get(int32_t r, int32_t c) const;
+  // The imaginary part of a complex pixel; 0 for every other type.
+  double GetImaginary(int32_t r, int32_t c) const;
   // Writes pixel (r, c), rounding and clipping to the type's range (the
   // real part for complex; the imaginary part becomes 0).
   void Set(int32_t r, int32_t c, double value);

@@ -109,16 +109,18 @@ class Database {
       work.pop_back();
       if (r->permanent) continue;
       --r->refs;
-      for (Channel* ch : r->payload->channels) {
-        if (--ch->refs == 0) {
-          delete ch;
-          --stats_.channels;
-        }
-      }
+      for (Channel* ch : r->payload->channels) DropChannel(ch);
       if (r->refs > 0) continue;
       for (Vkey k : r->payload->keys)
         work.push_back(reinterpret_cast<Record*>(k));
       Free(r);
+    }
+  }
+
+  void DropChannel(Channel* ch) {
+    if (--ch->refs == 0) {
+      delete ch;
+      --stats_.channels;
     }
   }
 
@@ -244,12 +246,17 @@ Vresult NewImage(RegionPtr domain,
   payload->region = domain ? std::move(domain) : Region::Empty();
   Database& db = Db();
   std::lock_guard<std::mutex> lock(db.mu);
+  payload->channels.reserve(channels.size());
   for (auto& ch : channels) {
     Channel* c = db.AddChannel(std::move(ch));
     c->refs = 1;
     payload->channels.push_back(c);
   }
-  return Publish(db, VOBJ_ICONIC, payload, key);
+  const std::vector<Channel*> made = payload->channels;
+  const Vresult res = Publish(db, VOBJ_ICONIC, payload, key);
+  if (res != VRESULT_OK)
+    for (Channel* c : made) db.DropChannel(c);
+  return res;
 }
 
 Vresult NewImageWithDomain(Vkey image, RegionPtr domain, Vkey* key) {
@@ -265,8 +272,10 @@ Vresult NewImageWithDomain(Vkey image, RegionPtr domain, Vkey* key) {
     return src == nullptr ? err : VERR_NOT_IMAGE;
   }
   payload->channels = src->payload->channels;
-  for (Channel* ch : payload->channels) ++ch->refs;
-  return Publish(db, VOBJ_ICONIC, payload, key);
+  const Vresult res = Publish(db, VOBJ_ICONIC, payload, key);
+  if (res == VRESULT_OK)
+    for (Channel* ch : src->payload->channels) ++ch->refs;
+  return res;
 }
 
 Vresult NewTuple(const Vkey* keys, Vlong num, Vkey* key) {
@@ -288,10 +297,12 @@ Vresult NewTuple(const Vkey* keys, Vlong num, Vkey* key) {
     }
     members.push_back(r);
   }
-  // References only once every key proved live: a failure changes nothing.
-  for (Record* r : members) db.Retain(r, 1);
   payload->keys.assign(keys, keys + num);
-  return Publish(db, VOBJ_TUPLE, payload, key);
+  const Vresult res = Publish(db, VOBJ_TUPLE, payload, key);
+  // References only once the tuple exists: a failure changes nothing.
+  if (res == VRESULT_OK)
+    for (Record* r : members) db.Retain(r, 1);
+  return res;
 }
 
 Vkey EmptyObject() {
@@ -331,20 +342,17 @@ Vresult Copy(Vkey key, Vkey* copy) {
     *copy = key;
     return VRESULT_OK;
   }
-  auto* payload = new (std::nothrow) Payload();
-  if (payload == nullptr) return VERR_OUT_OF_MEMORY;
+  std::unique_ptr<Payload> payload(new (std::nothrow) Payload());
+  if (!payload) return VERR_OUT_OF_MEMORY;
   payload->keys = r->payload->keys;
   payload->region = r->payload->region;
   payload->channels = r->payload->channels;
-  for (Vkey k : payload->keys) db.Retain(reinterpret_cast<Record*>(k), 1);
-  for (Channel* ch : payload->channels) ++ch->refs;
-  const Vresult res = Publish(db, ClassId(r), payload, copy);
-  if (res != VRESULT_OK) {
-    // Publish freed the payload; undo the references it held.
-    for (Channel* ch : r->payload->channels) --ch->refs;
-    for (Vkey k : r->payload->keys) db.Drop(reinterpret_cast<Record*>(k));
-  }
-  return res;
+  const Vresult res = Publish(db, ClassId(r), payload.release(), copy);
+  if (res != VRESULT_OK) return res;
+  // The copy holds its own references to what it shares.
+  for (Vkey k : r->payload->keys) db.Retain(reinterpret_cast<Record*>(k), 1);
+  for (Channel* ch : r->payload->channels) ++ch->refs;
+  return VRESULT_OK;
 }
 
 Vresult GetRegion(Vkey key, RegionPtr* region) {

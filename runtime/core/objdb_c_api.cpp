@@ -1,7 +1,9 @@
 // The object database's C functions, as the interface library imports
 // them. The instance argument is accepted and not needed: the database is
-// process-wide.
+// process-wide. A failed allocation inside the database comes back as
+// VERR_OUT_OF_MEMORY; no exception crosses into C callers.
 #include <cstring>
+#include <new>
 
 #include "objdb.h"
 #include "vexa/errors.h"
@@ -9,18 +11,33 @@
 
 using vexa::db::GetStats;
 
+namespace {
+
+template <class Fn>
+Vresult Guarded(Fn&& fn) {
+  try {
+    return fn();
+  } catch (const std::bad_alloc&) {
+    return VERR_OUT_OF_MEMORY;
+  }
+}
+
+}  // namespace
+
 extern "C" {
 
 Vresult DBCopyObjectId(void* proc, Vkey key, Vkey* copy) {
   if (copy == nullptr) return VERR_INTERNAL;
-  return vexa::db::Copy(key, copy);
+  return Guarded([&] { return vexa::db::Copy(key, copy); });
 }
 
-Vresult DBDelObjectId(void* proc, Vkey key) { return vexa::db::Release(key); }
+Vresult DBDelObjectId(void* proc, Vkey key) {
+  return Guarded([&] { return vexa::db::Release(key); });
+}
 
 Vresult DBStoreTuple(void* proc, const Vkey* keys, Vlong num, Vkey* tuple) {
   if (tuple == nullptr) return VERR_INTERNAL;
-  return vexa::db::NewTuple(keys, num, tuple);
+  return Guarded([&] { return vexa::db::NewTuple(keys, num, tuple); });
 }
 
 Vresult DBFetchTuple(void* proc, Vkey tuple, Vkey** keys, Vlong* num) {
@@ -30,7 +47,7 @@ Vresult DBFetchTuple(void* proc, Vkey tuple, Vkey** keys, Vlong* num) {
 
 Vresult DBGetRLPtr(void* proc, Vkey key, Vrlregion** rl) {
   if (rl == nullptr) return VERR_INTERNAL;
-  return vexa::db::GetRLView(key, rl);
+  return Guarded([&] { return vexa::db::GetRLView(key, rl); });
 }
 
 Vresult DBCountRegion(Vlong* num) {

@@ -27,6 +27,11 @@ inline bool operator==(const Chord& a, const Chord& b) {
   return a.r == b.r && a.cb == b.cb && a.ce == b.ce;
 }
 
+// Largest absolute coordinate that operators accept for regions they
+// generate from numbers: it bounds the chords of one region to a few
+// million, whatever a caller asks for.
+constexpr int32_t kMaxRegionCoord = 1 << 20;
+
 class Region;
 using RegionPtr = std::shared_ptr<const Region>;
 
