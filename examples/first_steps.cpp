@@ -3,6 +3,7 @@
 //
 // Prints one line per step and exits with status 0 only if every result is
 // the expected one.
+#include <vexa/runtime.h>
 #include <vexaobj.h>
 
 #include <cstdio>
