@@ -26,7 +26,7 @@ Vresult WriteRange(OpContext& ctx, const Values& t, Vlong first, Vlong last,
   const Vlong n = static_cast<Vlong>(t.size());
   if (first < 0 || first > n) return VERR_CTRL_VALUE(par_first);
   if (last < first - 1 || last >= n) return VERR_CTRL_VALUE(par_last);
-  return WriteValues(ctx, 0, Values(t.begin() + first, t.begin() + last + 1));
+  return WriteValues(ctx, 0, Values(t.begin() + first, t.begin() + (last + 1)));
 }
 
 // Indices in stable sorted order of the elements.
