@@ -136,8 +136,8 @@ VEXA_API VOperatorFn VSetOperatorFn(int32_t op, VOperatorFn fn);
  * into `buffer` (truncated to `size`). Returns the number of live blocks. */
 VEXA_API Vlong VMemTraceLiveCount(void);
 VEXA_API Vlong VMemTraceReport(char* buffer, size_t size);
-/* Number of checked allocations and frees since the process started;
- * tests use the difference around a call to prove it allocates nothing. */
+/* Number of allocations of both forms since the process started; tests
+ * use the difference around a call to prove that it allocates nothing. */
 VEXA_API Vlong VMemTraceAllocCount(void);
 
 #ifdef __cplusplus
