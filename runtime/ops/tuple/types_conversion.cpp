@@ -75,7 +75,7 @@ bool ParseNumber(const std::string& s, Value* out) {
 // A parsed format pattern such as "-10.3f": printf's flags, width and
 // precision, and an optional conversion letter (0 when absent).
 struct Pattern {
-  std::string spec;  // flags, width, precision as written
+  std::string flags_width_precision;  // flags, width, precision as written
   char conv = 0;
 };
 
@@ -104,7 +104,7 @@ bool ParsePattern(const std::string& p, Pattern* out) {
     ++i;
     if (!SkipNumber(p, &i)) return false;
   }
-  out->spec = p.substr(0, i);
+  out->flags_width_precision = p.substr(0, i);
   out->conv = 0;
   if (i < p.size() && OneOf("diouxXfeEgGs", p[i])) out->conv = p[i++];
   return i == p.size();
@@ -129,7 +129,7 @@ std::string Printf(const std::string& format, T value) {
 // and real conversions, a real only through real ones, a string only
 // through "s"; without a letter each type takes its own.
 Vresult Format(const Value& v, const Pattern& p, std::string* out) {
-  const std::string head = "%" + p.spec;
+  const std::string head = "%" + p.flags_width_precision;
   if (v.IsLong() && (p.conv == 0 || IsIntConv(p.conv))) {
     *out = Printf(head + "ll" + (p.conv ? p.conv : 'd'), static_cast<long long>(v.l));
   } else if (v.IsNumber() && (IsRealConv(p.conv) || (v.IsDouble() && p.conv == 0))) {
