@@ -10,6 +10,11 @@
 
 namespace Vexa {
 
+class VTuple;
+namespace internal {
+struct TupleKernel;
+}
+
 class VCtrlVal {
  public:
   VCtrlVal();
@@ -48,8 +53,40 @@ class VCtrlVal {
   // Frees a string and leaves the value undefined.
   void ClearCtrlVal();
 
+  // Arithmetic (VCtrlValArith.cpp, VTupleArith.cpp). All type promotion of
+  // tuple arithmetic lives in the value forms; the tuple forms put this
+  // value on the left of every element.
+  VCtrlVal operator+(const VCtrlVal& loc_val) const;
+  VCtrlVal operator-(const VCtrlVal& loc_val) const;
+  VCtrlVal operator*(const VCtrlVal& loc_val) const;
+  VCtrlVal operator/(const VCtrlVal& loc_val) const;
+  VCtrlVal operator%(const VCtrlVal& loc_val) const;
+  VTuple operator+(const VTuple& val) const;
+  VTuple operator-(const VTuple& val) const;
+  VTuple operator*(const VTuple& val) const;
+  VTuple operator/(const VTuple& val) const;
+  VTuple operator%(const VTuple& val) const;
+
+  // Comparison (VCtrlValCompare.cpp, VTupleCompare.cpp): of two values,
+  // and of this value as a one-element tuple with a whole tuple.
+  int operator==(const VCtrlVal& loc_val) const;
+  int operator!=(const VCtrlVal& loc_val) const;
+  int operator<(const VCtrlVal& loc_val) const;
+  int operator>(const VCtrlVal& loc_val) const;
+  int operator<=(const VCtrlVal& loc_val) const;
+  int operator>=(const VCtrlVal& loc_val) const;
+  int operator==(const VTuple& val) const;
+  int operator!=(const VTuple& val) const;
+  int operator<(const VTuple& val) const;
+  int operator>(const VTuple& val) const;
+  int operator<=(const VTuple& val) const;
+  int operator>=(const VTuple& val) const;
+
  private:
   friend class VTuple;
+  // The elementwise loops of the tuple operators read and write elements
+  // in place.
+  friend struct internal::TupleKernel;
 
   union {
     Vlong l;

@@ -64,7 +64,114 @@ class VTuple : public VBaseArray {
   // Adopts the storage of an output record; the tuple must be empty.
   void CastFromVctuple(Vctuple* rec);
 
+  // Arithmetic (VTupleArith.cpp). Each result element is one VCtrlVal
+  // operation; a one-element operand is broadcast, the right one first.
+  // The scalar-left forms are in VTupleOperators.h.
+  VTuple operator+(const VTuple& val) const;
+  VTuple operator+(double val) const;
+  VTuple operator+(int val) const;
+  VTuple operator+(Vlong val) const;
+  VTuple operator+(const char* val) const;
+  VTuple operator-(const VTuple& val) const;
+  VTuple operator-(double val) const;
+  VTuple operator-(int val) const;
+  VTuple operator-(Vlong val) const;
+  VTuple operator*(const VTuple& val) const;
+  VTuple operator*(double val) const;
+  VTuple operator*(int val) const;
+  VTuple operator*(Vlong val) const;
+  VTuple operator/(const VTuple& val) const;
+  VTuple operator/(double val) const;
+  VTuple operator/(int val) const;
+  VTuple operator/(Vlong val) const;
+  VTuple operator%(const VTuple& val) const;
+  VTuple operator%(Vlong val) const;
+  VTuple operator-() const;
+  VTuple& operator+=(const VTuple& val);
+  VTuple& operator+=(double val);
+  VTuple& operator+=(int val);
+  VTuple& operator+=(Vlong val);
+  VTuple& operator+=(VCtrlVal val);
+  VTuple& operator++();
+
+  // Comparison of whole tuples (VTupleCompare.cpp): equality, and a
+  // lexicographic order in which any not-a-number makes every order false.
+  int operator==(const VTuple& val) const;
+  int operator==(double val) const;
+  int operator==(int val) const;
+  int operator==(Vlong val) const;
+  int operator!=(const VTuple& val) const;
+  int operator!=(double val) const;
+  int operator!=(int val) const;
+  int operator!=(Vlong val) const;
+  int operator<(const VTuple& val) const;
+  int operator<(double val) const;
+  int operator<(int val) const;
+  int operator<(Vlong val) const;
+  int operator>(const VTuple& val) const;
+  int operator>(double val) const;
+  int operator>(int val) const;
+  int operator>(Vlong val) const;
+  int operator<=(const VTuple& val) const;
+  int operator<=(double val) const;
+  int operator<=(int val) const;
+  int operator<=(Vlong val) const;
+  int operator>=(const VTuple& val) const;
+  int operator>=(double val) const;
+  int operator>=(int val) const;
+  int operator>=(Vlong val) const;
+  // Loop test: element 0 against final_value[0], upward or, for a negative
+  // step, downward.
+  int Continue(const VTuple& final_value, const VTuple& step) const;
+
+  // Logic and bit operations (VTupleLogic.cpp). Operands are read with
+  // VCtrlVal::L(). The single-truth forms need one element per operand;
+  // the elementwise forms broadcast like the arithmetic.
+  int operator!() const;
+  int operator&&(const VTuple& op) const;
+  int operator&&(Vlong op) const;
+  int operator||(const VTuple& op) const;
+  int operator||(Vlong op) const;
+  int Xor(const VTuple& op) const;
+  VTuple And(const VTuple& val) const;
+  VTuple Or(const VTuple& val) const;
+  VTuple TXor(const VTuple& op) const;
+  VTuple Not() const;
+  VTuple operator&(const VTuple& op) const;
+  VTuple operator&(Vlong op) const;
+  VTuple operator|(const VTuple& op) const;
+  VTuple operator|(Vlong op) const;
+  VTuple operator^(const VTuple& val) const;
+  VTuple operator^(Vlong val) const;
+  VTuple operator<<(const VTuple& val) const;
+  VTuple operator<<(Vlong val) const;
+  VTuple operator>>(const VTuple& val) const;
+  VTuple operator>>(Vlong val) const;
+  VTuple operator~() const;
+
+  // Type tests and elementwise comparisons, computed by the runtime's
+  // operators (VTupleTypeOps.cpp); a failing operator raises its text.
+  VTuple Type() const;
+  VTuple TypeElem() const;
+  VTuple IsInt() const;
+  VTuple IsReal() const;
+  VTuple IsString() const;
+  VTuple IsMixed() const;
+  VTuple IsIntElem() const;
+  VTuple IsRealElem() const;
+  VTuple IsStringElem() const;
+  VTuple EqualElem(const VTuple& val) const;
+  VTuple NotEqualElem(const VTuple& val) const;
+  VTuple GreaterElem(const VTuple& val) const;
+  VTuple GreaterEqualElem(const VTuple& val) const;
+  VTuple LessElem(const VTuple& val) const;
+  VTuple LessEqualElem(const VTuple& val) const;
+
  private:
+  // The elementwise loops of the operators above size the result once and
+  // write its elements in place.
+  friend struct internal::TupleKernel;
+
   void NewLength(Vlong new_num, Vlong old_num) override;
   void ClearTuple();
   // Frees the strings of the first `count` entries, last first, and the
@@ -86,5 +193,8 @@ extern VTuple* const _;
 extern VTuple* const __;
 
 }  // namespace Vexa
+
+// Operators with a scalar on the left.
+#include <vexaobj/VTupleOperators.h>
 
 #endif  // VEXAOBJ_VTUPLE_H

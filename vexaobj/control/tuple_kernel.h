@@ -1,0 +1,157 @@
+// The loops shared by all elementwise tuple operators (arithmetic, logic,
+// bits): the broadcast rule, the scalar forms, the in-place update and the
+// unary map. Every loop walks from the last index down, so that a result
+// is sized by one storage extension, as its first write would size it.
+// Elements are read and written in place, without the checks of
+// VTuple::operator[], which is what keeps the inner loops tight.
+#ifndef VEXAOBJ_CONTROL_TUPLE_KERNEL_H
+#define VEXAOBJ_CONTROL_TUPLE_KERNEL_H
+
+#include <vexa/types.h>
+#include <vexaobj/VCtrlVal.h>
+#include <vexaobj/VTuple.h>
+
+#include "raise.h"
+
+namespace Vexa {
+namespace internal {
+
+struct TupleKernel {
+  // --- Raw element access --------------------------------------------------
+
+  static int Tag(const VCtrlVal& v) { return v.type; }
+  static Vlong Long(const VCtrlVal& v) { return v.par.l; }
+  static double Real(const VCtrlVal& v) { return v.par.d; }
+  static const char* Text(const VCtrlVal& v) { return v.par.s; }
+  static bool IsNumber(int tag) { return tag == VPAR_LONG || tag == VPAR_DOUBLE; }
+  // A number of either type as a double; the caller has checked the tag.
+  static double AsReal(const VCtrlVal& v) {
+    return v.type == VPAR_LONG ? static_cast<double>(v.par.l) : v.par.d;
+  }
+
+  // Writers of a slot that holds no string.
+  static void SetLong(VCtrlVal& out, Vlong l) {
+    out.par.l = l;
+    out.type = VPAR_LONG;
+  }
+  static void SetReal(VCtrlVal& out, double d) {
+    out.par.d = d;
+    out.type = VPAR_DOUBLE;
+  }
+  // Adopts a string allocated from the runtime into a slot holding none.
+  static void SetText(VCtrlVal& out, char* s) {
+    out.par.s = s;
+    out.type = VPAR_STRING;
+  }
+  // Moves `from` into `out`, releasing what `out` held; `from` is left
+  // undefined, so that no string is copied.
+  static void MoveInto(VCtrlVal& from, VCtrlVal& out) {
+    out.ClearCtrlVal();
+    out.par = from.par;
+    out.type = from.type;
+    from.par.l = 0;
+    from.type = VPAR_UNDEF;
+  }
+
+  static const VCtrlVal* Elems(const VTuple& t) { return t.elems; }
+
+  // Makes `length` (at least 1) elements of `t` live with one extension, as
+  // a write to index length - 1 would. False when the storage could not be
+  // had; the failure has been raised.
+  static bool Grow(VTuple& t, Vlong length) {
+    t.Extend(length - 1);
+    return t.num >= length;
+  }
+
+  // --- Loops ---------------------------------------------------------------
+  // A binary element operation is `void op(const VCtrlVal& left, const
+  // VCtrlVal& right, VCtrlVal& out)`, writing into a slot that holds no
+  // string.
+
+  // result[i] = left[i or 0] op right[i or 0] for the n result elements.
+  template <class Op>
+  static VTuple Zip(const VCtrlVal* left, bool left_steps, const VCtrlVal* right,
+                    bool right_steps, Vlong n, Op op) {
+    VTuple result;
+    if (n <= 0 || !Grow(result, n)) return result;
+    VCtrlVal* out = result.elems;
+    const Vlong left_stride = left_steps ? 1 : 0;
+    const Vlong right_stride = right_steps ? 1 : 0;
+    for (Vlong i = n - 1; i >= 0; --i) {
+      op(left[i * left_stride], right[i * right_stride], out[i]);
+    }
+    return result;
+  }
+
+  // The broadcast rule of two tuples, tested in this order: an empty
+  // operand gives the empty tuple; a one-element right operand is spread;
+  // then a one-element left one; else the lengths must agree.
+  template <class Op>
+  static VTuple Broadcast(const VTuple& left, const VTuple& right, const char* proc,
+                          Op op) {
+    const Vlong n1 = left.num;
+    const Vlong n2 = right.num;
+    if (n1 == 0 || n2 == 0) return VTuple();
+    if (n2 == 1) return Zip(left.elems, true, right.elems, false, n1, op);
+    if (n1 == 1) return Zip(left.elems, false, right.elems, true, n2, op);
+    if (n1 == n2) return Zip(left.elems, true, right.elems, true, n1, op);
+    VEXA_RAISE(proc, "tuple with incompatible length");
+    return VTuple();
+  }
+
+  template <class Op>
+  static VTuple WithRight(const VTuple& left, const VCtrlVal& right, Op op) {
+    return Zip(left.elems, true, &right, false, left.num, op);
+  }
+
+  template <class Op>
+  static VTuple WithLeft(const VCtrlVal& left, const VTuple& right, Op op) {
+    return Zip(&left, false, right.elems, true, right.num, op);
+  }
+
+  // t[i] = t[i] op right[i or 0], from the last index down. A raise that
+  // throws leaves the higher indexes changed and the others as they were.
+  template <class Op>
+  static void Update(VTuple& t, const VCtrlVal* right, bool right_steps, Op op) {
+    const Vlong right_stride = right_steps ? 1 : 0;
+    for (Vlong i = t.num - 1; i >= 0; --i) {
+      VCtrlVal value;
+      op(t.elems[i], right[i * right_stride], value);
+      MoveInto(value, t.elems[i]);
+    }
+  }
+
+  // t[i] = left op right[i] for all i of `right`, growing t to its length;
+  // `left` must not live in t.
+  template <class Op>
+  static void Spread(VTuple& t, const VCtrlVal& left, const VTuple& right, Op op) {
+    const Vlong n = right.num;
+    if (n <= 0 || !Grow(t, n)) return;
+    for (Vlong i = n - 1; i >= 0; --i) {
+      VCtrlVal value;
+      op(left, right.elems[i], value);
+      MoveInto(value, t.elems[i]);
+    }
+  }
+
+  // result[i] = op(t[i]) from the last index down, where
+  // `bool op(const VCtrlVal& in, VCtrlVal& out)` may decline to write. The
+  // result is sized by the first element that is written, so declined
+  // trailing elements leave it shorter and declined inner ones undefined.
+  template <class Op>
+  static VTuple Map(const VTuple& t, Op op) {
+    VTuple result;
+    for (Vlong i = t.num - 1; i >= 0; --i) {
+      VCtrlVal value;
+      if (!op(t.elems[i], value)) continue;
+      if (result.num == 0 && !Grow(result, i + 1)) return result;
+      MoveInto(value, result.elems[i]);
+    }
+    return result;
+  }
+};
+
+}  // namespace internal
+}  // namespace Vexa
+
+#endif  // VEXAOBJ_CONTROL_TUPLE_KERNEL_H
