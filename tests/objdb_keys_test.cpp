@@ -2,6 +2,7 @@
 // key tuples, the empty object, dead and foreign keys, object counts.
 #include <gtest/gtest.h>
 
+#include <thread>
 #include <vector>
 
 #include "objdb.h"
@@ -104,6 +105,56 @@ TEST_F(ObjDbKeys, ImageReferencesCountEveryKeyReachingThePixels) {
   Vkey region = MakeRegion();
   EXPECT_EQ(DBNumImaRefs(region, &refs), VERR_NOT_IMAGE);
   EXPECT_EQ(DBDelObjectId(nullptr, region), VRESULT_OK);
+  EXPECT_EQ(DBDelObjectId(nullptr, image), VRESULT_OK);
+}
+
+TEST_F(ObjDbKeys, ImageDomainsStayInsideTheImage) {
+  Vkey image = nullptr;
+  ASSERT_EQ(vexa::db::NewBlankImage(vexa::PixelType::kInt2, 8, 6, 2,
+                                    Region::Rectangle(-3, 5, 2, 20), &image),
+            VRESULT_OK);
+  EXPECT_EQ(Head(image).channels, 2);
+  vexa::RegionPtr domain;
+  ASSERT_EQ(vexa::db::GetRegion(image, &domain), VRESULT_OK);
+  EXPECT_EQ(*domain, *Region::Rectangle(0, 5, 2, 7));
+  Vkey reduced = nullptr;
+  ASSERT_EQ(vexa::db::NewImageWithDomain(
+                image, Region::Rectangle(4, -1, 9, 1), &reduced),
+            VRESULT_OK);
+  ASSERT_EQ(vexa::db::GetRegion(reduced, &domain), VRESULT_OK);
+  EXPECT_EQ(*domain, *Region::Rectangle(4, 0, 5, 1));
+  EXPECT_EQ(vexa::db::NewBlankImage(vexa::PixelType::kByte, 0, 6, 1, nullptr,
+                                    &reduced),
+            VERR_IMAGE_SIZE);
+  EXPECT_EQ(vexa::db::NewBlankImage(vexa::PixelType::kByte, 40000, 6, 1,
+                                    nullptr, &reduced),
+            VERR_TOO_LARGE);
+  EXPECT_EQ(DBDelObjectId(nullptr, image), VRESULT_OK);
+  // The reduced image keeps the shared pixels alive.
+  vexa::db::ImageData data;
+  ASSERT_EQ(vexa::db::GetImage(reduced, &data), VRESULT_OK);
+  EXPECT_EQ(data.channels.size(), 2u);
+  EXPECT_EQ(DBDelObjectId(nullptr, reduced), VRESULT_OK);
+}
+
+TEST_F(ObjDbKeys, ConcurrentCopiesAndReleasesBalance) {
+  Vkey image = MakeImage();
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([image] {
+      for (int i = 0; i < 2000; ++i) {
+        Vkey copy = nullptr, tuple = nullptr;
+        if (DBCopyObjectId(nullptr, image, &copy) != VRESULT_OK) return;
+        DBStoreTuple(nullptr, &copy, 1, &tuple);
+        DBDelObjectId(nullptr, copy);
+        DBDelObjectId(nullptr, tuple);
+      }
+    });
+  }
+  for (std::thread& t : threads) t.join();
+  Vlong refs = 0;
+  ASSERT_EQ(DBNumImaRefs(image, &refs), VRESULT_OK);
+  EXPECT_EQ(refs, 1);
   EXPECT_EQ(DBDelObjectId(nullptr, image), VRESULT_OK);
 }
 

@@ -200,6 +200,17 @@ Vresult Publish(Database& db, int32_t class_id, Payload* payload, Vkey* key) {
   return VRESULT_OK;
 }
 
+// `domain` limited to a width x height image; null gives the full image.
+// A domain already inside is kept as it is (shared, not copied).
+RegionPtr DomainWithin(RegionPtr domain, int32_t width, int32_t height) {
+  if (!domain) return Region::Rectangle(0, 0, height - 1, width - 1);
+  int32_t r1, c1, r2, c2;
+  if (!domain->BoundingBox(&r1, &c1, &r2, &c2) ||
+      (r1 >= 0 && c1 >= 0 && r2 < height && c2 < width))
+    return domain;
+  return domain->ClipToRectangle(0, 0, height - 1, width - 1);
+}
+
 }  // namespace
 
 Vresult Check(Vkey key) {
@@ -243,7 +254,8 @@ Vresult NewImage(RegionPtr domain,
   }
   auto* payload = new (std::nothrow) Payload();
   if (payload == nullptr) return VERR_OUT_OF_MEMORY;
-  payload->region = domain ? std::move(domain) : Region::Empty();
+  payload->region = DomainWithin(std::move(domain), channels[0]->width(),
+                                 channels[0]->height());
   Database& db = Db();
   std::lock_guard<std::mutex> lock(db.mu);
   payload->channels.reserve(channels.size());
@@ -259,10 +271,22 @@ Vresult NewImage(RegionPtr domain,
   return res;
 }
 
+Vresult NewBlankImage(PixelType type, int32_t width, int32_t height,
+                      int channels, RegionPtr domain, Vkey* key) {
+  if (channels < 1 || channels > std::numeric_limits<uint16_t>::max())
+    return VERR_CHANNEL;
+  std::vector<std::unique_ptr<PixelBuffer>> buffers(
+      static_cast<size_t>(channels));
+  for (auto& b : buffers) {
+    const Vresult rc = PixelBuffer::Create(type, width, height, &b);
+    if (rc != VRESULT_OK) return rc;
+  }
+  return NewImage(std::move(domain), std::move(buffers), key);
+}
+
 Vresult NewImageWithDomain(Vkey image, RegionPtr domain, Vkey* key) {
   auto* payload = new (std::nothrow) Payload();
   if (payload == nullptr) return VERR_OUT_OF_MEMORY;
-  payload->region = domain ? std::move(domain) : Region::Empty();
   Database& db = Db();
   std::lock_guard<std::mutex> lock(db.mu);
   Vresult err = VRESULT_OK;
@@ -271,6 +295,9 @@ Vresult NewImageWithDomain(Vkey image, RegionPtr domain, Vkey* key) {
     delete payload;
     return src == nullptr ? err : VERR_NOT_IMAGE;
   }
+  const PixelBuffer& first = *src->payload->channels[0]->buffer;
+  payload->region =
+      DomainWithin(std::move(domain), first.width(), first.height());
   payload->channels = src->payload->channels;
   const Vresult res = Publish(db, VOBJ_ICONIC, payload, key);
   if (res == VRESULT_OK)

@@ -58,12 +58,18 @@ Vresult KindOf(Vkey key, ObjKind* kind);
 // ---- Making objects: each returns a new key with one reference ----------
 
 Vresult NewRegion(RegionPtr region, Vkey* key);
-// Channels must all have the same size; the domain is taken as given
-// (callers clip it to the image).
+// An image of the given channels, which must all have the same size. The
+// domain is clipped to the image, so every domain lies inside its image;
+// null means the full image.
 Vresult NewImage(RegionPtr domain,
                  std::vector<std::unique_ptr<PixelBuffer>> channels,
                  Vkey* key);
-// An image that shares the channels of `image` under another domain.
+// An image of `channels` zeroed channels of one type (PixelBuffer::Create
+// gives the codes for bad sizes); domain as for NewImage.
+Vresult NewBlankImage(PixelType type, int32_t width, int32_t height,
+                      int channels, RegionPtr domain, Vkey* key);
+// An image that shares the channels of `image` under another domain
+// (clipped to the image).
 Vresult NewImageWithDomain(Vkey image, RegionPtr domain, Vkey* key);
 // A key tuple; each key gains a reference (DBStoreTuple).
 Vresult NewTuple(const Vkey* keys, Vlong num, Vkey* key);

@@ -10,8 +10,8 @@ namespace vexa {
 namespace {
 
 // Reads pixel type, width and height from input controls 0, 1, 2 and makes
-// a zeroed one-channel buffer of that kind.
-Vresult NewBuffer(const OpContext& ctx, std::unique_ptr<PixelBuffer>* buffer) {
+// a zeroed one-channel image of that kind with the full domain.
+Vresult NewImageFromControls(const OpContext& ctx, Vkey* key) {
   const char* type_name = nullptr;
   Vlong width = 0, height = 0;
   Vresult rc = ctx.GetString(0, &type_name);
@@ -23,32 +23,20 @@ Vresult NewBuffer(const OpContext& ctx, std::unique_ptr<PixelBuffer>* buffer) {
   if (width < 1) return VERR_CTRL_VALUE(1);
   if (height < 1) return VERR_CTRL_VALUE(2);
   if (width > kMaxImageSide || height > kMaxImageSide) return VERR_TOO_LARGE;
-  return PixelBuffer::Create(type, static_cast<int32_t>(width),
-                             static_cast<int32_t>(height), buffer);
-}
-
-// Stores a one-channel image with its full domain at output 1.
-Vresult OutputImage(OpContext& ctx, std::unique_ptr<PixelBuffer> buffer) {
-  const RegionPtr domain =
-      Region::Rectangle(0, 0, buffer->height() - 1, buffer->width() - 1);
-  std::vector<std::unique_ptr<PixelBuffer>> channels;
-  channels.push_back(std::move(buffer));
-  NewKeys out;
-  Vkey key = VKEY_UNDEF;
-  const Vresult rc = db::NewImage(domain, std::move(channels), &key);
-  if (rc != VRESULT_OK) return rc;
-  out.Add(key);
-  return out.HandOver(ctx, 1);
+  return db::NewBlankImage(type, static_cast<int32_t>(width),
+                           static_cast<int32_t>(height), 1, nullptr, key);
 }
 
 }  // namespace
 
 // An image of zeros.
 VEXA_OPERATOR(gen_image_const) {
-  std::unique_ptr<PixelBuffer> buffer;
-  const Vresult rc = NewBuffer(ctx, &buffer);
+  NewKeys out;
+  Vkey key = VKEY_UNDEF;
+  const Vresult rc = NewImageFromControls(ctx, &key);
   if (rc != VRESULT_OK) return rc;
-  return OutputImage(ctx, std::move(buffer));
+  out.Add(key);
+  return out.HandOver(ctx, 1);
 }
 
 // An image whose pixels are copied from the address given as an integer
@@ -59,13 +47,18 @@ VEXA_OPERATOR(gen_image1) {
   Vresult rc = ctx.GetLong(3, &address);
   if (rc != VRESULT_OK) return rc;
   if (address == 0) return VERR_CTRL_VALUE(3);
-  std::unique_ptr<PixelBuffer> buffer;
-  rc = NewBuffer(ctx, &buffer);
+  NewKeys out;
+  Vkey key = VKEY_UNDEF;
+  rc = NewImageFromControls(ctx, &key);
+  if (rc != VRESULT_OK) return rc;
+  out.Add(key);
+  PixelBuffer* buffer = nullptr;
+  rc = db::WritableChannel(key, 0, &buffer);
   if (rc != VRESULT_OK) return rc;
   std::memcpy(buffer->data(),
               reinterpret_cast<const void*>(static_cast<uintptr_t>(address)),
               buffer->pixel_bytes());
-  return OutputImage(ctx, std::move(buffer));
+  return out.HandOver(ctx, 1);
 }
 
 }  // namespace vexa

@@ -21,13 +21,12 @@ template <class T, class Bound>
 void ScanRuns(const PixelBuffer& image, const Region& domain, Bound lo,
               Bound hi, std::vector<Chord>* runs) {
   const T* pixels = reinterpret_cast<const T*>(image.data());
-  const int32_t w = image.width(), h = image.height();
+  const int32_t w = image.width();
+  // The database keeps every domain inside its image.
   for (const Chord& ch : domain.chords()) {
-    // Domains lie inside their image; the clamp only guards the buffer.
-    if (ch.r < 0 || ch.r >= h) continue;
-    const int32_t ce = ch.ce < w - 1 ? ch.ce : w - 1;
+    const int32_t ce = ch.ce;
     const T* row = pixels + static_cast<size_t>(ch.r) * w;
-    for (int32_t c = ch.cb < 0 ? 0 : ch.cb; c <= ce;) {
+    for (int32_t c = ch.cb; c <= ce;) {
       while (c <= ce && !(static_cast<Bound>(row[c]) >= lo &&
                           static_cast<Bound>(row[c]) <= hi))
         ++c;
