@@ -73,7 +73,10 @@ class Database {
 
   // A new live record with one reference; null if memory is short.
   Record* Allocate(int32_t class_id, Payload* payload) {
-    if (free_.size() <= kQuarantine && !Grow()) return nullptr;
+    // Keep more than kQuarantine freed records queued, so that a freed
+    // record waits behind at least that many before it is reused.
+    while (free_.size() <= kQuarantine)
+      if (!Grow()) return nullptr;
     Record* r = free_.front();
     free_.pop_front();
     std::memset(&r->head, 0, sizeof r->head);
