@@ -8,17 +8,25 @@ CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
 # Packages the build, the tests and the benchmarks need.
 PACKAGES = cmake ninja-build g++ make python3 ccache pkg-config \
-           libgtest-dev libgmock-dev libbenchmark-dev libpcre2-dev
+           libgtest-dev libgmock-dev libpcre2-dev
+# Only the benchmarks compare against OpenCV.
+BENCH_PACKAGES = libbenchmark-dev libopencv-imgproc-dev
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps build test demo bench install clean
+.PHONY: all deps bench-deps install-packages build test demo bench install clean
 
 all: build
 
 deps:
+	@$(MAKE) --no-print-directory install-packages PKGS="$(PACKAGES)"
+
+bench-deps:
+	@$(MAKE) --no-print-directory install-packages PKGS="$(PACKAGES) $(BENCH_PACKAGES)"
+
+install-packages:
 	@missing=""; \
-	for p in $(PACKAGES); do \
+	for p in $(PKGS); do \
 	  dpkg-query -W -f='$${Status}' $$p 2>/dev/null | grep -q "install ok installed" || missing="$$missing $$p"; \
 	done; \
 	if [ -n "$$missing" ]; then \
@@ -39,7 +47,7 @@ test: build
 demo: build
 	$(BUILD)/examples/first_steps
 
-bench: deps
+bench: bench-deps
 	cmake -S . -B $(BUILD)-bench -G $(GENERATOR) -DCMAKE_BUILD_TYPE=Release -DVEXA_BUILD_BENCH=ON -DVEXA_BUILD_TESTS=OFF
 	cmake --build $(BUILD)-bench -j$(JOBS)
 	@for b in $(BUILD)-bench/bench/bench_*; do [ -x "$$b" ] && "$$b"; done
