@@ -64,6 +64,111 @@ class VTuple : public VBaseArray {
   // Adopts the storage of an output record; the tuple must be empty.
   void CastFromVctuple(Vctuple* rec);
 
+  // Numeric functions and statistics (VTupleNumeric.cpp). Elementwise
+  // functions of one operand give reals, except Abs, Sgn, Int and Round;
+  // the two-operand forms broadcast as the arithmetic does.
+  VTuple Sin() const;
+  VTuple Cos() const;
+  VTuple Tan() const;
+  VTuple Asin() const;
+  VTuple Acos() const;
+  VTuple Atan() const;
+  VTuple Sinh() const;
+  VTuple Cosh() const;
+  VTuple Tanh() const;
+  VTuple Exp() const;
+  VTuple Log() const;
+  VTuple Log10() const;
+  VTuple Floor() const;
+  VTuple Ceil() const;
+  VTuple Sqrt() const;
+  VTuple Deg() const;
+  VTuple Rad() const;
+  VTuple Real() const;
+  VTuple Abs() const;
+  VTuple Sgn() const;
+  VTuple Int() const;
+  VTuple Round() const;
+  VTuple Atan2(const VTuple& op) const;
+  VTuple Pow(const VTuple& op) const;
+  VTuple Fmod(const VTuple& op) const;
+  VTuple Ldexp(const VTuple& op) const;
+  VTuple Min2(const VTuple& val) const;
+  VTuple Max2(const VTuple& val) const;
+  VTuple Min() const;
+  VTuple Max() const;
+  VTuple Mean() const;
+  VTuple Median() const;
+  VTuple Deviation() const;
+  // this[0] reals from the runtime's generator, seeded once per process.
+  VTuple Rand() const;
+
+  // String operations (VTupleString.cpp; the Regexp family and Substr in
+  // VTupleRuntimeOps.cpp). Elementwise; positions are byte positions.
+  VTuple Strchr(const char* pattern) const;
+  VTuple Strchr(const VTuple& pattern) const;
+  VTuple Strrchr(const char* pattern) const;
+  VTuple Strrchr(const VTuple& pattern) const;
+  VTuple Strstr(const char* pattern) const;
+  VTuple Strstr(const VTuple& pattern) const;
+  VTuple Strrstr(const char* pattern) const;
+  VTuple Strrstr(const VTuple& pattern) const;
+  VTuple Strlen() const;
+  VTuple Substring(Vlong index1, Vlong index2) const;
+  VTuple Substring(const VTuple& index1, const VTuple& index2) const;
+  VTuple Substring(const VTuple& index1, Vlong index2) const;
+  VTuple Substring(Vlong index1, const VTuple& index2) const;
+  VTuple Substr(const VTuple& index1, const VTuple& index2) const;
+  VTuple StrBitSelect(Vlong index) const;
+  VTuple StrBitSelect(const VTuple& index) const;
+  VTuple Split(const char* pattern) const;
+  VTuple Split(const VTuple& pattern) const;
+  VTuple ToString(const char* pattern) const;
+  VTuple ToString(const VTuple& pattern) const;
+  VTuple Number() const;
+  VTuple IsNumber() const;
+  VTuple Chr() const;
+  VTuple Ord() const;
+  VTuple Chrt() const;
+  VTuple Ords() const;
+  VTuple Getenv() const;
+  VTuple RegexpMatch(const VTuple& expression) const;
+  VTuple RegexpMatch(const char* expression) const;
+  VTuple RegexpReplace(const VTuple& expression, const VTuple& replace) const;
+  VTuple RegexpReplace(const char* expression, const char* replace) const;
+  VTuple RegexpSelect(const VTuple& expression) const;
+  VTuple RegexpSelect(const char* expression) const;
+  Vlong RegexpTest(const VTuple& expression) const;
+  Vlong RegexpTest(const char* expression) const;
+
+  // Sequence operations (VTupleSequence.cpp, VTupleSort.cpp; the set and
+  // search operators of the runtime in VTupleRuntimeOps.cpp).
+  VTuple Select(const VTuple& Index) const;
+  VTuple Subset(const VTuple& index) const;
+  VTuple SelectMask(const VTuple& mask) const;
+  VTuple SelectRank(Vlong index) const;
+  VTuple SelectRank(const VTuple& index) const;
+  VTuple Remove(const VTuple& index) const;
+  // In place; an index past the end grows the tuple.
+  void ReplaceElements(const VTuple& Index, const VTuple& ReplaceValue);
+  VTuple Inverse() const;
+  VTuple Sort() const;
+  VTuple SortIndex() const;
+  VTuple Uniq() const;
+  VTuple Find(const VTuple& val) const;
+  VTuple Sum() const;
+  VTuple Cumul() const;
+  VTuple Insert(const VTuple& index, const VTuple& insert) const;
+  VTuple Replace(const VTuple& index, const VTuple& replace) const;
+  VTuple Union(const VTuple& set2) const;
+  VTuple Intersection(const VTuple& set2) const;
+  VTuple Difference(const VTuple& set2) const;
+  VTuple Symmdiff(const VTuple& set2) const;
+  VTuple FindFirst(const VTuple& to_find) const;
+  VTuple FindLast(const VTuple& to_find) const;
+  static VTuple GenSequence(const VTuple& start, const VTuple& end,
+                            const VTuple& step);
+
   // Arithmetic (VTupleArith.cpp). Each result element is one VCtrlVal
   // operation; a one-element operand is broadcast, the right one first.
   // The scalar-left forms are in VTupleOperators.h.
