@@ -332,13 +332,13 @@ VTuple VTuple::ToString(const char* pattern) const {
   static const char proc[] = "VTuple VTuple::ToString(const char *pattern) const";
   VTuple result;
   if (num == 0) return result;
-  const char* spec = pattern != nullptr ? pattern : "";
-  if (!ValidFormatPattern(spec)) {
+  const char* pattern_text = pattern != nullptr ? pattern : "";
+  if (!ValidFormatPattern(pattern_text)) {
     VEXA_RAISE(proc, "invalid pattern");
     return result;
   }
-  const size_t spec_length = strlen(spec);
-  const char last = spec_length > 0 ? spec[spec_length - 1] : '\0';
+  const size_t pattern_length = strlen(pattern_text);
+  const char last = pattern_length > 0 ? pattern_text[pattern_length - 1] : '\0';
   const bool real_conversion = last != '\0' && strchr("eEfgG", last) != nullptr;
   const bool integer_conversion = last != '\0' && strchr("diouxX", last) != nullptr;
   const bool string_conversion = last == 's';
@@ -346,7 +346,7 @@ VTuple VTuple::ToString(const char* pattern) const {
 
   // Without a conversion letter each type takes its own: 64-bit decimal,
   // %g and %s.
-  const std::string format = std::string("%") + spec;
+  const std::string format = std::string("%") + pattern_text;
   const std::string integer_format = no_conversion ? format + PRId64 : format;
   const std::string real_format = no_conversion ? format + "g" : format;
   const std::string string_format = no_conversion ? format + "s" : format;
