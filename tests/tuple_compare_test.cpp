@@ -168,7 +168,8 @@ TEST_F(TupleCompareTest, NotANumberAnywhereMakesEveryOrderFalse) {
   const VTuple nan = Tup({kNaN});
   for (const auto& pair : {std::make_pair(nan, Tup({1})), std::make_pair(Tup({1}), nan),
                            std::make_pair(nan, nan),
-                           std::make_pair(Tup({1, 2}), Tup({0, kNaN}))}) {
+                           std::make_pair(Tup({1, 2}), Tup({0, kNaN})),
+                           std::make_pair(Tup({1}), Tup({2, 3, kNaN}))}) {
     SCOPED_TRACE(Show(pair.first) + " with " + Show(pair.second));
     EXPECT_FALSE(pair.first < pair.second);
     EXPECT_FALSE(pair.first > pair.second);
@@ -177,6 +178,7 @@ TEST_F(TupleCompareTest, NotANumberAnywhereMakesEveryOrderFalse) {
   }
   // Checked before any element is compared: no failure for the string.
   EXPECT_FALSE(Tup({"a", 1}) < Tup({1, kNaN}));
+  EXPECT_FALSE(Tup({1, "a", kNaN}) >= Tup({1, 2}));
 }
 
 TEST_F(TupleCompareTest, SingleTruthNeedsOneElement) {

@@ -17,22 +17,36 @@ namespace {
 using internal::Order;
 using K = internal::TupleKernel;
 
+// Equality of two elements; pairs of one numeric type are decided inline,
+// the rest by the element operators.
+bool ElementsEqual(const VCtrlVal& x, const VCtrlVal& y) {
+  const int tx = K::Tag(x);
+  if (tx == K::Tag(y)) {
+    if (tx == VPAR_LONG) return K::Long(x) == K::Long(y);
+    if (tx == VPAR_DOUBLE) return K::Real(x) == K::Real(y);
+  }
+  const int equal = internal::NumericEqual(x, y);
+  return equal > 0 || (equal < 0 && !(x != y));
+}
+
 int EqualTuples(const VTuple& a, const VTuple& b) {
   const Vlong n = a.Num();
   if (n != b.Num()) return 0;
   const VCtrlVal* x = K::Elems(a);
   const VCtrlVal* y = K::Elems(b);
   for (Vlong i = 0; i < n; ++i) {
-    const int equal = internal::NumericEqual(x[i], y[i]);
-    if (equal == 0 || (equal < 0 && x[i] != y[i])) return 0;
+    if (!ElementsEqual(x[i], y[i])) return 0;
   }
   return 1;
 }
 
-bool HasNaN(const VTuple& t) {
-  const VCtrlVal* x = K::Elems(t);
-  for (Vlong i = t.Num() - 1; i >= 0; --i) {
-    if (K::Tag(x[i]) == VPAR_DOUBLE && isnan(K::Real(x[i]))) return true;
+bool IsNaN(const VCtrlVal& v) { return K::Tag(v) == VPAR_DOUBLE && isnan(K::Real(v)); }
+
+// Whether any of the elements from index `first` to n - 1 is a
+// not-a-number.
+bool HasNaN(const VCtrlVal* x, Vlong first, Vlong n) {
+  for (Vlong i = first; i < n; ++i) {
+    if (IsNaN(x[i])) return true;
   }
   return false;
 }
@@ -59,16 +73,43 @@ int Compare(const VCtrlVal& x, const VCtrlVal& y) {
   return x < y ? -1 : 0;
 }
 
+// A not-a-number anywhere makes the order false before any element is
+// compared. The scan for it is fused with the walk over the leading pairs
+// of numbers, which is the common case: a not-a-number met there ends the
+// comparison at once, and the elements behind the point where the walk
+// stops are scanned before anything is decided or any element operator
+// can fail, so the outcome is that of scanning first.
 template <Order kOp>
 int OrderTuples(const VTuple& a, const VTuple& b) {
-  if (HasNaN(a) || HasNaN(b)) return 0;
   const Vlong n1 = a.Num();
   const Vlong n2 = b.Num();
   const VCtrlVal* x = K::Elems(a);
   const VCtrlVal* y = K::Elems(b);
   const Vlong common = n1 < n2 ? n1 : n2;
-  for (Vlong i = 0; i < common; ++i) {
-    const int c = Compare<kOp>(x[i], y[i]);
+  Vlong i = 0;
+  int c = 0;
+  for (; i < common; ++i) {
+    const int tx = K::Tag(x[i]);
+    const int ty = K::Tag(y[i]);
+    if (tx == VPAR_LONG && ty == VPAR_LONG) {
+      c = (K::Long(x[i]) > K::Long(y[i])) - (K::Long(x[i]) < K::Long(y[i]));
+    } else if (K::IsNumber(tx) && K::IsNumber(ty)) {
+      const double p = K::AsReal(x[i]);
+      const double q = K::AsReal(y[i]);
+      if (isnan(p) || isnan(q)) return 0;
+      c = (p > q) - (p < q);
+    } else {
+      break;
+    }
+    if (c != 0) {
+      ++i;
+      break;
+    }
+  }
+  if (HasNaN(x, i, n1) || HasNaN(y, i, n2)) return 0;
+  if (c != 0) return internal::Holds<kOp>(c, 0);
+  for (; i < common; ++i) {
+    c = Compare<kOp>(x[i], y[i]);
     if (c != 0) return internal::Holds<kOp>(c, 0);
   }
   return internal::Holds<kOp>(n1, n2);

@@ -74,13 +74,23 @@ struct TupleKernel {
                     bool right_steps, Vlong n, Op op) {
     VTuple result;
     if (n <= 0 || !Grow(result, n)) return result;
-    VCtrlVal* out = result.elems;
-    const Vlong left_stride = left_steps ? 1 : 0;
-    const Vlong right_stride = right_steps ? 1 : 0;
-    for (Vlong i = n - 1; i >= 0; --i) {
-      op(left[i * left_stride], right[i * right_stride], out[i]);
+    if (left_steps && right_steps) {
+      ZipLoop<true, true>(left, right, result.elems, n, op);
+    } else if (left_steps) {
+      ZipLoop<true, false>(left, right, result.elems, n, op);
+    } else {
+      ZipLoop<false, true>(left, right, result.elems, n, op);
     }
     return result;
+  }
+
+  // The inner loop, with the operands' stepping fixed at compile time.
+  template <bool kLeftSteps, bool kRightSteps, class Op>
+  static void ZipLoop(const VCtrlVal* left, const VCtrlVal* right, VCtrlVal* out,
+                      Vlong n, Op op) {
+    for (Vlong i = n - 1; i >= 0; --i) {
+      op(left[kLeftSteps ? i : 0], right[kRightSteps ? i : 0], out[i]);
+    }
   }
 
   // The broadcast rule of two tuples, tested in this order: an empty

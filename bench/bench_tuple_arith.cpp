@@ -1,0 +1,173 @@
+// Tuple arithmetic and comparison on 1e6 elements, each against the same
+// loop over a plain std::vector of the same element type. The tuple pays
+// for its type tag per element (16 bytes instead of 8) and for sizing its
+// result by the growth rule; nothing else should show.
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+#include <vexaobj/VTuple.h>
+
+namespace {
+
+using Vexa::Vlong;
+using Vexa::VTuple;
+
+constexpr Vlong kCount = 1000000;
+
+// The i-th operand value of either type; the second operand differs from
+// the first so that no multiplication or sum is trivial.
+template <class T>
+T Value(Vlong i, int which) {
+  return static_cast<T>(which == 0 ? i % 1000 + 1 : i % 7 + 2);
+}
+
+template <class T>
+const VTuple& TupleOperand(int which) {
+  static const VTuple operands[2] = {
+      [] {
+        VTuple t;
+        for (Vlong i = kCount - 1; i >= 0; --i) t[i] = Value<T>(i, 0);
+        return t;
+      }(),
+      [] {
+        VTuple t;
+        for (Vlong i = kCount - 1; i >= 0; --i) t[i] = Value<T>(i, 1);
+        return t;
+      }()};
+  return operands[which];
+}
+
+template <class T>
+const std::vector<T>& VectorOperand(int which) {
+  static const std::vector<T> operands[2] = {
+      [] {
+        std::vector<T> v(kCount);
+        for (Vlong i = 0; i < kCount; ++i) v[i] = Value<T>(i, 0);
+        return v;
+      }(),
+      [] {
+        std::vector<T> v(kCount);
+        for (Vlong i = 0; i < kCount; ++i) v[i] = Value<T>(i, 1);
+        return v;
+      }()};
+  return operands[which];
+}
+
+// --- Elementwise operations: a fresh result each time, as in the tuple ----
+
+template <class T>
+void TupleAdd(benchmark::State& state) {
+  const VTuple& a = TupleOperand<T>(0);
+  const VTuple& b = TupleOperand<T>(1);
+  for (auto _ : state) {
+    VTuple r = a + b;
+    benchmark::DoNotOptimize(r);
+  }
+}
+
+template <class T>
+void TupleMul(benchmark::State& state) {
+  const VTuple& a = TupleOperand<T>(0);
+  const VTuple& b = TupleOperand<T>(1);
+  for (auto _ : state) {
+    VTuple r = a * b;
+    benchmark::DoNotOptimize(r);
+  }
+}
+
+template <class T, class Op>
+void VectorElementwise(benchmark::State& state, Op op) {
+  const std::vector<T>& a = VectorOperand<T>(0);
+  const std::vector<T>& b = VectorOperand<T>(1);
+  for (auto _ : state) {
+    std::vector<T> r(a.size());
+    for (size_t i = 0; i < a.size(); ++i) r[i] = op(a[i], b[i]);
+    benchmark::DoNotOptimize(r.data());
+  }
+}
+
+template <class T>
+void VectorAdd(benchmark::State& state) {
+  VectorElementwise<T>(state, [](T x, T y) { return x + y; });
+}
+
+template <class T>
+void VectorMul(benchmark::State& state) {
+  VectorElementwise<T>(state, [](T x, T y) { return x * y; });
+}
+
+// --- Whole comparisons: equal operands, so that every element is visited ---
+
+template <class T>
+void TupleEqual(benchmark::State& state) {
+  const VTuple& a = TupleOperand<T>(0);
+  const VTuple b = a;
+  for (auto _ : state) benchmark::DoNotOptimize(a == b);
+}
+
+template <class T>
+void VectorEqual(benchmark::State& state) {
+  const std::vector<T>& a = VectorOperand<T>(0);
+  const std::vector<T> b = a;
+  for (auto _ : state) {
+    int equal = 1;
+    for (size_t i = 0; i < a.size(); ++i) {
+      if (a[i] != b[i]) {
+        equal = 0;
+        break;
+      }
+    }
+    benchmark::DoNotOptimize(equal);
+  }
+}
+
+template <class T>
+void TupleLess(benchmark::State& state) {
+  const VTuple& a = TupleOperand<T>(0);
+  const VTuple b = a;
+  for (auto _ : state) benchmark::DoNotOptimize(a < b);
+}
+
+// The same algorithm on plain values: a not-a-number anywhere makes the
+// order false, then the first difference or the lengths decide.
+template <class T>
+void VectorLess(benchmark::State& state) {
+  const std::vector<T>& a = VectorOperand<T>(0);
+  const std::vector<T> b = a;
+  for (auto _ : state) {
+    int less = -1;
+    for (const std::vector<T>* v : {&a, &b}) {
+      for (T x : *v) {
+        if (x != x) less = 0;
+      }
+    }
+    for (size_t i = 0; less < 0 && i < a.size(); ++i) {
+      if (a[i] < b[i]) less = 1;
+      else if (a[i] > b[i]) less = 0;
+    }
+    if (less < 0) less = a.size() < b.size();
+    benchmark::DoNotOptimize(less);
+  }
+}
+
+BENCHMARK_TEMPLATE(TupleAdd, Vlong)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(VectorAdd, Vlong)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(TupleAdd, double)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(VectorAdd, double)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(TupleMul, Vlong)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(VectorMul, Vlong)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(TupleMul, double)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(VectorMul, double)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(TupleEqual, Vlong)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(VectorEqual, Vlong)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(TupleEqual, double)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(VectorEqual, double)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(TupleLess, Vlong)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(VectorLess, Vlong)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(TupleLess, double)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(VectorLess, double)->Unit(benchmark::kMillisecond);
+
+}  // namespace
