@@ -8,7 +8,8 @@ CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
 # Packages the build, the tests and the benchmarks need.
 PACKAGES = cmake ninja-build g++ make python3 ccache pkg-config \
-           libgtest-dev libgmock-dev libpcre2-dev
+           libgtest-dev libgmock-dev libpcre2-dev \
+           libpng-dev libjpeg-dev libtiff-dev
 # Only the benchmarks compare against OpenCV.
 BENCH_PACKAGES = libbenchmark-dev libopencv-imgproc-dev
 
