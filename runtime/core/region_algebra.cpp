@@ -1,0 +1,266 @@
+#include "region_algebra.h"
+
+#include <algorithm>
+#include <limits>
+#include <numeric>
+
+namespace vexa {
+
+namespace {
+
+constexpr int64_t kNoEdge = std::numeric_limits<int64_t>::max();
+
+// One row's runs of a list: [begin, end).
+struct RowSpan {
+  const Chord* begin;
+  const Chord* end;
+};
+
+// The runs of row `row` starting at *p; advances *p past them.
+RowSpan TakeRow(const Chord** p, const Chord* end, int32_t row) {
+  RowSpan s{*p, *p};
+  while (s.end != end && s.end->r == row) ++s.end;
+  *p = s.end;
+  return s;
+}
+
+// Combines the runs of one row of both lists: a pixel is in the result when
+// keep(in_a, in_b). The runs' edges (first column, one past the last) are
+// walked in order; because runs of one list neither overlap nor touch, an
+// edge where one run ends and the next (of the other list) starts at once
+// keeps the state and the output comes out merged.
+template <class Keep>
+void CombineRow(int32_t row, RowSpan a, RowSpan b, Keep keep, ChordList* out) {
+  bool in_a = false, in_b = false, in_out = false;
+  int64_t start = 0;
+  for (;;) {
+    const int64_t ea = a.begin == a.end ? kNoEdge
+                       : in_a          ? int64_t{a.begin->ce} + 1
+                                       : a.begin->cb;
+    const int64_t eb = b.begin == b.end ? kNoEdge
+                       : in_b          ? int64_t{b.begin->ce} + 1
+                                       : b.begin->cb;
+    const int64_t x = std::min(ea, eb);
+    if (x == kNoEdge) break;
+    if (ea == x) {
+      if (in_a) ++a.begin;
+      in_a = !in_a;
+    }
+    if (eb == x) {
+      if (in_b) ++b.begin;
+      in_b = !in_b;
+    }
+    const bool now = keep(in_a, in_b);
+    if (now == in_out) continue;
+    if (now) {
+      start = x;
+    } else {
+      out->push_back({row, static_cast<int32_t>(start),
+                      static_cast<int32_t>(x - 1)});
+    }
+    in_out = now;
+  }
+}
+
+// Walks both lists row by row. Rows present in only one list are copied or
+// skipped whole, as keep() says for that side alone, without the edge walk.
+template <class Keep>
+ChordList Combine(const ChordList& la, const ChordList& lb, Keep keep) {
+  ChordList out;
+  const bool keep_a_only = keep(true, false);
+  const bool keep_b_only = keep(false, true);
+  out.reserve(std::max(la.size(), lb.size()));
+  const Chord *pa = la.data(), *ea = pa + la.size();
+  const Chord *pb = lb.data(), *eb = pb + lb.size();
+  while (pa != ea || pb != eb) {
+    const int32_t row = pa == ea   ? pb->r
+                        : pb == eb ? pa->r
+                                   : std::min(pa->r, pb->r);
+    const RowSpan a = TakeRow(&pa, ea, row);
+    const RowSpan b = TakeRow(&pb, eb, row);
+    if (b.begin == b.end) {
+      if (keep_a_only) out.insert(out.end(), a.begin, a.end);
+    } else if (a.begin == a.end) {
+      if (keep_b_only) out.insert(out.end(), b.begin, b.end);
+    } else {
+      CombineRow(row, a, b, keep, &out);
+    }
+  }
+  return out;
+}
+
+// Whether two runs of adjacent rows belong to one component.
+inline bool Adjacent(const Chord& up, const Chord& down, int64_t reach) {
+  return int64_t{up.cb} <= down.ce + reach && int64_t{down.cb} <= up.ce + reach;
+}
+
+uint32_t Find(std::vector<uint32_t>& parent, uint32_t i) {
+  while (parent[i] != i) {
+    parent[i] = parent[parent[i]];  // path halving
+    i = parent[i];
+  }
+  return i;
+}
+
+void Join(std::vector<uint32_t>& parent, uint32_t i, uint32_t j) {
+  i = Find(parent, i);
+  j = Find(parent, j);
+  // The smaller index becomes the root, so a root is its component's first
+  // chord.
+  if (i < j) parent[j] = i;
+  else if (j < i) parent[i] = j;
+}
+
+}  // namespace
+
+ChordList ChordUnion(const ChordList& a, const ChordList& b) {
+  return Combine(a, b, [](bool x, bool y) { return x || y; });
+}
+
+ChordList ChordIntersection(const ChordList& a, const ChordList& b) {
+  return Combine(a, b, [](bool x, bool y) { return x && y; });
+}
+
+ChordList ChordDifference(const ChordList& a, const ChordList& b) {
+  return Combine(a, b, [](bool x, bool y) { return x && !y; });
+}
+
+ChordList ChordSymmDifference(const ChordList& a, const ChordList& b) {
+  return Combine(a, b, [](bool x, bool y) { return x != y; });
+}
+
+ChordList ChordUnionMany(const std::vector<const ChordList*>& lists) {
+  // Pairwise rounds: every chord takes part in log2(k) merges.
+  std::vector<ChordList> level;
+  for (const ChordList* l : lists)
+    if (l != nullptr && !l->empty()) level.push_back(*l);
+  if (level.empty()) return {};
+  while (level.size() > 1) {
+    std::vector<ChordList> next;
+    next.reserve((level.size() + 1) / 2);
+    for (size_t i = 0; i + 1 < level.size(); i += 2)
+      next.push_back(ChordUnion(level[i], level[i + 1]));
+    if (level.size() % 2 == 1) next.push_back(std::move(level.back()));
+    level.swap(next);
+  }
+  return std::move(level.front());
+}
+
+ChordList ChordComplementIn(const ChordList& a, int32_t r1, int32_t c1,
+                            int32_t r2, int32_t c2) {
+  if (r2 < r1 || c2 < c1) return {};
+  ChordList frame;
+  frame.reserve(static_cast<size_t>(int64_t{r2} - r1 + 1));
+  for (int64_t r = r1; r <= r2; ++r)
+    frame.push_back({static_cast<int32_t>(r), c1, c2});
+  return ChordDifference(frame, a);
+}
+
+bool ChordIsSubset(const ChordList& a, const ChordList& b) {
+  // Each run of a must lie inside one run of b (runs of b never touch).
+  size_t j = 0;
+  for (const Chord& x : a) {
+    while (j < b.size() && (b[j].r < x.r || (b[j].r == x.r && b[j].ce < x.cb)))
+      ++j;
+    if (j == b.size() || b[j].r != x.r || b[j].cb > x.cb || b[j].ce < x.ce)
+      return false;
+  }
+  return true;
+}
+
+int64_t ChordComponentLabels(const ChordList& a, Neighbourhood nb,
+                             std::vector<int64_t>* labels) {
+  const size_t n = a.size();
+  const int64_t reach = nb == Neighbourhood::k8 ? 1 : 0;
+  std::vector<uint32_t> parent(n);
+  std::iota(parent.begin(), parent.end(), 0u);
+  // [prev_begin, prev_end): the runs of the row above the current one.
+  size_t prev_begin = 0, prev_end = 0;
+  for (size_t cur = 0; cur < n;) {
+    const int32_t row = a[cur].r;
+    size_t cur_end = cur;
+    while (cur_end < n && a[cur_end].r == row) ++cur_end;
+    if (prev_end > prev_begin && a[prev_begin].r == row - 1) {
+      size_t i = prev_begin, j = cur;
+      while (i < prev_end && j < cur_end) {
+        if (Adjacent(a[i], a[j], reach))
+          Join(parent, static_cast<uint32_t>(i), static_cast<uint32_t>(j));
+        // The run that ends first cannot touch anything further right.
+        if (a[i].ce < a[j].ce) ++i;
+        else ++j;
+      }
+    }
+    prev_begin = cur;
+    prev_end = cur_end;
+    cur = cur_end;
+  }
+  labels->assign(n, -1);
+  int64_t count = 0;
+  for (size_t i = 0; i < n; ++i) {
+    const uint32_t root = Find(parent, static_cast<uint32_t>(i));
+    if (root == i) (*labels)[i] = count++;
+    else (*labels)[i] = (*labels)[root];  // the root came earlier
+  }
+  return count;
+}
+
+std::vector<ChordList> ChordComponents(const ChordList& a, Neighbourhood nb) {
+  std::vector<int64_t> labels;
+  const int64_t count = ChordComponentLabels(a, nb, &labels);
+  std::vector<size_t> sizes(static_cast<size_t>(count), 0);
+  for (int64_t l : labels) ++sizes[static_cast<size_t>(l)];
+  std::vector<ChordList> parts(static_cast<size_t>(count));
+  for (size_t k = 0; k < parts.size(); ++k) parts[k].reserve(sizes[k]);
+  // Chords go out in input order, so every component stays canonical.
+  for (size_t i = 0; i < a.size(); ++i)
+    parts[static_cast<size_t>(labels[i])].push_back(a[i]);
+  return parts;
+}
+
+ChordList ChordHoles(const ChordList& a) {
+  if (a.empty()) return {};
+  int32_t c1 = a.front().cb, c2 = a.front().ce;
+  for (const Chord& ch : a) {
+    c1 = std::min(c1, ch.cb);
+    c2 = std::max(c2, ch.ce);
+  }
+  // Outside a, within the bounding box grown by one pixel: the grown frame
+  // is one component, the first one (it holds the top-left pixel); every
+  // other component is a hole.
+  const ChordList outside =
+      ChordComplementIn(a, a.front().r - 1, c1 - 1, a.back().r + 1, c2 + 1);
+  std::vector<int64_t> labels;
+  ChordComponentLabels(outside, Neighbourhood::k4, &labels);
+  ChordList holes;
+  for (size_t i = 0; i < outside.size(); ++i)
+    if (labels[i] != 0) holes.push_back(outside[i]);
+  return holes;
+}
+
+ChordList ChordTranslate(const ChordList& a, int32_t dr, int32_t dc) {
+  ChordList out(a);
+  for (Chord& c : out) {
+    c.r += dr;
+    c.cb += dc;
+    c.ce += dc;
+  }
+  return out;
+}
+
+RegionPtr RegionDifference(const Region& a, const Region& b) {
+  return Region::FromCanonicalChords(ChordDifference(a.chords(), b.chords()));
+}
+
+RegionPtr RegionSymmDifference(const Region& a, const Region& b) {
+  return Region::FromCanonicalChords(
+      ChordSymmDifference(a.chords(), b.chords()));
+}
+
+RegionPtr RegionUnionMany(const std::vector<RegionPtr>& regions) {
+  std::vector<const ChordList*> lists;
+  lists.reserve(regions.size());
+  for (const RegionPtr& r : regions) lists.push_back(&r->chords());
+  return Region::FromCanonicalChords(ChordUnionMany(lists));
+}
+
+}  // namespace vexa
