@@ -9,6 +9,8 @@
                                   the signature the catalogue prescribes
   tests/sweep_calls.inc           one call of every operator with empty
                                   arguments, for the bad-input sweep
+  include/vexaobj/methods/, vexaobj/methods_<Class>_<k>.cpp
+                                  the class methods (class_methods.py)
 
 Files are only rewritten when their content changes, so that an edit of the
 table recompiles just what it affects."""
@@ -17,6 +19,7 @@ import argparse
 import os
 import sys
 
+import class_methods
 import decl
 import signatures
 
@@ -198,6 +201,7 @@ def main():
     ap.add_argument("--decl", required=True)
     ap.add_argument("--out", required=True)
     ap.add_argument("--shards", type=int, default=8)
+    ap.add_argument("--method-shards", type=int, default=2)
     args = ap.parse_args()
     try:
         ops = decl.load(args.decl)
@@ -214,6 +218,17 @@ def main():
     write_if_changed(os.path.join(args.out, "tests/signatures_test.cpp"),
                      signature_test(catalogue))
     write_if_changed(os.path.join(args.out, "tests/sweep_calls.inc"), sweep_test(ops))
+
+    def write(relative, text):
+        write_if_changed(os.path.join(args.out, relative), text)
+    try:
+        available = class_methods.read_available(args.decl)
+        for cls in class_methods.method_classes(args.decl):
+            methods = class_methods.class_methods(cls, args.decl, ops, available)
+            class_methods.write_class(cls, methods, available, args.method_shards, write)
+    except class_methods.ClassError as e:
+        print("class methods: %s" % e, file=sys.stderr)
+        return 1
     return 0
 
 

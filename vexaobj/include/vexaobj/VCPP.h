@@ -24,6 +24,8 @@ namespace Vexa {
 
 class VTuple;
 class Vobject;
+class VObject;
+class VObjectArray;
 
 // Creates an instance of operator `op` and stores `global` (1 for
 // procedural functions and VOperator, 0 for class methods) in it. Returns
@@ -65,6 +67,23 @@ unsigned int VcppStoreIO(void* proc, int par, const Vobject& obj);
 // Output object: `obj` takes the one key of output `par` (7200 if there is
 // not exactly one, 7403 for a null `obj`), or is reset after a failure.
 unsigned int VcppStoreOO(void* proc, int par, Vobject* obj, unsigned int err);
+
+// The stores of the handle classes, used by class methods.
+// Input object: the handle's key, key 1 as the "empty" object; the runtime
+// accepts a single object only.
+unsigned int VcppStoreIO(void* proc, int par, const VObject* obj);
+// Input array: the elements' keys in order, each key 1 as the "empty"
+// object, in a key array that belongs to the instance.
+unsigned int VcppStoreIO(void* proc, int par, const VObjectArray* arr);
+// Output object: `obj` takes the one key of output `par` by SetKey (an
+// empty object when none came back, 7200 for several, 7403 for a null
+// `obj`), or is reset after a failure.
+unsigned int VcppStoreOO(void* proc, int par, VObject* obj, unsigned int err);
+// Output array: `arr` takes all keys of output `par` by SetKeys and
+// answers with its code (7403 for a null `arr`), or is reset after a
+// failure.
+unsigned int VcppStoreOO(void* proc, int par, VObjectArray* arr,
+                         unsigned int err);
 
 }  // namespace Vexa
 
