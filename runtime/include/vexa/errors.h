@@ -35,6 +35,9 @@
 #define VERR_FILE_READ 5002u
 #define VERR_FILE_WRITE 5003u
 #define VERR_FILE_FORMAT 5004u
+#define VERR_FILE_TRUNCATED 5005u       /* file ends before its data */
+#define VERR_FILE_CORRUPT 5006u         /* data contradict header or checksum */
+#define VERR_FILE_UNSUPPORTED 5007u     /* known format, variant not readable */
 
 #define VERR_PIXEL_TYPE 6001u           /* pixel type not supported here */
 #define VERR_IMAGE_SIZE 6002u           /* image sizes do not match / invalid */
