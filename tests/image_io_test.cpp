@@ -190,6 +190,8 @@ std::vector<RoundTrip> RoundTrips() {
   cases.push_back({"tiff deflate", T::kInt4, 1, T::kInt4, false});
   cases.push_back({"tiff packbits", T::kByte, 3, T::kByte, false});
   cases.push_back({"tiff planar deflate", T::kInt2, 5, T::kInt2, false});
+  cases.push_back({"tiff tiled", T::kUInt2, 3, T::kUInt2, false});
+  cases.push_back({"tiff tiled planar lzw", T::kReal, 2, T::kReal, false});
   for (const char* f : {"pgm", "pgm ascii"}) {
     cases.push_back({f, T::kByte, 1, T::kByte, false});
     cases.push_back({f, T::kUInt2, 1, T::kUInt2, false});
@@ -441,6 +443,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Damage{"tiff", PixelType::kInt2, 3, false},
                       Damage{"tiff planar lzw", PixelType::kByte, 4, false},
                       Damage{"tiff deflate", PixelType::kReal, 1, false},
+                      Damage{"tiff tiled lzw", PixelType::kByte, 3, false},
                       Damage{"pgm", PixelType::kUInt2, 1, true},
                       Damage{"ppm ascii", PixelType::kByte, 3, false},
                       Damage{"native", PixelType::kInt2, 2, true}),

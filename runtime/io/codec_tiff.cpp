@@ -231,22 +231,43 @@ bool WriteFields(TIFF* tif, const EncodeSource& source, const SampleKind& kind,
   if (ok && !extra.empty())
     ok = TIFFSetField(tif, TIFFTAG_EXTRASAMPLES, static_cast<uint16_t>(extra.size()),
                       extra.data());
+  if (options.tiled)
+    return ok && TIFFSetField(tif, TIFFTAG_TILEWIDTH, kTileSide) &&
+           TIFFSetField(tif, TIFFTAG_TILELENGTH, kTileSide);
   return ok && TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, TIFFDefaultStripSize(tif, 0));
 }
 
-bool WriteScanlines(TIFF* tif, const EncodeSource& source, bool planar) {
-  const size_t size = PixelSize(source.type());
-  Bytes row(static_cast<size_t>(source.width()) * source.channels.size() * size);
-  const size_t planes = planar ? source.channels.size() : 1;
+// Writes strips of scanlines, or tiles (the parts of edge tiles beyond
+// the image stay zero); planar files plane after plane.
+bool WritePixels(TIFF* tif, const EncodeSource& source, const TiffOptions& options) {
+  const size_t planes = options.planar ? source.channels.size() : 1;
+  const size_t per_pixel = options.planar ? 1 : source.channels.size();
+  const size_t pixel = per_pixel * PixelSize(source.type());
+  const uint32_t width = static_cast<uint32_t>(source.width());
+  const uint32_t height = static_cast<uint32_t>(source.height());
+  const uint32_t block_width = options.tiled ? kTileSide : width;
+  const uint32_t block_height = options.tiled ? kTileSide : 1;
+  Bytes block(block_width * block_height * pixel);
+  Bytes row(width * pixel);
   for (size_t s = 0; s < planes; ++s) {
-    for (int32_t r = 0; r < source.height(); ++r) {
-      if (planar)
-        GatherRow({source.channels[s]}, r, false, row.data());
-      else
-        GatherRow(source.channels, r, false, row.data());
-      if (TIFFWriteScanline(tif, row.data(), static_cast<uint32_t>(r),
-                            static_cast<uint16_t>(s)) < 0)
-        return false;
+    const std::vector<const PixelBuffer*> channels =
+        options.planar ? std::vector<const PixelBuffer*>{source.channels[s]}
+                       : source.channels;
+    for (uint32_t y = 0; y < height; y += block_height) {
+      for (uint32_t x = 0; x < width; x += block_width) {
+        std::fill(block.begin(), block.end(), 0);
+        for (uint32_t i = 0; i < block_height && y + i < height; ++i) {
+          GatherRow(channels, static_cast<int32_t>(y + i), false, row.data());
+          const uint32_t n = std::min(block_width, width - x);
+          std::memcpy(block.data() + i * block_width * pixel, row.data() + x * pixel,
+                      n * pixel);
+        }
+        const auto sample = static_cast<uint16_t>(s);
+        const bool ok = options.tiled
+                            ? TIFFWriteTile(tif, block.data(), x, y, 0, sample) >= 0
+                            : TIFFWriteScanline(tif, block.data(), y, sample) >= 0;
+        if (!ok) return false;
+      }
     }
   }
   return TIFFFlush(tif) == 1;
@@ -285,7 +306,7 @@ Vresult EncodeTiff(const EncodeSource& source, const TiffOptions& options,
   h.tif = Open(&out, "wm");
   if (!h.tif) return VERR_OUT_OF_MEMORY;
   if (!WriteFields(h.tif, source, *kind, options) ||
-      !WriteScanlines(h.tif, source, options.planar))
+      !WritePixels(h.tif, source, options))
     return VERR_OUT_OF_MEMORY;
   return VRESULT_OK;
 }

@@ -9,10 +9,13 @@
 namespace vexa {
 namespace io {
 
+constexpr uint32_t kTileSide = 16;
+
 enum class TiffCompression { kNone, kLzw, kDeflate, kPackBits };
 
 struct TiffOptions {
   bool planar = false;
+  bool tiled = false;  // tiles of kTileSide pixels square instead of strips
   TiffCompression compression = TiffCompression::kNone;
 };
 

@@ -82,6 +82,8 @@ bool ParseWriteFormat(const char* text, WriteFormat* format) {
   while (words >> option) {
     if (f.kind == Kind::kTiff && option == "planar" && !f.tiff.planar) {
       f.tiff.planar = true;
+    } else if (f.kind == Kind::kTiff && option == "tiled" && !f.tiff.tiled) {
+      f.tiff.tiled = true;
     } else if (f.kind == Kind::kTiff && !seen_compression &&
                (option == "lzw" || option == "deflate" || option == "packbits")) {
       seen_compression = true;

@@ -18,7 +18,7 @@ Vresult DecodeImage(const Bytes& file, DecodedImage* image);
 // A format text of write_image: a format name and options, separated by
 // spaces:
 //   "png"
-//   "tiff" [ "planar" ] [ "lzw" | "deflate" | "packbits" ]
+//   "tiff" [ "planar" ] [ "tiled" ] [ "lzw" | "deflate" | "packbits" ]
 //   "jpeg" [ quality 0..100, default 90 ]
 //   "pgm" [ "ascii" ], "ppm" [ "ascii" ]
 //   "native"
