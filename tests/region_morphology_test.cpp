@@ -1,0 +1,331 @@
+// Morphology operators called through the procedural functions, against
+// per-pixel definitions on pixel sets: dilations, erosions, Minkowski
+// operations with discs, rectangles and arbitrary elements at their
+// reference points; openings and closings by their definitions (translates
+// that fit; translates that meet), hats, boundaries, the segmenting
+// opening; parameter errors; nothing left behind.
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+
+#include "region_pixelset_support.h"
+
+namespace {
+
+using namespace Vexa;
+using namespace pixelset;
+
+PixelSet AddRef(const PixelSet& a, const PixelSet& b) {
+  PixelSet out;
+  for (const Pixel& p : a)
+    for (const Pixel& q : b) out.insert({p.first + q.first, p.second + q.second});
+  return out;
+}
+
+// The points p with p + b inside a.
+PixelSet FitRef(const PixelSet& a, const PixelSet& b) {
+  PixelSet out;
+  const Pixel b0 = *b.begin();
+  for (const Pixel& p : a) {
+    const Pixel cand{p.first - b0.first, p.second - b0.second};
+    bool fits = true;
+    for (const Pixel& q : b)
+      fits = fits && a.count({cand.first + q.first, cand.second + q.second});
+    if (fits) out.insert(cand);
+  }
+  return out;
+}
+
+PixelSet Mirror(const PixelSet& b) {
+  PixelSet out;
+  for (const Pixel& p : b) out.insert({-p.first, -p.second});
+  return out;
+}
+
+PixelSet Minus(const PixelSet& a, const PixelSet& b) {
+  PixelSet out;
+  for (const Pixel& p : a)
+    if (!b.count(p)) out.insert(p);
+  return out;
+}
+
+// Union of the translates of b that lie inside a.
+PixelSet OpeningRef(const PixelSet& a, const PixelSet& b) {
+  PixelSet out;
+  for (const Pixel& q : FitRef(a, b))
+    for (const Pixel& p : b) out.insert({q.first + p.first, q.second + p.second});
+  return out;
+}
+
+// The points p such that every translate q + b holding p meets a.
+PixelSet ClosingRef(const PixelSet& a, const PixelSet& b) {
+  PixelSet out;
+  for (const Pixel& p : AddRef(AddRef(a, Mirror(b)), b)) {  // all candidates
+    bool all = true;
+    for (const Pixel& t : b) {
+      const Pixel q{p.first - t.first, p.second - t.second};
+      bool meets = false;
+      for (const Pixel& s : b) meets = meets || a.count({q.first + s.first, q.second + s.second});
+      all = all && meets;
+    }
+    if (all) out.insert(p);
+  }
+  return out;
+}
+
+PixelSet DiscRef(double radius) {
+  PixelSet out;
+  const int reach = static_cast<int>(radius) + 1;
+  for (int r = -reach; r <= reach; ++r)
+    for (int c = -reach; c <= reach; ++c)
+      if (r * r + c * c <= radius * radius) out.insert({r, c});
+  return out;
+}
+
+// Reference point: the centre for odd sizes, top left of it for even.
+PixelSet RectRef(int width, int height) {
+  PixelSet out;
+  for (int r = -(height - 1) / 2; r <= height / 2; ++r)
+    for (int c = -(width - 1) / 2; c <= width / 2; ++c) out.insert({r, c});
+  return out;
+}
+
+PixelSet Shift(const PixelSet& b, int dr, int dc) {
+  PixelSet out;
+  for (const Pixel& p : b) out.insert({p.first + dr, p.second + dc});
+  return out;
+}
+
+// Several random regions, one of them empty, as one object list.
+struct Inputs {
+  std::vector<PixelSet> sets;
+  Vobject objects;
+};
+
+Inputs RandomInputs(std::mt19937& rng) {
+  Inputs in;
+  in.sets = {RandomRegion(rng, -3, -4, 30, 40, 10), RandomRegion(rng, 5, 7, 25, 20, 4),
+             PixelSet{}, RandomRegion(rng, 0, 0, 12, 60, 30)};
+  EXPECT_EQ(gen_empty_obj(&in.objects), VRESULT_OK);
+  for (const PixelSet& s : in.sets) {
+    Vobject next;
+    EXPECT_EQ(concat_obj(in.objects, MakeRegion(s), &next), VRESULT_OK);
+    in.objects = next;
+  }
+  return in;
+}
+
+using Call = std::function<unsigned(const Vobject& in, Vobject* out)>;
+using Expect = std::function<PixelSet(const PixelSet& in)>;
+
+void ExpectEachMatches(const Inputs& in, const Call& call, const Expect& expect) {
+  Vobject out;
+  ASSERT_EQ(call(in.objects, &out), VRESULT_OK);
+  const std::vector<PixelSet> got = PixelsOfAll(out);
+  ASSERT_EQ(got.size(), in.sets.size());
+  for (size_t i = 0; i < got.size(); ++i) EXPECT_EQ(got[i], expect(in.sets[i])) << "region " << i;
+}
+
+using RegionPixels = std::function<PixelSet(const PixelSet&, const PixelSet&)>;
+
+TEST_F(RegionOpsTest, CircleOperatorsMatchTheDiscDefinition) {
+  const Inputs in = RandomInputs(rng_);
+  for (double radius : {0.5, 1.0, 1.5, 2.5, 3.0, 4.2, 6.5}) {
+    SCOPED_TRACE(radius);
+    const PixelSet disc = DiscRef(radius);
+    const struct {
+      unsigned (*op)(const Vobject&, Vobject*, double);
+      RegionPixels ref;
+    } cases[] = {{dilation_circle, AddRef}, {erosion_circle, FitRef},
+                 {opening_circle, OpeningRef}, {closing_circle, ClosingRef}};
+    for (const auto& t : cases)
+      ExpectEachMatches(
+          in, [&](const Vobject& a, Vobject* out) { return t.op(a, out, radius); },
+          [&](const PixelSet& a) { return t.ref(a, disc); });
+  }
+}
+
+TEST_F(RegionOpsTest, RectangleOperatorsMatchTheBoxDefinition) {
+  const Inputs in = RandomInputs(rng_);
+  const int sizes[][2] = {{1, 1}, {3, 3}, {4, 2}, {2, 5}, {7, 1}, {1, 6}, {9, 4}};
+  for (const auto& s : sizes) {
+    SCOPED_TRACE(testing::Message() << s[0] << "x" << s[1]);
+    const PixelSet box = RectRef(s[0], s[1]);
+    const struct {
+      unsigned (*op)(const Vobject&, Vobject*, Vlong, Vlong);
+      RegionPixels ref;
+    } cases[] = {
+        {dilation_rectangle1, [](const PixelSet& a, const PixelSet& b) { return AddRef(a, Mirror(b)); }},
+        {erosion_rectangle1, FitRef},
+        {opening_rectangle1, OpeningRef},
+        {closing_rectangle1, ClosingRef}};
+    for (const auto& t : cases)
+      ExpectEachMatches(
+          in, [&](const Vobject& a, Vobject* out) { return t.op(a, out, s[0], s[1]); },
+          [&](const PixelSet& a) { return t.ref(a, box); });
+  }
+}
+
+// Random elements, placed anywhere, with their reference at the rounded
+// centre of gravity (the *1 operators) or at a given point (the *2 ones).
+TEST_F(RegionOpsTest, ElementOperatorsUseTheReferencePoint) {
+  const Inputs in = RandomInputs(rng_);
+  for (int round = 0; round < 6; ++round) {
+    PixelSet element = RandomRegion(rng_, 100 + round, -50, 4, 5, 2);
+    element.insert({100 + round, -48});
+    const Vobject el = MakeRegion(element);
+    double sr = 0, sc = 0;
+    for (const Pixel& p : element) sr += p.first, sc += p.second;
+    const int cr = static_cast<int>(std::llround(sr / element.size()));
+    const int cc = static_cast<int>(std::llround(sc / element.size()));
+    const PixelSet centred = Shift(element, -cr, -cc);
+    const int rr = 101, rc = -49;  // the reference of the *2 operators
+    const PixelSet at = Shift(element, -rr, -rc);
+    auto iterate = [](PixelSet a, int n, const std::function<PixelSet(const PixelSet&)>& f) {
+      for (int i = 0; i < n; ++i) a = f(a);
+      return a;
+    };
+    for (int n : {0, 1, 2}) {
+      SCOPED_TRACE(testing::Message() << "round " << round << " iterations " << n);
+      const struct {
+        unsigned (*op1)(const Vobject&, const Vobject&, Vobject*, Vlong);
+        unsigned (*op2)(const Vobject&, const Vobject&, Vobject*, Vlong, Vlong, Vlong);
+        RegionPixels ref;
+      } cases[] = {
+          {dilation1, dilation2, [](const PixelSet& a, const PixelSet& b) { return AddRef(a, Mirror(b)); }},
+          {erosion1, erosion2, FitRef},
+          {minkowski_add1, minkowski_add2, AddRef},
+          {minkowski_sub1, minkowski_sub2, [](const PixelSet& a, const PixelSet& b) { return FitRef(a, Mirror(b)); }}};
+      for (const auto& t : cases) {
+        ExpectEachMatches(
+            in, [&](const Vobject& a, Vobject* out) { return t.op1(a, el, out, n); },
+            [&](const PixelSet& a) { return iterate(a, n, [&](const PixelSet& x) { return t.ref(x, centred); }); });
+        ExpectEachMatches(
+            in, [&](const Vobject& a, Vobject* out) { return t.op2(a, el, out, rr, rc, n); },
+            [&](const PixelSet& a) { return iterate(a, n, [&](const PixelSet& x) { return t.ref(x, at); }); });
+      }
+    }
+    const struct {
+      unsigned (*op)(const Vobject&, const Vobject&, Vobject*);
+      RegionPixels ref;
+    } combined[] = {
+        {opening, OpeningRef},
+        {closing, ClosingRef},
+        {top_hat, [](const PixelSet& a, const PixelSet& b) { return Minus(a, OpeningRef(a, b)); }},
+        {bottom_hat, [](const PixelSet& a, const PixelSet& b) { return Minus(ClosingRef(a, b), a); }}};
+    for (const auto& t : combined)
+      ExpectEachMatches(
+          in, [&](const Vobject& a, Vobject* out) { return t.op(a, el, out); },
+          [&](const PixelSet& a) { return t.ref(a, element); });
+  }
+}
+
+PixelSet Cross() { return {{-1, 0}, {0, -1}, {0, 0}, {0, 1}, {1, 0}}; }
+
+// The holes of a: background pixels (4-connected) not joined to the frame
+// of the bounding box grown by one.
+PixelSet Filled(const PixelSet& a) {
+  if (a.empty()) return a;
+  int r1 = a.begin()->first, r2 = a.rbegin()->first, c1 = 1 << 30, c2 = -(1 << 30);
+  for (const Pixel& p : a) c1 = std::min(c1, p.second), c2 = std::max(c2, p.second);
+  PixelSet outside{{r1 - 1, c1 - 1}}, todo{{r1 - 1, c1 - 1}};
+  while (!todo.empty()) {
+    const Pixel p = *todo.begin();
+    todo.erase(todo.begin());
+    for (const Pixel& d : {Pixel{-1, 0}, Pixel{1, 0}, Pixel{0, -1}, Pixel{0, 1}}) {
+      const Pixel q{p.first + d.first, p.second + d.second};
+      if (q.first < r1 - 1 || q.first > r2 + 1 || q.second < c1 - 1 || q.second > c2 + 1 ||
+          a.count(q) || outside.count(q))
+        continue;
+      outside.insert(q);
+      todo.insert(q);
+    }
+  }
+  PixelSet out;
+  for (int r = r1; r <= r2; ++r)
+    for (int c = c1; c <= c2; ++c)
+      if (!outside.count({r, c})) out.insert({r, c});
+  return out;
+}
+
+TEST_F(RegionOpsTest, BoundariesAndTheSegmentingOpening) {
+  const Inputs in = RandomInputs(rng_);
+  const struct {
+    const char* type;
+    Expect ref;
+  } cases[] = {
+      {"inner", [](const PixelSet& a) { return Minus(a, FitRef(a, Cross())); }},
+      {"outer", [](const PixelSet& a) { return Minus(AddRef(a, Cross()), a); }},
+      {"inner_filled", [](const PixelSet& a) {
+         const PixelSet f = Filled(a);
+         return Minus(f, FitRef(f, Cross()));
+       }}};
+  for (const auto& t : cases) {
+    SCOPED_TRACE(t.type);
+    ExpectEachMatches(
+        in, [&](const Vobject& a, Vobject* out) { return boundary(a, out, t.type); }, t.ref);
+  }
+  // opening_seg: each 8-connected part of the erosion grown back alone,
+  // parts in the order of their first pixel.
+  const PixelSet square = RectRef(3, 3);
+  Vobject el = MakeRegion(Shift(square, 7, 7)), out;
+  ASSERT_EQ(opening_seg(in.objects, el, &out), VRESULT_OK);
+  std::vector<PixelSet> want;
+  for (const PixelSet& a : in.sets) {
+    PixelSet rest = FitRef(a, square);
+    while (!rest.empty()) {
+      PixelSet part{*rest.begin()}, todo = part;
+      rest.erase(rest.begin());
+      while (!todo.empty()) {
+        const Pixel p = *todo.begin();
+        todo.erase(todo.begin());
+        for (int dr = -1; dr <= 1; ++dr)
+          for (int dc = -1; dc <= 1; ++dc)
+            if (rest.erase({p.first + dr, p.second + dc})) {
+              part.insert({p.first + dr, p.second + dc});
+              todo.insert({p.first + dr, p.second + dc});
+            }
+      }
+      want.push_back(AddRef(part, square));
+    }
+  }
+  EXPECT_EQ(PixelsOfAll(out), want);
+}
+
+TEST_F(RegionOpsTest, BadParametersGiveTheirCodes) {
+  const Vobject a = MakeRegion({{0, 0}, {0, 1}, {3, 4}});
+  const Vobject empty = MakeRegion({});
+  Vobject two, out, image;
+  ASSERT_EQ(concat_obj(a, a, &two), VRESULT_OK);
+  EXPECT_EQ(dilation_circle(a, &out, 0.4), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(erosion_circle(a, &out, std::nan("")), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(dilation_circle(a, &out, 1e12), VERR_TOO_LARGE);
+  EXPECT_EQ(dilation_circle(a, &out, VTuple("x")), VERR_CTRL_TYPE(0));
+  EXPECT_EQ(opening_rectangle1(a, &out, 0, 3), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(closing_rectangle1(a, &out, 3, -1), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(dilation_rectangle1(a, &out, Vlong{1} << 40, 1), VERR_TOO_LARGE);
+  EXPECT_EQ(dilation1(a, empty, &out, 1), VERR_EMPTY_OBJECT);
+  EXPECT_EQ(dilation1(a, two, &out, 1), VERR_OBJ_NUM(2));
+  EXPECT_EQ(erosion1(a, a, &out, -1), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(erosion1(a, a, &out, Vlong{1} << 40), VERR_TOO_LARGE);
+  EXPECT_EQ(erosion2(a, a, &out, Vlong{1} << 40, 0, 1), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(boundary(a, &out, "sideways"), VERR_CTRL_VALUE(0));
+  // Results beyond the coordinate range.
+  const int big = std::numeric_limits<int32_t>::max() - 2;
+  std::vector<vexa::Chord> edge{{big, 0, 0}};
+  Vkey key = VKEY_UNDEF;
+  ASSERT_EQ(vexa::db::NewRegion(vexa::Region::FromChords(edge), &key), VRESULT_OK);
+  const Vobject far(key, 1);
+  EXPECT_EQ(dilation_circle(far, &out, 5.0), VERR_TOO_LARGE);
+  // An image stands for its domain; no input objects give no output.
+  ASSERT_EQ(gen_image_const(&image, "byte", 6, 4), VRESULT_OK);
+  ASSERT_EQ(erosion_rectangle1(image, &out, 3, 3), VRESULT_OK);
+  EXPECT_EQ(PixelsOf(out), Shift(RectRef(4, 2), 1, 2));  // rows 1..2, columns 1..4
+  Vobject none;
+  ASSERT_EQ(gen_empty_obj(&none), VRESULT_OK);
+  ASSERT_EQ(dilation_circle(none, &out, 2.0), VRESULT_OK);
+  EXPECT_TRUE(PixelsOfAll(out).empty());
+}
+
+}  // namespace
