@@ -9,6 +9,9 @@
 #include <vexaobj/VCtrlVal.h>
 #include <vexaobj/VException.h>
 #include <vexaobj/VTuple.h>
+#include <vexaobj/VPrimitives.h>
+#include <vexaobj/VRectangle.h>
+#include <vexaobj/VConvol.h>
 
 #if __has_include(<vexaobj/VCPP.h>)
 #include <vexaobj/VCPP.h>
