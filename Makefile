@@ -9,7 +9,7 @@ CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo
 # Packages the build, the tests and the benchmarks need.
 PACKAGES = cmake ninja-build g++ make python3 ccache pkg-config \
            libgtest-dev libgmock-dev libpcre2-dev \
-           libpng-dev libjpeg-dev libtiff-dev
+           libpng-dev libjpeg-dev libtiff-dev zlib1g-dev
 # Only the benchmarks compare against OpenCV.
 BENCH_PACKAGES = libbenchmark-dev libopencv-imgproc-dev
 

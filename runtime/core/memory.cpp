@@ -96,7 +96,9 @@ Vresult AllocBlock(size_t size, const char* file, int line, void** ptr) {
   if (!ptr) return VERR_INTERNAL;
   *ptr = nullptr;
   if (size > kMaxBlockSize) return VERR_TOO_LARGE;
-  auto* h = static_cast<BlockHeader*>(std::malloc(sizeof(BlockHeader) + size));
+  // Zero-filled: an array of control values is then all undefined values
+  // at no extra cost, as large blocks come as fresh zero pages.
+  auto* h = static_cast<BlockHeader*>(std::calloc(1, sizeof(BlockHeader) + size));
   if (!h) return VERR_OUT_OF_MEMORY;
   h->magic = MagicFor(h);
   h->size = size;

@@ -27,9 +27,10 @@ VCtrlVal* AllocElems(Vlong count, const char* proc, const char* file, int line) 
                           : static_cast<size_t>(count) * sizeof(VCtrlVal);
   void* block = internal::RuntimeAlloc(nullptr, size, proc, file, line);
   if (block == nullptr) return nullptr;
-  VCtrlVal* elems = static_cast<VCtrlVal*>(block);
-  for (Vlong i = 0; i < count; ++i) new (elems + i) VCtrlVal();
-  return elems;
+  // The runtime's blocks come zero-filled, and all-zero bytes are an
+  // undefined value: the array needs no initialising pass.
+  static_assert(VPAR_UNDEF == 0, "an undefined value is all zero bytes");
+  return static_cast<VCtrlVal*>(block);
 }
 
 }  // namespace
@@ -179,7 +180,9 @@ void VTuple::NewLength(Vlong new_num, Vlong old_num) {
 }
 
 void VTuple::ReleaseElems(VCtrlVal* array, Vlong count) {
-  for (Vlong i = count - 1; i >= 0; --i) array[i].ClearCtrlVal();
+  // Only strings own memory; the others need no call before the array goes.
+  for (Vlong i = count - 1; i >= 0; --i)
+    if (array[i].type == VPAR_STRING) array[i].ClearCtrlVal();
   VEXA_FREE(array);
 }
 

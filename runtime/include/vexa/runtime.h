@@ -48,6 +48,7 @@ VEXA_API Vresult VctConvert2Mixed(void* proc, Vctuple* rec, int32_t mode);
 
 /* ---- Memory ----------------------------------------------------------- */
 
+/* Both allocation forms return zero-filled memory. */
 VEXA_API Vresult VXAlloc(void* proc, size_t size, void** ptr);
 VEXA_API Vresult VXAllocMemCheck(void* proc, size_t size, const char* file,
                                  int32_t line, int32_t kind, void** ptr);
