@@ -58,19 +58,30 @@ PixelSet OpeningRef(const PixelSet& a, const PixelSet& b) {
   return out;
 }
 
-// The points p such that every translate q + b holding p meets a.
-PixelSet ClosingRef(const PixelSet& a, const PixelSet& b) {
+PixelSet Shift(const PixelSet& b, int dr, int dc);
+
+// The points p such that every translate q + b holding p meets a: the
+// complement of the opening of the complement. The complement is taken in
+// a window wide enough that translates cut by its edge cannot reach the
+// points kept (the closing lies within a + b' + b; b moved to hold the
+// origin, which changes no translate).
+PixelSet ClosingRef(const PixelSet& a, const PixelSet& element) {
+  if (a.empty()) return {};
+  const PixelSet b = Shift(element, -element.begin()->first, -element.begin()->second);
+  int reach = 0;
+  for (const Pixel& p : b) reach = std::max({reach, std::abs(p.first), std::abs(p.second)});
+  int r1 = a.begin()->first, r2 = a.rbegin()->first, c1 = 1 << 30, c2 = -(1 << 30);
+  for (const Pixel& p : a) c1 = std::min(c1, p.second), c2 = std::max(c2, p.second);
+  const int m = 3 * reach + 2, keep = 2 * reach;
+  PixelSet outside;
+  for (int r = r1 - m; r <= r2 + m; ++r)
+    for (int c = c1 - m; c <= c2 + m; ++c)
+      if (!a.count({r, c})) outside.insert({r, c});
+  const PixelSet open = OpeningRef(outside, b);
   PixelSet out;
-  for (const Pixel& p : AddRef(AddRef(a, Mirror(b)), b)) {  // all candidates
-    bool all = true;
-    for (const Pixel& t : b) {
-      const Pixel q{p.first - t.first, p.second - t.second};
-      bool meets = false;
-      for (const Pixel& s : b) meets = meets || a.count({q.first + s.first, q.second + s.second});
-      all = all && meets;
-    }
-    if (all) out.insert(p);
-  }
+  for (int r = r1 - keep; r <= r2 + keep; ++r)
+    for (int c = c1 - keep; c <= c2 + keep; ++c)
+      if (!open.count({r, c})) out.insert({r, c});
   return out;
 }
 
@@ -291,6 +302,50 @@ TEST_F(RegionOpsTest, BoundariesAndTheSegmentingOpening) {
     }
   }
   EXPECT_EQ(PixelsOfAll(out), want);
+}
+
+// One thinning step, pixel by pixel: remove the pixels whose 3 x 3 ring,
+// turned by `turn` eighths, matches `ring` ('1' set, '0' unset).
+PixelSet ThinRef(const PixelSet& a, const char* ring, int turn) {
+  static const int rr[8] = {-1, -1, -1, 0, 1, 1, 1, 0}, cc[8] = {-1, 0, 1, 1, 1, 0, -1, -1};
+  PixelSet out;
+  for (const Pixel& p : a) {
+    bool hit = true;
+    for (int i = 0; i < 8; ++i) {
+      const int k = (i + turn) % 8;
+      const bool set = a.count({p.first + rr[k], p.second + cc[k]}) != 0;
+      if ((ring[i] == '1' && !set) || (ring[i] == '0' && set)) hit = false;
+    }
+    if (!hit) out.insert(p);
+  }
+  return out;
+}
+
+PixelSet GolayPass(PixelSet a) {
+  for (int turn = 0; turn < 8; ++turn) a = ThinRef(a, "000.111.", turn);
+  return a;
+}
+
+TEST_F(RegionOpsTest, ThinningAndSkeletonFollowTheGolayElement) {
+  const Inputs in = RandomInputs(rng_);
+  ExpectEachMatches(
+      in, [](const Vobject& a, Vobject* out) { return thinning_seq(a, out, "l", 2); },
+      [](const PixelSet& a) { return GolayPass(GolayPass(a)); });
+  ExpectEachMatches(
+      in, [](const Vobject& a, Vobject* out) { return skeleton(a, out); },
+      [](const PixelSet& a) {
+        PixelSet cur = a, next = GolayPass(a);
+        while (next != cur) cur = next, next = GolayPass(cur);
+        return cur;
+      });
+  // The first rotation given as two elements around (50, 60), twice.
+  const Vobject fg = MakeRegion({{50, 60}, {51, 59}, {51, 60}, {51, 61}});
+  const Vobject bg = MakeRegion({{49, 59}, {49, 60}, {49, 61}});
+  ExpectEachMatches(
+      in, [&](const Vobject& a, Vobject* out) { return thinning(a, fg, bg, out, 50, 60, 2); },
+      [](const PixelSet& a) { return ThinRef(ThinRef(a, "000.111.", 0), "000.111.", 0); });
+  Vobject out;
+  EXPECT_EQ(thinning_seq(in.objects, &out, "q", 1), VERR_CTRL_VALUE(0));
 }
 
 TEST_F(RegionOpsTest, BadParametersGiveTheirCodes) {

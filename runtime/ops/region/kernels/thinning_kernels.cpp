@@ -1,0 +1,81 @@
+#include "ops/region/kernels/thinning_kernels.h"
+
+#include <algorithm>
+
+#include "region_algebra.h"
+
+namespace vexa {
+
+Vresult Thin(const Region& a, const Element& fg, const Element& bg, RegionPtr* out) {
+  int32_t r1, c1, r2, c2;
+  if (!a.BoundingBox(&r1, &c1, &r2, &c2)) {
+    *out = Region::Empty();
+    return VRESULT_OK;
+  }
+  RegionPtr hits;
+  Vresult rc = Fit(a, fg, &hits);
+  if (rc != VRESULT_OK) return rc;
+  if (hits->empty()) {
+    *out = Region::FromCanonicalChords(a.chords());
+    return VRESULT_OK;
+  }
+  const Box f = fg.Bounds(), g = bg.Bounds();
+  const int64_t reach = std::max({-f.r0, f.r1, -f.c0, f.c1}) + std::max({-g.r0, g.r1, -g.c0, g.c1}) + 1;
+  const int64_t lo = -(int64_t{1} << 31), hi = (int64_t{1} << 31) - 1;
+  if (r1 - reach < lo || r2 + reach > hi || c1 - reach < lo || c2 + reach > hi) return VERR_TOO_LARGE;
+  const RegionPtr outside = Region::FromCanonicalChords(ChordComplementIn(
+      a.chords(), static_cast<int32_t>(r1 - reach), static_cast<int32_t>(c1 - reach),
+      static_cast<int32_t>(r2 + reach), static_cast<int32_t>(c2 + reach)));
+  RegionPtr misses;
+  rc = Fit(*outside, bg, &misses);
+  if (rc != VRESULT_OK) return rc;
+  *out = RegionDifference(a, *Region::Intersection(*hits, *misses));
+  return VRESULT_OK;
+}
+
+namespace {
+
+// The 3 x 3 ring clockwise from the top-left corner.
+constexpr int kRingR[8] = {-1, -1, -1, 0, 1, 1, 1, 0};
+constexpr int kRingC[8] = {-1, 0, 1, 1, 1, 0, -1, -1};
+
+// Builds an element pair from the ring pattern (1 foreground, 0
+// background, anything else neither) turned by `turn` steps of 45
+// degrees; the centre is foreground.
+std::pair<Element, Element> FromRing(const char* ring, int turn) {
+  std::vector<Chord> fg{{0, 0, 0}}, bg;
+  for (int i = 0; i < 8; ++i) {
+    const int k = (i + turn) % 8;
+    const Chord pixel{kRingR[k], kRingC[k], kRingC[k]};
+    if (ring[i] == '1') fg.push_back(pixel);
+    if (ring[i] == '0') bg.push_back(pixel);
+  }
+  return {Element::FromChords(Region::FromChords(fg)->chords()),
+          Element::FromChords(Region::FromChords(bg)->chords())};
+}
+
+}  // namespace
+
+const std::vector<std::pair<Element, Element>>& GolayL() {
+  static const std::vector<std::pair<Element, Element>> seq = [] {
+    std::vector<std::pair<Element, Element>> s;
+    for (int turn = 0; turn < 8; ++turn) s.push_back(FromRing("000.111.", turn));
+    return s;
+  }();
+  return seq;
+}
+
+Vresult ThinSequence(const Region& a, const std::vector<std::pair<Element, Element>>& seq,
+                     RegionPtr* out) {
+  RegionPtr current = Region::FromCanonicalChords(a.chords());
+  for (const auto& pair : seq) {
+    RegionPtr next;
+    const Vresult rc = Thin(*current, pair.first, pair.second, &next);
+    if (rc != VRESULT_OK) return rc;
+    current = std::move(next);
+  }
+  *out = std::move(current);
+  return VRESULT_OK;
+}
+
+}  // namespace vexa

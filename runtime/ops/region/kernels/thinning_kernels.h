@@ -1,0 +1,30 @@
+// Hit-or-miss transform and thinning of run-length regions.
+//
+// The hit-or-miss transform with a foreground element F and a background
+// element G (both relative to the reference point) marks the points p with
+// p + F inside the region and p + G outside it; thinning removes them. The
+// background is the complement within the bounding box grown by both
+// elements' reach, which holds every p + G that can matter.
+#pragma once
+
+#include <vector>
+
+#include "ops/region/kernels/morph_kernels.h"
+
+namespace vexa {
+
+// The region minus its hit-or-miss points for (fg, bg).
+Vresult Thin(const Region& a, const Element& fg, const Element& bg, RegionPtr* out);
+
+// The eight rotations (by 45 degrees, clockwise) of the Golay element "l":
+//   0 0 0
+//   . 1 .
+//   1 1 1
+// as (foreground, background) pairs.
+const std::vector<std::pair<Element, Element>>& GolayL();
+
+// One pass of sequential thinning: Thin with each rotation in turn.
+Vresult ThinSequence(const Region& a, const std::vector<std::pair<Element, Element>>& seq,
+                     RegionPtr* out);
+
+}  // namespace vexa
