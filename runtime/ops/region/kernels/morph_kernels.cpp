@@ -15,6 +15,7 @@ constexpr int64_t kCoordMax = std::numeric_limits<int32_t>::max();
 // Canonical chords of runs built row by row in increasing row order.
 class ChordSink {
  public:
+  void Reserve(size_t n) { chords_.reserve(n); }
   void Emit(int64_t row, const std::vector<Run>& runs) {
     for (const Run& run : runs)
       chords_.push_back({static_cast<int32_t>(row), static_cast<int32_t>(run.cb),
@@ -39,6 +40,7 @@ bool FitsInt32(const Region& a, const Box& shift) {
 // canonical (widening rows independently keeps the row order).
 std::vector<Chord> WidenAll(const std::vector<Chord>& chords, Widen w) {
   ChordSink sink;
+  sink.Reserve(chords.size());
   RowIndex index(chords);
   std::vector<Run> runs;
   for (int64_t r = index.first_row(); !index.empty() && r <= index.last_row();
@@ -57,6 +59,7 @@ std::vector<Chord> CombineShifted(const std::vector<Chord>& x, int64_t shift,
                                   bool unite) {
   ChordSink sink;
   if (x.empty()) return sink.Take();
+  sink.Reserve(x.size() + x.size() / 4);
   RowIndex index(x);
   const int64_t first = unite ? index.first_row() - shift : index.first_row();
   const int64_t last = unite ? index.last_row() : index.last_row() - shift;
@@ -116,6 +119,7 @@ std::vector<Chord> AddChords(const Region& a, const std::vector<Chord>& b) {
   ChordSink sink;
   const RowIndex index(a.chords());
   if (index.empty()) return sink.Take();
+  sink.Reserve(a.chords().size() + a.chords().size() / 4);
   std::vector<Run> acc, next;
   const int64_t first = int64_t{index.first_row()} + b.front().r;
   const int64_t last = int64_t{index.last_row()} + b.back().r;

@@ -39,41 +39,62 @@ void WidenRow(RowSpan row, Widen w, std::vector<Run>* out) {
 
 void UniteRow(const std::vector<Run>& acc, RowSpan row, Widen w,
               std::vector<Run>* out) {
-  out->clear();
-  out->reserve(acc.size() + row.size());
-  size_t i = 0;
+  // A merge by first column (a constant widening keeps the row sorted)
+  // that holds the run being built in registers; `out` is sized for the
+  // worst case once and trimmed at the end. This loop carries the cost of
+  // every dilation, so it avoids the push_back and back() traffic.
+  const size_t bound = acc.size() + row.size();
+  if (out->size() < bound) out->resize(bound);
+  if (bound == 0) {
+    out->clear();
+    return;
+  }
+  const Run* a = acc.data();
+  const Run* const a_end = a + acc.size();
   const Chord* c = row.begin;
-  // A merge by first column; a constant widening keeps the row sorted.
-  while (i < acc.size() || c != row.end) {
-    if (c == row.end || (i < acc.size() && acc[i].cb <= c->cb + w.lo)) {
-      Append(out, acc[i].cb, acc[i].ce);
-      ++i;
+  Run* o = out->data();
+  int64_t cur_b, cur_e;
+  auto next = [&](int64_t* b, int64_t* e) {
+    if (c == row.end || (a != a_end && a->cb <= c->cb + w.lo)) {
+      *b = a->cb, *e = a->ce, ++a;
     } else {
-      Append(out, c->cb + w.lo, c->ce + w.hi);
-      ++c;
+      *b = c->cb + w.lo, *e = c->ce + w.hi, ++c;
+    }
+  };
+  next(&cur_b, &cur_e);
+  while (a != a_end || c != row.end) {
+    int64_t b, e;
+    next(&b, &e);
+    if (b <= cur_e + 1) {
+      cur_e = e > cur_e ? e : cur_e;
+    } else {
+      *o++ = {cur_b, cur_e};
+      cur_b = b, cur_e = e;
     }
   }
+  *o++ = {cur_b, cur_e};
+  out->resize(static_cast<size_t>(o - out->data()));
 }
 
 void IntersectRow(const std::vector<Run>& acc, RowSpan row, Widen w,
                   std::vector<Run>* out) {
-  out->clear();
-  size_t i = 0;
-  const Chord* c = row.begin;
-  while (i < acc.size() && c != row.end) {
+  // Written like UniteRow: raw output, sized for the worst case.
+  const size_t bound = acc.size() + row.size();
+  if (out->size() < bound) out->resize(bound);
+  Run* o = out->data();
+  const Run* a = acc.data();
+  const Run* const a_end = a + acc.size();
+  for (const Chord* c = row.begin; a != a_end && c != row.end;) {
     const int64_t cb = c->cb + w.lo, ce = c->ce + w.hi;
-    if (cb > ce) {  // shrunk away
-      ++c;
-      continue;
-    }
-    const int64_t lo = std::max(acc[i].cb, cb), hi = std::min(acc[i].ce, ce);
-    if (lo <= hi) out->push_back({lo, hi});
-    if (acc[i].ce < ce) {
-      ++i;
+    const int64_t lo = a->cb > cb ? a->cb : cb, hi = a->ce < ce ? a->ce : ce;
+    if (lo <= hi) *o++ = {lo, hi};
+    if (a->ce < ce) {
+      ++a;
     } else {
-      ++c;
+      ++c;  // also a run shrunk away (cb > ce)
     }
   }
+  out->resize(static_cast<size_t>(o - out->data()));
 }
 
 }  // namespace vexa
