@@ -1,0 +1,151 @@
+// Arithmetic of two images, pixel by pixel over the common domain:
+//   add_image       (a + b) * mult + add
+//   sub_image       (a - b) * mult + add
+//   mult_image      a * b * mult + add
+//   div_image       a / b * mult + add, and 0 where b is 0
+//   abs_diff_image  |a - b| * mult
+//   min_image, max_image, atan2_image (real result, radians)
+// The result has the inputs' type (atan2: real), rounded to nearest and
+// clipped to the type's range; cyclic images wrap around.
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+#include "ops/image/image_map.h"
+#include "registry.h"
+
+namespace vexa {
+namespace {
+
+// Reads the real parameters mult (control 0) and, when `with_add`, add
+// (control 1).
+Vresult ReadScale(const OpContext& ctx, bool with_add, double* mult, double* add) {
+  *add = 0.0;
+  Vresult rc = ctx.GetDouble(0, mult);
+  if (rc == VRESULT_OK && with_add) rc = ctx.GetDouble(1, add);
+  if (rc != VRESULT_OK) return rc;
+  if (!std::isfinite(*mult)) return VERR_CTRL_VALUE(0);
+  if (!std::isfinite(*add)) return VERR_CTRL_VALUE(1);
+  return VRESULT_OK;
+}
+
+// True when sign * b + a + offset is computed exactly in int64 for
+// every pair of values of T: the integer fast path of add and sub.
+template <class T>
+constexpr bool kNarrowInteger = std::is_integral<T>::value && sizeof(T) <= 4;
+
+// out = a + sign * b + offset for integer types narrower than 64 bits,
+// clipped (cyclic: wrapped) to the type, without a round trip through
+// double: this is the loop the compiler vectorises.
+template <int kSign>
+void AddIntegers(const PixelBuffer& a, const PixelBuffer& b, PixelBuffer* out,
+                 const DomainScan& scan, int64_t offset) {
+  DispatchPixelType(a.type(), [&](auto tag) {
+    using T = typename decltype(tag)::Value;
+    if constexpr (kNarrowInteger<T>) {
+      using Wide = std::conditional_t<sizeof(T) <= 2, int32_t, int64_t>;
+      const T* pa = PixelsOf(a, tag);
+      const T* pb = PixelsOf(b, tag);
+      T* dst = PixelsOf(out, tag);
+      const Wide off = static_cast<Wide>(offset);
+      if constexpr (decltype(tag)::kType == PixelType::kCyclic) {
+        scan.ForEachRun([&](size_t o, size_t n) {
+          for (size_t k = o; k < o + n; ++k)
+            dst[k] = static_cast<T>((Wide{pa[k]} + kSign * Wide{pb[k]} + off) & 255);
+        });
+      } else {
+        constexpr Wide kMin = std::numeric_limits<T>::min();
+        constexpr Wide kMax = std::numeric_limits<T>::max();
+        scan.ForEachRun([&](size_t o, size_t n) {
+          for (size_t k = o; k < o + n; ++k) {
+            const Wide v = Wide{pa[k]} + kSign * Wide{pb[k]} + off;
+            dst[k] = static_cast<T>(std::min(std::max(v, kMin), kMax));
+          }
+        });
+      }
+    }
+  });
+}
+
+// add_image and sub_image: (a + sign * b) * mult + add.
+template <int kSign>
+Vresult AddOrSub(OpContext& ctx) {
+  double mult, add;
+  const Vresult rc = ReadScale(ctx, true, &mult, &add);
+  if (rc != VRESULT_OK) return rc;
+  // Offsets beyond this change nothing more than the clipping does.
+  const bool integer_path = mult == 1.0 && add == std::floor(add) && std::fabs(add) < 1e12;
+  return MapImagePairs(ctx, SameRealValuedType,
+                       [&](const PixelBuffer& a, const PixelBuffer& b,
+                           PixelBuffer* out, const DomainScan& scan) {
+    const PixelType t = a.type();
+    if (integer_path && IsIntegerPixel(t) && t != PixelType::kInt8) {
+      AddIntegers<kSign>(a, b, out, scan, static_cast<int64_t>(add));
+      return VRESULT_OK;
+    }
+    return BinaryMap(a, b, out, scan, [=](double x, double y) {
+      return (x + kSign * y) * mult + add;
+    });
+  });
+}
+
+}  // namespace
+
+VEXA_OPERATOR(add_image) { return AddOrSub<1>(ctx); }
+VEXA_OPERATOR(sub_image) { return AddOrSub<-1>(ctx); }
+
+VEXA_OPERATOR(mult_image) {
+  double mult, add;
+  const Vresult rc = ReadScale(ctx, true, &mult, &add);
+  if (rc != VRESULT_OK) return rc;
+  return MapImagePairs(ctx, SameRealValuedType, [&](const PixelBuffer& a,
+                       const PixelBuffer& b, PixelBuffer* out, const DomainScan& s) {
+    return BinaryMap(a, b, out, s, [=](double x, double y) { return x * y * mult + add; });
+  });
+}
+
+VEXA_OPERATOR(div_image) {
+  double mult, add;
+  const Vresult rc = ReadScale(ctx, true, &mult, &add);
+  if (rc != VRESULT_OK) return rc;
+  return MapImagePairs(ctx, SameRealValuedType, [&](const PixelBuffer& a,
+                       const PixelBuffer& b, PixelBuffer* out, const DomainScan& s) {
+    return BinaryMap(a, b, out, s, [=](double x, double y) {
+      return y == 0.0 ? 0.0 : x / y * mult + add;
+    });
+  });
+}
+
+VEXA_OPERATOR(abs_diff_image) {
+  double mult, add;
+  const Vresult rc = ReadScale(ctx, false, &mult, &add);
+  if (rc != VRESULT_OK) return rc;
+  return MapImagePairs(ctx, SameRealValuedType, [&](const PixelBuffer& a,
+                       const PixelBuffer& b, PixelBuffer* out, const DomainScan& s) {
+    return BinaryMap(a, b, out, s, [=](double x, double y) { return std::fabs(x - y) * mult; });
+  });
+}
+
+VEXA_OPERATOR(min_image) {
+  return MapImagePairs(ctx, SameRealValuedType, [](const PixelBuffer& a,
+                       const PixelBuffer& b, PixelBuffer* out, const DomainScan& s) {
+    return TypedBinaryMap(a, b, out, s, [](auto x, auto y) { return std::min(x, y); });
+  });
+}
+
+VEXA_OPERATOR(max_image) {
+  return MapImagePairs(ctx, SameRealValuedType, [](const PixelBuffer& a,
+                       const PixelBuffer& b, PixelBuffer* out, const DomainScan& s) {
+    return TypedBinaryMap(a, b, out, s, [](auto x, auto y) { return std::max(x, y); });
+  });
+}
+
+VEXA_OPERATOR(atan2_image) {
+  return MapImagePairs(ctx, RealResultType, [](const PixelBuffer& y,
+                       const PixelBuffer& x, PixelBuffer* out, const DomainScan& s) {
+    return BinaryMap(y, x, out, s, [](double a, double b) { return std::atan2(a, b); });
+  });
+}
+
+}  // namespace vexa

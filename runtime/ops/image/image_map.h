@@ -1,0 +1,216 @@
+// The frame of the pixel-by-pixel image operators: for every input image
+// (or pair of images) a new image of the same size and channel count whose
+// domain is the input's (the common domain for a pair), with only the
+// domain pixels computed; the pixels outside it stay 0.
+//
+// The value functions work in double and are stored with StorePixel's
+// rounding and clipping. Images of 8-bit types, and large 16-bit images, go
+// through a table of the function's values over the type's whole range, so
+// an expensive function costs one lookup per pixel.
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <type_traits>
+#include <vector>
+
+#include "ops/common/domain_scan.h"
+#include "ops/common/op_objects.h"
+#include "ops/common/pixel_dispatch.h"
+
+namespace vexa {
+
+// The result type of an operator for an input type; false refuses the type
+// (VERR_PIXEL_TYPE).
+using ResultTypeFn = bool (*)(PixelType in, PixelType* out);
+
+// Every type but complex; the result has the input's type.
+inline bool SameRealValuedType(PixelType in, PixelType* out) {
+  *out = in;
+  return in != PixelType::kComplex;
+}
+// Every type but complex; the result is a real image.
+inline bool RealResultType(PixelType in, PixelType* out) {
+  *out = PixelType::kReal;
+  return in != PixelType::kComplex;
+}
+// The integer types; the result has the input's type.
+inline bool SameIntegerType(PixelType in, PixelType* out) {
+  *out = in;
+  return IsIntegerPixel(in);
+}
+
+// Makes the output image for `in` over `scan` and calls
+// channel_fn(channel index, output buffer) for each channel.
+template <class ChannelFn>
+Vresult NewResultImage(const db::ImageData& in, const DomainScan& scan,
+                       PixelType type, ChannelFn&& channel_fn, NewKeys* out) {
+  const int num = static_cast<int>(in.channels.size());
+  Vkey key = VKEY_UNDEF;
+  Vresult rc = db::NewBlankImage(type, scan.width(), scan.height(), num,
+                                 scan.domain(), &key);
+  if (rc != VRESULT_OK) return rc;
+  out->Add(key);
+  for (int ch = 0; ch < num && rc == VRESULT_OK; ++ch) {
+    PixelBuffer* buffer = nullptr;
+    rc = db::WritableChannel(key, ch, &buffer);
+    if (rc == VRESULT_OK) rc = channel_fn(ch, buffer);
+  }
+  return rc;
+}
+
+// One result image per image of input object 1, into output object 1.
+// kernel(const PixelBuffer& in, PixelBuffer* out, const DomainScan&)
+// returns a Vresult.
+template <class Kernel>
+Vresult MapImages(OpContext& ctx, ResultTypeFn result_type, Kernel&& kernel) {
+  NewKeys out;
+  const Vresult rc = ctx.ForEachInpObj(1, [&](Vkey key, Vlong) {
+    db::ImageData in;
+    Vresult r = InpImage(1, key, &in);
+    if (r != VRESULT_OK) return r;
+    PixelType type;
+    if (!result_type(in.channels[0]->type(), &type)) return VERR_PIXEL_TYPE;
+    const DomainScan scan = DomainScan::Of(in);
+    return NewResultImage(in, scan, type, [&](int ch, PixelBuffer* buffer) {
+      return kernel(*in.channels[static_cast<size_t>(ch)], buffer, scan);
+    }, &out);
+  });
+  return rc == VRESULT_OK ? out.HandOver(ctx, 1) : rc;
+}
+
+// One result image per pair of images of input objects 1 and 2, which pair
+// up in order (or one image at 2 serves every image at 1). The images of a
+// pair agree in size, channel count and pixel type.
+// kernel(const PixelBuffer& a, const PixelBuffer& b, PixelBuffer* out,
+//        const DomainScan&) returns a Vresult.
+template <class Kernel>
+Vresult MapImagePairs(OpContext& ctx, ResultTypeFn result_type,
+                      Kernel&& kernel) {
+  Vlong n1 = 0, n2 = 0;
+  Vresult rc = ctx.InpObjCount(1, &n1);
+  if (rc == VRESULT_OK) rc = ctx.InpObjCount(2, &n2);
+  if (rc != VRESULT_OK) return rc;
+  if (n2 != n1 && !(n2 == 1 && n1 > 0)) return VERR_OBJ_NUM(2);
+  NewKeys out;
+  for (Vlong i = 0; i < n1; ++i) {
+    db::ImageData a, b;
+    rc = InpImage(1, ctx.InpObjKey(1, i), &a);
+    if (rc == VRESULT_OK) rc = InpImage(2, ctx.InpObjKey(2, n2 == 1 ? 0 : i), &b);
+    if (rc != VRESULT_OK) return rc;
+    if (a.channels.size() != b.channels.size()) return VERR_CHANNEL;
+    const PixelType in_type = a.channels[0]->type();
+    PixelType type;
+    if (in_type != b.channels[0]->type() || !result_type(in_type, &type))
+      return VERR_PIXEL_TYPE;
+    DomainScan scan;
+    rc = DomainScan::Of(a, b, &scan);
+    if (rc == VRESULT_OK)
+      rc = NewResultImage(a, scan, type, [&](int ch, PixelBuffer* buffer) {
+        const size_t c = static_cast<size_t>(ch);
+        return kernel(*a.channels[c], *b.channels[c], buffer, scan);
+      }, &out);
+    if (rc != VRESULT_OK) return rc;
+  }
+  return out.HandOver(ctx, 1);
+}
+
+// Calls fn with the tag of `out_type`, which is either the input's type
+// (in_tag) or real: the two result types of these operators.
+template <class InTag, class Fn>
+void WithResultTag(InTag in_tag, PixelType out_type, Fn&& fn) {
+  if (out_type == InTag::kType)
+    fn(in_tag);
+  else
+    fn(PixelTag<PixelType::kReal>{});
+}
+
+// out = f(in) over the scan, with f(double) -> double stored in out's type
+// (the input's or real).
+template <class Fn>
+Vresult UnaryMap(const PixelBuffer& in, PixelBuffer* out,
+                 const DomainScan& scan, Fn&& f) {
+  DispatchPixelType(in.type(), [&](auto in_tag) {
+    using I = typename decltype(in_tag)::Value;
+    const I* src = PixelsOf(in, in_tag);
+    WithResultTag(in_tag, out->type(), [&](auto out_tag) {
+      using O = typename decltype(out_tag)::Value;
+      constexpr PixelType kOut = decltype(out_tag)::kType;
+      O* dst = PixelsOf(out, out_tag);
+      constexpr bool kSmall = std::is_integral<I>::value && sizeof(I) <= 2;
+      const Vlong area = scan.domain()->area();
+      if constexpr (kSmall) {
+        // A table pays off once the pixels outnumber its entries.
+        constexpr int64_t kLo = std::numeric_limits<I>::min();
+        constexpr int64_t kSize = int64_t{std::numeric_limits<I>::max()} - kLo + 1;
+        if (sizeof(I) == 1 || area > kSize) {
+          std::vector<O> table(static_cast<size_t>(kSize));
+          for (int64_t v = 0; v < kSize; ++v)
+            table[static_cast<size_t>(v)] = StorePixel<kOut>(f(static_cast<double>(v + kLo)));
+          const O* t = table.data() - kLo;
+          scan.ForEachRun([&](size_t o, size_t n) {
+            for (size_t k = o; k < o + n; ++k) dst[k] = t[src[k]];
+          });
+          return;
+        }
+      }
+      scan.ForEachRun([&](size_t o, size_t n) {
+        for (size_t k = o; k < o + n; ++k)
+          dst[k] = StorePixel<kOut>(f(static_cast<double>(src[k])));
+      });
+    });
+  });
+  return VRESULT_OK;
+}
+
+// out = f(a, b) over the scan; a, b of one type.
+template <class Fn>
+Vresult BinaryMap(const PixelBuffer& a, const PixelBuffer& b, PixelBuffer* out,
+                  const DomainScan& scan, Fn&& f) {
+  DispatchPixelType(a.type(), [&](auto in_tag) {
+    const auto* pa = PixelsOf(a, in_tag);
+    const auto* pb = PixelsOf(b, in_tag);
+    WithResultTag(in_tag, out->type(), [&](auto out_tag) {
+      constexpr PixelType kOut = decltype(out_tag)::kType;
+      auto* dst = PixelsOf(out, out_tag);
+      scan.ForEachRun([&](size_t o, size_t n) {
+        for (size_t k = o; k < o + n; ++k)
+          dst[k] = StorePixel<kOut>(
+              f(static_cast<double>(pa[k]), static_cast<double>(pb[k])));
+      });
+    });
+  });
+  return VRESULT_OK;
+}
+
+// out = op(a, b) on the stored values themselves (T op(T, T)), for
+// operators exact in the type: minimum, maximum, bit operations.
+template <class Op>
+Vresult TypedBinaryMap(const PixelBuffer& a, const PixelBuffer& b,
+                       PixelBuffer* out, const DomainScan& scan, Op&& op) {
+  DispatchPixelType(a.type(), [&](auto tag) {
+    const auto* pa = PixelsOf(a, tag);
+    const auto* pb = PixelsOf(b, tag);
+    auto* dst = PixelsOf(out, tag);
+    scan.ForEachRun([&](size_t o, size_t n) {
+      for (size_t k = o; k < o + n; ++k) dst[k] = op(pa[k], pb[k]);
+    });
+  });
+  return VRESULT_OK;
+}
+
+// The same for one image: out = op(in).
+template <class Op>
+Vresult TypedUnaryMap(const PixelBuffer& in, PixelBuffer* out,
+                      const DomainScan& scan, Op&& op) {
+  DispatchPixelType(in.type(), [&](auto tag) {
+    const auto* src = PixelsOf(in, tag);
+    auto* dst = PixelsOf(out, tag);
+    scan.ForEachRun([&](size_t o, size_t n) {
+      for (size_t k = o; k < o + n; ++k) dst[k] = op(src[k]);
+    });
+  });
+  return VRESULT_OK;
+}
+
+}  // namespace vexa

@@ -1,0 +1,198 @@
+// Segmentations that join pixels by connectivity (8-neighbourhood):
+//   hysteresis_threshold  pixels >= high are kept, and pixels in [low, high)
+//                         reached from them through at most max_length
+//                         such pixels; one region per image
+//   dual_threshold        the components of g >= threshold and of
+//                         g <= -threshold with at least min_size pixels
+//                         whose extreme value reaches min_gray (-min_gray);
+//                         the light components first, then the dark ones
+//   regiongrowing         the image cut into raster_height x raster_width
+//                         cells, each represented by its centre pixel;
+//                         4-neighbouring cells whose values differ by at
+//                         most tolerance are merged; regions of at least
+//                         min_size pixels (within the domain), in the order
+//                         of their first cell
+#include <cmath>
+#include <deque>
+#include <numeric>
+#include <vector>
+
+#include "ops/common/pixel_dispatch.h"
+#include "ops/segmentation/pixel_select.h"
+#include "region_algebra.h"
+#include "registry.h"
+
+namespace vexa {
+namespace {
+
+// The gray values of a channel as doubles, for the connectivity passes
+// that look at neighbours.
+std::vector<double> Values(const PixelBuffer& im) {
+  std::vector<double> v(static_cast<size_t>(im.num_pixels()));
+  DispatchPixelType(im.type(), [&](auto tag) {
+    const auto* p = PixelsOf(im, tag);
+    for (size_t k = 0; k < v.size(); ++k) v[k] = static_cast<double>(p[k]);
+  });
+  return v;
+}
+
+std::vector<Chord> Hysteresis(const PixelBuffer& im, const DomainScan& s, double low,
+                              double high, Vlong max_length) {
+  const std::vector<double> g = Values(im);
+  const int32_t w = s.width(), h = s.height();
+  // -2 outside the candidates, -1 a candidate not reached yet, else the
+  // number of weak pixels on the shortest path from a strong one.
+  std::vector<int64_t> dist(g.size(), -2);
+  std::deque<size_t> queue;
+  s.ForEachRun([&](size_t o, size_t n) {
+    for (size_t k = o; k < o + n; ++k) {
+      if (g[k] >= high) {
+        dist[k] = 0;
+        queue.push_back(k);
+      } else if (g[k] >= low) {
+        dist[k] = -1;
+      }
+    }
+  });
+  while (!queue.empty()) {
+    const size_t k = queue.front();
+    queue.pop_front();
+    if (dist[k] >= max_length) continue;
+    const int32_t r = static_cast<int32_t>(k / static_cast<size_t>(w));
+    const int32_t c = static_cast<int32_t>(k % static_cast<size_t>(w));
+    for (int32_t dr = -1; dr <= 1; ++dr) {
+      for (int32_t dc = -1; dc <= 1; ++dc) {
+        const int32_t rr = r + dr, cc = c + dc;
+        if (rr < 0 || rr >= h || cc < 0 || cc >= w) continue;
+        const size_t n = s.Offset(rr, cc);
+        if (dist[n] != -1) continue;
+        dist[n] = dist[k] + 1;
+        queue.push_back(n);
+      }
+    }
+  }
+  return SelectRuns(s, [&](size_t k) { return dist[k] >= 0; });
+}
+
+}  // namespace
+
+VEXA_OPERATOR(hysteresis_threshold) {
+  Vlong low = 0, high = 0, max_length = 0;
+  Vresult rc = ctx.GetLong(0, &low);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(1, &high);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(2, &max_length);
+  if (rc != VRESULT_OK) return rc;
+  if (high < low) return VERR_CTRL_VALUE(1);
+  if (max_length < 0) return VERR_CTRL_VALUE(2);
+  return SegmentImages(ctx, [&](const PixelBuffer& im, const DomainScan& s, Vlong,
+                                NewKeys* out) {
+    return AddRegion(Hysteresis(im, s, static_cast<double>(low), static_cast<double>(high),
+                                max_length), out);
+  });
+}
+
+VEXA_OPERATOR(dual_threshold) {
+  Vlong min_size = 0;
+  double min_gray = 0, thr = 0;
+  Vresult rc = ctx.GetLong(0, &min_size);
+  if (rc == VRESULT_OK) rc = ctx.GetDouble(1, &min_gray);
+  if (rc == VRESULT_OK) rc = ctx.GetDouble(2, &thr);
+  if (rc != VRESULT_OK) return rc;
+  if (min_size < 1) return VERR_CTRL_VALUE(0);
+  if (!std::isfinite(min_gray)) return VERR_CTRL_VALUE(1);
+  if (!(thr > 0) || !std::isfinite(thr)) return VERR_CTRL_VALUE(2);
+  return SegmentImages(ctx, [&](const PixelBuffer& im, const DomainScan& s, Vlong,
+                                NewKeys* out) {
+    // sign +1: light components, -1: dark ones, tested on sign * g.
+    for (const double sign : {1.0, -1.0}) {
+      std::vector<Chord> runs = SelectRuns(s, [&](size_t k) {
+        return sign * im.Get(static_cast<int32_t>(k / static_cast<size_t>(s.width())),
+                             static_cast<int32_t>(k % static_cast<size_t>(s.width()))) >= thr;
+      });
+      for (ChordList& comp : ChordComponents(runs, Neighbourhood::k8)) {
+        Vlong area = 0;
+        double extreme = -HUGE_VAL;
+        for (const Chord& ch : comp) {
+          area += ch.ce - ch.cb + 1;
+          for (int32_t c = ch.cb; c <= ch.ce; ++c) extreme = std::max(extreme, sign * im.Get(ch.r, c));
+        }
+        if (area < min_size || extreme < min_gray) continue;
+        const Vresult r = AddRegion(std::move(comp), out);
+        if (r != VRESULT_OK) return r;
+      }
+    }
+    return VRESULT_OK;
+  });
+}
+
+VEXA_OPERATOR(regiongrowing) {
+  Vlong rh = 0, rw = 0, min_size = 0;
+  double tolerance = 0;
+  Vresult rc = ctx.GetLong(0, &rh);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(1, &rw);
+  if (rc == VRESULT_OK) rc = ctx.GetDouble(2, &tolerance);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(3, &min_size);
+  if (rc != VRESULT_OK) return rc;
+  if (rh < 1 || rh > kMaxImageSide) return VERR_CTRL_VALUE(0);
+  if (rw < 1 || rw > kMaxImageSide) return VERR_CTRL_VALUE(1);
+  if (!(tolerance >= 0) || !std::isfinite(tolerance)) return VERR_CTRL_VALUE(2);
+  if (min_size < 1) return VERR_CTRL_VALUE(3);
+  return SegmentImages(ctx, [&](const PixelBuffer& im, const DomainScan& s, Vlong,
+                                NewKeys* out) {
+    const int32_t ch = static_cast<int32_t>(rh), cw = static_cast<int32_t>(rw);
+    const int32_t rows = (s.height() + ch - 1) / ch, cols = (s.width() + cw - 1) / cw;
+    const size_t cells = static_cast<size_t>(rows) * static_cast<size_t>(cols);
+    // The value of each cell at its centre (clipped to the image), and
+    // whether that centre lies in the domain.
+    std::vector<double> value(cells);
+    std::vector<char> live(cells);
+    for (int32_t i = 0; i < rows; ++i) {
+      for (int32_t j = 0; j < cols; ++j) {
+        const int32_t r = std::min(i * ch + ch / 2, s.height() - 1);
+        const int32_t c = std::min(j * cw + cw / 2, s.width() - 1);
+        const size_t n = static_cast<size_t>(i) * static_cast<size_t>(cols) + static_cast<size_t>(j);
+        value[n] = im.Get(r, c);
+        live[n] = s.domain()->Contains(r, c);
+      }
+    }
+    std::vector<size_t> parent(cells);
+    std::iota(parent.begin(), parent.end(), size_t{0});
+    const auto find = [&](size_t a) {
+      while (parent[a] != a) a = parent[a] = parent[parent[a]];
+      return a;
+    };
+    const auto join = [&](size_t a, size_t b) {
+      if (!live[a] || !live[b] || std::fabs(value[a] - value[b]) > tolerance) return;
+      a = find(a);
+      b = find(b);
+      if (a != b) parent[std::max(a, b)] = std::min(a, b);
+    };
+    for (size_t n = 0; n < cells; ++n) {
+      if (n % static_cast<size_t>(cols) + 1 < static_cast<size_t>(cols)) join(n, n + 1);
+      if (n + static_cast<size_t>(cols) < cells) join(n, n + static_cast<size_t>(cols));
+    }
+    // Each group's cells as chords, in the order of the group's first cell
+    // (its root, the smallest index), clipped to the domain.
+    std::vector<std::vector<Chord>> groups(cells);
+    for (size_t n = 0; n < cells; ++n) {
+      if (!live[n]) continue;
+      const int32_t i = static_cast<int32_t>(n / static_cast<size_t>(cols));
+      const int32_t j = static_cast<int32_t>(n % static_cast<size_t>(cols));
+      const int32_t c2 = std::min((j + 1) * cw, s.width()) - 1;
+      for (int32_t r = i * ch; r < std::min((i + 1) * ch, s.height()); ++r)
+        groups[find(n)].push_back({r, j * cw, c2});
+    }
+    for (std::vector<Chord>& g : groups) {
+      if (g.empty()) continue;
+      RegionPtr region = Region::Intersection(*Region::FromChords(std::move(g)), *s.domain());
+      if (region->area() < min_size) continue;
+      Vkey key = VKEY_UNDEF;
+      const Vresult r = db::NewRegion(std::move(region), &key);
+      if (r != VRESULT_OK) return r;
+      out->Add(key);
+    }
+    return VRESULT_OK;
+  });
+}
+
+}  // namespace vexa

@@ -1,0 +1,188 @@
+// The threshold family through the procedural functions: selections against
+// per-pixel rules on random images and domains (a second image, a window
+// around each pixel, a histogram threshold computed here), the
+// connectivity-based segmentations on small scenes whose answer is known,
+// parameter checks, and no object or memory left behind.
+#include <algorithm>
+#include <cmath>
+#include <functional>
+
+#include "image_ops_support.h"
+
+namespace {
+
+using namespace Vexa;
+using namespace image_test;
+
+constexpr int kW = 33, kH = 21;
+
+std::vector<uint8_t> Select(const TestImage& im, const std::function<bool(int, int)>& keep) {
+  std::vector<uint8_t> m(static_cast<size_t>(kW) * kH, 0);
+  for (int r = 0; r < im.height; ++r)
+    for (int c = 0; c < im.width; ++c)
+      m[static_cast<size_t>(r) * im.width + c] = im.In(r, c) && keep(r, c);
+  return m;
+}
+
+class ThresholdFamily : public LeakCheckedTest {
+ protected:
+  std::mt19937 gen_{31};
+};
+
+TEST_F(ThresholdFamily, DynThresholdComparesWithTheSecondImage) {
+  const TestImage a = RandomImage("byte", kW, kH, gen_), b = RandomImage("byte", kW, kH, gen_);
+  struct Mode { const char* name; std::function<bool(double, double)> keep; };
+  const Mode modes[] = {
+      {"light", [](double o, double t) { return o >= t + 5; }},
+      {"dark", [](double o, double t) { return o <= t - 5; }},
+      {"equal", [](double o, double t) { return std::fabs(o - t) <= 5; }},
+      {"not_equal", [](double o, double t) { return std::fabs(o - t) > 5; }},
+  };
+  for (const Mode& m : modes) {
+    Vobject region;
+    ASSERT_EQ(dyn_threshold(a.image, b.image, &region, 5.0, m.name), VRESULT_OK);
+    EXPECT_EQ(MaskOf(region, kW, kH), Select(a, [&](int r, int c) {
+      return b.In(r, c) && m.keep(a.At(r, c), b.At(r, c));
+    })) << m.name;
+  }
+  Vobject region;
+  EXPECT_EQ(dyn_threshold(a.image, b.image, &region, 5.0, "bright"), VERR_CTRL_VALUE(1));
+  ASSERT_EQ(fast_threshold(a.image, &region, 40.0, 90.0, 20L), VRESULT_OK);
+  EXPECT_EQ(MaskOf(region, kW, kH), Select(a, [&](int r, int c) {
+    return a.At(r, c) >= 40 && a.At(r, c) <= 90;
+  }));
+}
+
+TEST_F(ThresholdFamily, HistogramThresholdsSplitWhereTheClassesSeparate) {
+  // Two gray populations, around 60 and 180, on a random domain.
+  std::vector<uint8_t> dom = RandomMask(kW, kH, gen_, false);
+  TestImage im = MakeImage("byte", kW, kH, dom, gen_, 0, 1);
+  std::vector<unsigned char> bytes(kW * kH);
+  std::normal_distribution<double> dark(60, 12), light(180, 15);
+  for (size_t k = 0; k < bytes.size(); ++k) {
+    const double v = std::round(std::min(255.0, std::max(0.0, (k % 3 ? dark : light)(gen_))));
+    bytes[k] = static_cast<unsigned char>(v);
+    im.value[k] = v;
+  }
+  Vobject full;
+  ASSERT_EQ(gen_image1(&full, "byte", kW, kH, static_cast<Vlong>(reinterpret_cast<uintptr_t>(bytes.data()))), VRESULT_OK);
+  Vkey reduced = VKEY_UNDEF;
+  ASSERT_EQ(vexa::db::NewImageWithDomain(full.Id(), MaskRegion(dom, kW, kH), &reduced), VRESULT_OK);
+  im.image = Vobject(reduced, 1);
+
+  // The separability threshold by brute force over the domain's values.
+  std::vector<double> h(256, 0);
+  for (int r = 0; r < kH; ++r)
+    for (int c = 0; c < kW; ++c)
+      if (im.In(r, c)) h[static_cast<size_t>(im.At(r, c))] += 1;
+  int best_t = 0;
+  double best = -1;
+  for (int t = 0; t < 255; ++t) {
+    double w0 = 0, s0 = 0, w1 = 0, s1 = 0;
+    for (int i = 0; i <= t; ++i) w0 += h[i], s0 += i * h[i];
+    for (int i = t + 1; i < 256; ++i) w1 += h[i], s1 += i * h[i];
+    if (w0 == 0 || w1 == 0) continue;
+    const double d = s0 / w0 - s1 / w1, between = w0 * w1 * d * d;
+    if (between > best + 1e-6 * best) best = between, best_t = t;
+  }
+  Vobject region;
+  Vlong used = 0;
+  ASSERT_EQ(binary_threshold(im.image, &region, "max_separability", "dark", &used), VRESULT_OK);
+  EXPECT_EQ(used, best_t);
+  EXPECT_EQ(MaskOf(region, kW, kH), Select(im, [&](int r, int c) { return im.At(r, c) <= used; }));
+  ASSERT_EQ(binary_threshold(im.image, &region, "smooth_histo", "light", &used), VRESULT_OK);
+  EXPECT_GT(used, 90);
+  EXPECT_LT(used, 150);
+  EXPECT_EQ(MaskOf(region, kW, kH), Select(im, [&](int r, int c) { return im.At(r, c) > used; }));
+  // Strong smoothing leaves the two classes; their union is the domain.
+  Vobject classes;
+  ASSERT_EQ(auto_threshold(im.image, &classes, 12.0), VRESULT_OK);
+  Vlong num = 0;
+  ASSERT_EQ(count_obj(classes, &num), VRESULT_OK);
+  EXPECT_EQ(num, 2);
+  Vobject characters;
+  Vlong thr = 0;
+  ASSERT_EQ(char_threshold(im.image, im.image, &characters, 2.0, 5.0, &thr), VRESULT_OK);
+  EXPECT_EQ(MaskOf(characters, kW, kH), Select(im, [&](int r, int c) { return im.At(r, c) <= thr; }));
+  EXPECT_EQ(binary_threshold(im.image, &region, "otsu", "dark", &used), VERR_CTRL_VALUE(0));
+  const TestImage real = RandomImage("real", 4, 4, gen_);
+  EXPECT_EQ(binary_threshold(real.image, &region, "max_separability", "dark", &used), VERR_PIXEL_TYPE);
+}
+
+TEST_F(ThresholdFamily, WindowThresholdsUseMirroredNeighbourhoods) {
+  const TestImage im = RandomImage("byte", kW, kH, gen_);
+  const auto mirror = [](int i, int n) {
+    while (i < 0 || i >= n) i = i < 0 ? -i : 2 * (n - 1) - i;
+    return i;
+  };
+  // Mean and deviation of the w x h window at (r, c), read from the whole image.
+  const auto window = [&](int r, int c, int w, int h, double* mean, double* dev) {
+    double s = 0, ss = 0;
+    for (int dr = -(h - 1) / 2; dr <= h / 2; ++dr)
+      for (int dc = -(w - 1) / 2; dc <= w / 2; ++dc) {
+        const double v = im.At(mirror(r + dr, kH), mirror(c + dc, kW));
+        s += v;
+        ss += v * v;
+      }
+    *mean = s / (w * h);
+    *dev = std::sqrt(std::max(0.0, ss / (w * h) - *mean * *mean));
+  };
+  Vobject region;
+  ASSERT_EQ(var_threshold(im.image, &region, 5L, 4L, 0.5, 10.0, "light"), VRESULT_OK);
+  EXPECT_EQ(MaskOf(region, kW, kH), Select(im, [&](int r, int c) {
+    double m, d;
+    window(r, c, 5, 4, &m, &d);
+    return im.At(r, c) >= m + std::max(0.5 * d, 10.0);
+  }));
+  ASSERT_EQ(local_threshold(im.image, &region, "adapted_std_deviation", "dark", "mask_size", 7L), VRESULT_OK);
+  EXPECT_EQ(MaskOf(region, kW, kH), Select(im, [&](int r, int c) {
+    double m, d;
+    window(r, c, 7, 7, &m, &d);
+    return im.At(r, c) <= m * (1 + 0.2 * (d / 128 - 1));
+  }));
+  EXPECT_EQ(var_threshold(im.image, &region, 0L, 4L, 0.5, 10.0, "light"), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(local_threshold(im.image, &region, "adapted_std_deviation", "dark", "radius", 7L), VERR_CTRL_VALUE(2));
+  // A 1x1 image is its own window.
+  const TestImage one = RandomImage("byte", 1, 1, gen_, true);
+  ASSERT_EQ(var_threshold(one.image, &region, 3L, 3L, 0.0, 0.0, "equal"), VRESULT_OK);
+  EXPECT_EQ(MaskOf(region, 1, 1), std::vector<uint8_t>{1});
+}
+
+TEST_F(ThresholdFamily, ConnectivitySegmentationsOnKnownScenes) {
+  // A row of gray values: strong at 0, weak chain 1..4, a gap, weak 6.
+  Vobject img;
+  const int16_t values[12] = {200, 120, 120, 120, 120, 10, 120, 10, -200, -180, 0, -50};
+  ASSERT_EQ(gen_image1(&img, "int2", 12, 1, static_cast<Vlong>(reinterpret_cast<uintptr_t>(values))), VRESULT_OK);
+  Vobject region;
+  ASSERT_EQ(hysteresis_threshold(img, &region, 100L, 150L, 3L), VRESULT_OK);
+  EXPECT_EQ(MaskOf(region, 12, 1), (std::vector<uint8_t>{1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0}));
+  ASSERT_EQ(hysteresis_threshold(img, &region, 100L, 150L, 10L), VRESULT_OK);
+  EXPECT_EQ(MaskOf(region, 12, 1), (std::vector<uint8_t>{1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0}));
+  Vobject crossings;
+  ASSERT_EQ(dual_threshold(img, &crossings, 2L, 150.0, 100.0), VRESULT_OK);
+  Vlong num = 0;
+  ASSERT_EQ(count_obj(crossings, &num), VRESULT_OK);
+  ASSERT_EQ(num, 2);  // the light run 0..4 and the dark run 8..9
+  Vobject first, second;
+  ASSERT_EQ(select_obj(crossings, &first, 1L), VRESULT_OK);
+  ASSERT_EQ(select_obj(crossings, &second, 2L), VRESULT_OK);
+  EXPECT_EQ(MaskOf(first, 12, 1), (std::vector<uint8_t>{1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(MaskOf(second, 12, 1), (std::vector<uint8_t>{0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 0, 0}));
+  EXPECT_EQ(hysteresis_threshold(img, &region, 150L, 100L, 3L), VERR_CTRL_VALUE(1));
+
+  // Regiongrowing: four quadrants of constant gray, two of them alike.
+  std::vector<unsigned char> quad(16 * 16);
+  for (int r = 0; r < 16; ++r)
+    for (int c = 0; c < 16; ++c) quad[r * 16 + c] = static_cast<unsigned char>(r < 8 ? (c < 8 ? 10 : 12) : (c < 8 ? 100 : 200));
+  Vobject qimg, grown;
+  ASSERT_EQ(gen_image1(&qimg, "byte", 16, 16, static_cast<Vlong>(reinterpret_cast<uintptr_t>(quad.data()))), VRESULT_OK);
+  ASSERT_EQ(regiongrowing(qimg, &grown, 4L, 4L, 3.0, 1L), VRESULT_OK);
+  ASSERT_EQ(count_obj(grown, &num), VRESULT_OK);
+  EXPECT_EQ(num, 3);
+  ASSERT_EQ(regiongrowing(qimg, &grown, 4L, 4L, 3.0, 100L), VRESULT_OK);
+  ASSERT_EQ(count_obj(grown, &num), VRESULT_OK);
+  EXPECT_EQ(num, 1);  // only the merged top half has 128 pixels
+  EXPECT_EQ(regiongrowing(qimg, &grown, 0L, 4L, 3.0, 1L), VERR_CTRL_VALUE(0));
+}
+
+}  // namespace
