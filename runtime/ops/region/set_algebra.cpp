@@ -1,0 +1,71 @@
+// Set operators on regions: union1, union2, intersection, difference,
+// symm_difference, complement, connection.
+//
+// The two-operand operators combine each region of the first parameter
+// with the union of all regions of the second, giving one result per region
+// of the first parameter, in order. With no region in the second
+// parameter, that union is empty.
+#include "ops/region/region_ops.h"
+#include "registry.h"
+
+namespace vexa {
+namespace {
+
+using ChordOp = ChordList (*)(const ChordList&, const ChordList&);
+
+Vresult CombineWithUnion(OpContext& ctx, ChordOp op) {
+  std::vector<RegionPtr> second;
+  const Vresult rc = InpRegions(ctx, 2, &second);
+  if (rc != VRESULT_OK) return rc;
+  const RegionPtr other = RegionUnionMany(second);
+  return MapRegions(ctx, [&](const Region& r, RegionPtr* out) {
+    *out = Region::FromCanonicalChords(op(r.chords(), other->chords()));
+    return VRESULT_OK;
+  });
+}
+
+}  // namespace
+
+VEXA_OPERATOR(union1) {
+  std::vector<RegionPtr> in;
+  const Vresult rc = InpRegions(ctx, 1, &in);
+  if (rc != VRESULT_OK) return rc;
+  return OutRegion(ctx, 1, RegionUnionMany(in));
+}
+
+VEXA_OPERATOR(union2) { return CombineWithUnion(ctx, ChordUnion); }
+
+VEXA_OPERATOR(intersection) {
+  return CombineWithUnion(ctx, ChordIntersection);
+}
+
+VEXA_OPERATOR(difference) { return CombineWithUnion(ctx, ChordDifference); }
+
+VEXA_OPERATOR(symm_difference) {
+  return CombineWithUnion(ctx, ChordSymmDifference);
+}
+
+// The pixels of the frame (rows 0..kFrameHeight-1, columns
+// 0..kFrameWidth-1) outside each region.
+VEXA_OPERATOR(complement) {
+  return MapRegions(ctx, [](const Region& r, RegionPtr* out) {
+    *out = Region::FromCanonicalChords(ChordComplementIn(
+        r.chords(), 0, 0, kFrameHeight - 1, kFrameWidth - 1));
+    return VRESULT_OK;
+  });
+}
+
+// The 8-connected components of every input region, in the order of the
+// inputs and, within one input, of each component's first pixel.
+VEXA_OPERATOR(connection) {
+  std::vector<RegionPtr> in;
+  const Vresult rc = InpRegions(ctx, 1, &in);
+  if (rc != VRESULT_OK) return rc;
+  std::vector<RegionPtr> out;
+  for (const RegionPtr& r : in)
+    for (ChordList& part : ChordComponents(r->chords(), Neighbourhood::k8))
+      out.push_back(Region::FromCanonicalChords(std::move(part)));
+  return OutRegions(ctx, 1, out);
+}
+
+}  // namespace vexa
