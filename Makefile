@@ -12,10 +12,40 @@ PACKAGES = cmake ninja-build g++ make python3 ccache pkg-config \
            libpng-dev libjpeg-dev libtiff-dev zlib1g-dev
 # Only the benchmarks compare against OpenCV.
 BENCH_PACKAGES = libbenchmark-dev libopencv-imgproc-dev
+# The fuzz targets need clang and its sanitizer and fuzzer runtimes.
+FUZZ_PACKAGES = clang libclang-rt-14-dev
+
+# Sanitizer builds. Debug: their compile time, not their speed, bounds a
+# run. ASan and UBSan run the whole suite, or only the test programs named
+# in SANITIZE_PROGRAMS; ThreadSanitizer runs the tests whose names match
+# TSAN_TESTS, building only the test programs that hold such tests. Left
+# out of sanitizer runs: install_consumer (its consumer program is built
+# without the sanitizer runtimes the installed libraries need) and the
+# placeholders of test programs not built.
+SANITIZE_BUILD    ?= $(BUILD)-sanitize
+SANITIZE_PROGRAMS ?=
+SANITIZE_EXCLUDE   = install_consumer|_NOT_BUILT$$
+TSAN_BUILD     ?= $(BUILD)-tsan
+TSAN_TESTS     ?= Concurr|Thread|Stress
+TEST_OPEN      := (
+TSAN_PROGRAMS   = $(basename $(notdir $(shell grep -lE 'TEST(_F|_P)?[$(TEST_OPEN)].*($(TSAN_TESTS))' tests/*_test.cpp)))
+SANITIZE_FLAGS  = -DCMAKE_BUILD_TYPE=Debug
+export ASAN_OPTIONS  ?= detect_leaks=1:abort_on_error=1
+export UBSAN_OPTIONS ?= halt_on_error=1:print_stacktrace=1
+export TSAN_OPTIONS  ?= halt_on_error=1:second_deadlock_stack=1
+
+# Fuzzing: each target of fuzz/ runs FUZZ_SECONDS on its corpus
+# (fuzz/corpus/<target>, new finds under $(FUZZ_BUILD)/corpus); any crash,
+# hang (FUZZ_TIMEOUT seconds on one input), leak or memory blow-up fails.
+FUZZ_BUILD    ?= $(BUILD)-fuzz
+FUZZ_SECONDS  ?= 30
+FUZZ_TIMEOUT  ?= 10
+FUZZ_TARGETS   = read_image read_region tuple_string tuple_regexp convol_text
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps bench-deps install-packages build test demo bench install clean
+.PHONY: all deps bench-deps fuzz-deps install-packages build test test-sanitize test-tsan \
+        demo bench fuzz install clean
 
 all: build
 
@@ -24,6 +54,9 @@ deps:
 
 bench-deps:
 	@$(MAKE) --no-print-directory install-packages PKGS="$(PACKAGES) $(BENCH_PACKAGES)"
+
+fuzz-deps:
+	@$(MAKE) --no-print-directory install-packages PKGS="$(PACKAGES) $(FUZZ_PACKAGES)"
 
 install-packages:
 	@missing=""; \
@@ -45,6 +78,30 @@ build: deps $(BUILD)/build.ninja
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure -j$(JOBS)
 
+test-sanitize: deps
+	cmake -S . -B $(SANITIZE_BUILD) -G $(GENERATOR) $(SANITIZE_FLAGS) -DVEXA_SANITIZE=ON
+	cmake --build $(SANITIZE_BUILD) -j$(JOBS) $(addprefix --target ,$(SANITIZE_PROGRAMS))
+	ctest --test-dir $(SANITIZE_BUILD) --output-on-failure -j$(JOBS) -E '$(SANITIZE_EXCLUDE)'
+	@$(MAKE) --no-print-directory test-tsan
+
+test-tsan: deps
+	cmake -S . -B $(TSAN_BUILD) -G $(GENERATOR) $(SANITIZE_FLAGS) -DVEXA_TSAN=ON
+	cmake --build $(TSAN_BUILD) -j$(JOBS) --target $(TSAN_PROGRAMS)
+	ctest --test-dir $(TSAN_BUILD) --output-on-failure -j$(JOBS) -R '$(TSAN_TESTS)'
+
+fuzz: fuzz-deps
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -G $(GENERATOR) -DCMAKE_BUILD_TYPE=None \
+	  "-DCMAKE_C_FLAGS=-O1 -gline-tables-only" "-DCMAKE_CXX_FLAGS=-O1 -gline-tables-only" \
+	  -DVEXA_FUZZ=ON -DVEXA_BUILD_TESTS=OFF
+	cmake --build $(FUZZ_BUILD) -j$(JOBS) $(addprefix --target fuzz_,$(FUZZ_TARGETS))
+	@for t in $(FUZZ_TARGETS); do \
+	  mkdir -p $(FUZZ_BUILD)/corpus/$$t $(FUZZ_BUILD)/artifacts; \
+	  echo "== fuzz_$$t for $(FUZZ_SECONDS) s"; \
+	  $(FUZZ_BUILD)/fuzz/fuzz_$$t -max_total_time=$(FUZZ_SECONDS) -timeout=$(FUZZ_TIMEOUT) \
+	    -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix=$(FUZZ_BUILD)/artifacts/$$t- \
+	    $(FUZZ_BUILD)/corpus/$$t fuzz/corpus/$$t || exit 1; \
+	done
+
 demo: build
 	$(BUILD)/examples/first_steps
 
@@ -57,4 +114,4 @@ install: build
 	cmake --install $(BUILD)
 
 clean:
-	rm -rf $(BUILD) $(BUILD)-bench
+	rm -rf $(BUILD) $(BUILD)-bench $(SANITIZE_BUILD) $(TSAN_BUILD) $(FUZZ_BUILD)

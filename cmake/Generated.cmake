@@ -48,7 +48,8 @@ set(VEXA_GEN_OUTPUTS
     ${VEXA_GEN_DIR}/include/vexaobj/VProcedural.h
     ${VEXA_GEN_DIR}/runtime/op_table.cpp
     ${VEXA_GEN_DIR}/tests/signatures_test.cpp
-    ${VEXA_GEN_DIR}/tests/sweep_calls.inc)
+    ${VEXA_GEN_DIR}/tests/sweep_calls.inc
+    ${VEXA_GEN_DIR}/tests/sweep_params.inc)
 
 add_custom_command(
   OUTPUT ${VEXA_GEN_OUTPUTS}

@@ -1,0 +1,26 @@
+// The text form of integer filter masks. Input: width, height and divisor
+// as one signed byte each, then the coefficient text.
+#include "fuzz_support.h"
+
+using namespace Vexa;
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  vexa_fuzz::ThrowOnFailure();
+  if (size < 3) return 0;
+  // Sizes within -16..16 keep masks small while reaching negative, even
+  // and zero sizes.
+  const int width = static_cast<int8_t>(data[0]) % 17;
+  const int height = static_cast<int8_t>(data[1]) % 17;
+  const int div = static_cast<int8_t>(data[2]);
+  const std::string text(reinterpret_cast<const char*>(data + 3), size - 3);
+  vexa_fuzz::CodeOf([&] {
+    VConvolInt mask(width, height, div, text.c_str());
+    return static_cast<unsigned int>(mask.GetValueRel(0, 0));
+  });
+  vexa_fuzz::CodeOf([&] {
+    VConvolInt mask(width, height, text.c_str());
+    VConvolInt copy = mask.Resize(height, width);
+    return static_cast<unsigned int>(copy.Div());
+  });
+  return 0;
+}

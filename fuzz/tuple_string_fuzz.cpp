@@ -1,0 +1,28 @@
+// The string side of VTuple: number parsing, formatting by a pattern and
+// splitting. Input: text, zero byte, pattern.
+#include <cstring>
+
+#include "fuzz_support.h"
+
+using namespace Vexa;
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  vexa_fuzz::ThrowOnFailure();
+  const std::vector<std::string> parts = vexa_fuzz::SplitInput(data, size, 2);
+  const VTuple text(parts[0].c_str());
+  const char* pattern = parts[1].c_str();
+  // Numbers of both kinds from the input's first bytes, so that formatting
+  // sees integers and reals of every size.
+  Vlong integer = 0;
+  double real = 0;
+  std::memcpy(&integer, parts[0].data(), std::min(parts[0].size(), sizeof integer));
+  std::memcpy(&real, parts[0].data(), std::min(parts[0].size(), sizeof real));
+
+  vexa_fuzz::CodeOf([&] { text.Number(); return 0u; });
+  vexa_fuzz::CodeOf([&] { text.IsNumber(); return 0u; });
+  vexa_fuzz::CodeOf([&] { text.Split(pattern); return 0u; });
+  vexa_fuzz::CodeOf([&] { text.ToString(pattern); return 0u; });
+  vexa_fuzz::CodeOf([&] { VTuple(integer).ToString(pattern); return 0u; });
+  vexa_fuzz::CodeOf([&] { VTuple(real).ToString(pattern); return 0u; });
+  return 0;
+}
