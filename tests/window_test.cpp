@@ -1,0 +1,238 @@
+// Windows as off-screen rasters: what disp_region paints, read back through
+// dump_window_image and compared with a per-pixel reference; extents, the
+// window stack, bad handles, and the VWindow handle class.
+#include <gtest/gtest.h>
+#include <vexa/errors.h>
+#include <vexa/runtime.h>
+#include <vexaobj.h>
+#include <vexaobj/VWindow.h>
+
+#include <array>
+#include <vector>
+
+#include "objdb.h"
+#include "random_region_support.h"
+
+namespace {
+
+using namespace Vexa;
+using test_support::Mask;
+using test_support::RandomRegion;
+
+using Rgb = std::array<int, 3>;
+constexpr Rgb kBlack{0, 0, 0};
+constexpr Rgb kRed{255, 0, 0};
+
+void ThrowCopy(const VException& e) { throw VException(e); }
+
+// The raster of a window, read back as the three channels of its dump.
+struct Raster {
+  int width = 0, height = 0;
+  std::vector<Rgb> px;
+  Rgb At(int r, int c) const { return px[r * width + c]; }
+};
+
+Raster Dump(Vlong window) {
+  Raster out;
+  Vobject image;
+  EXPECT_EQ(dump_window_image(&image, window), VRESULT_OK);
+  vexa::db::ImageData data;
+  EXPECT_EQ(vexa::db::GetImage(image.Id(), &data), VRESULT_OK);
+  EXPECT_EQ(data.channels.size(), 3u);
+  if (data.channels.size() != 3) return out;
+  out.width = data.channels[0]->width();
+  out.height = data.channels[0]->height();
+  out.px.resize(static_cast<size_t>(out.width) * out.height);
+  for (size_t p = 0; p < out.px.size(); ++p)
+    for (int ch = 0; ch < 3; ++ch) out.px[p][ch] = data.channels[ch]->data()[p];
+  return out;
+}
+
+// Objects and traced memory are back where they were when a test ends.
+class WindowTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    old_ = VException::InstallVHandler(&ThrowCopy);
+    VTraceMemory = 1;
+    live_ = VMemTraceLiveCount();
+    stats_ = vexa::db::GetStats();
+  }
+  void TearDown() override {
+    EXPECT_EQ(VMemTraceLiveCount(), live_);
+    VTraceMemory = 0;
+    const vexa::db::Stats now = vexa::db::GetStats();
+    EXPECT_EQ(now.regions, stats_.regions);
+    EXPECT_EQ(now.images, stats_.images);
+    EXPECT_EQ(now.channels, stats_.channels);
+    VException::InstallVHandler(old_);
+  }
+  Vlong Open(Vlong width, Vlong height) {
+    Vlong handle = 0;
+    EXPECT_EQ(open_window(0, 0, width, height, 0, "", "", &handle), VRESULT_OK);
+    return handle;
+  }
+
+  VHandlerProc old_ = nullptr;
+  Vlong live_ = 0;
+  vexa::db::Stats stats_;
+};
+
+// Every pixel of the raster against the reference `expect(r, c)`; regions
+// are larger than the window on one side, so the cut at the edge counts.
+template <class Expect>
+void ExpectRaster(const Raster& raster, Expect expect) {
+  int wrong = 0;
+  for (int r = 0; r < raster.height; ++r)
+    for (int c = 0; c < raster.width; ++c)
+      if (raster.At(r, c) != expect(r, c) && ++wrong <= 5)
+        ADD_FAILURE() << "pixel (" << r << ", " << c << ")";
+  EXPECT_EQ(wrong, 0);
+}
+
+TEST_F(WindowTest, FillPaintsExactlyTheRegionsPixels) {
+  for (unsigned seed : {1u, 2u, 3u}) {
+    const RandomRegion shape(60, 40, seed, 90, 255);
+    const Vlong w = Open(50, 45);
+    ASSERT_EQ(set_color(w, "red"), VRESULT_OK);
+    ASSERT_EQ(disp_region(shape.region, w), VRESULT_OK);
+    const Raster raster = Dump(w);
+    ASSERT_EQ(raster.width, 50);
+    ASSERT_EQ(raster.height, 45);
+    ExpectRaster(raster, [&](int r, int c) {
+      return shape.mask.At(r, c) ? kRed : kBlack;
+    });
+    EXPECT_EQ(close_window(w), VRESULT_OK);
+  }
+}
+
+TEST_F(WindowTest, MarginPaintsExactlyTheBoundary) {
+  for (unsigned seed : {4u, 5u, 6u}) {
+    const RandomRegion shape(60, 40, seed, 60, 255);
+    const Vlong w = Open(50, 45);
+    ASSERT_EQ(set_color(w, "red"), VRESULT_OK);
+    ASSERT_EQ(set_draw(w, "margin"), VRESULT_OK);
+    ASSERT_EQ(disp_region(shape.region, w), VRESULT_OK);
+    ExpectRaster(Dump(w), [&](int r, int c) {
+      return shape.mask.OnBoundary(r, c) ? kRed : kBlack;
+    });
+    EXPECT_EQ(close_window(w), VRESULT_OK);
+  }
+}
+
+TEST_F(WindowTest, ColorsDrawModesAndClearing) {
+  const Vlong w = Open(20, 10);
+  Vobject rect;
+  ASSERT_EQ(gen_rectangle1(&rect, 2.0, 3.0, 4.0, 8.0), VRESULT_OK);
+  ASSERT_EQ(set_color(w, "#102030"), VRESULT_OK);
+  ASSERT_EQ(disp_region(rect, w), VRESULT_OK);
+  EXPECT_EQ(Dump(w).At(3, 5), (Rgb{16, 32, 48}));
+  EXPECT_EQ(set_color(w, "mauve"), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(set_color(w, "#12345"), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(set_draw(w, "hatch"), VERR_CTRL_VALUE(1));
+  ASSERT_EQ(clear_window(w), VRESULT_OK);
+  ExpectRaster(Dump(w), [](int, int) { return kBlack; });
+  EXPECT_EQ(close_window(w), VRESULT_OK);
+}
+
+TEST_F(WindowTest, GrayImageShowsItsDomainInGray) {
+  const RandomRegion shape(30, 20, 7, 0, 255);
+  const Vlong w = Open(40, 15);
+  ASSERT_EQ(disp_image(shape.image, w), VRESULT_OK);
+  Vlong pointer = 0, width = 0, height = 0;
+  char type[32];
+  ASSERT_EQ(get_image_pointer1(shape.image, &pointer, type, &width, &height), VRESULT_OK);
+  const auto* gray = reinterpret_cast<const uint8_t*>(static_cast<uintptr_t>(pointer));
+  ExpectRaster(Dump(w), [&](int r, int c) {
+    if (c >= width) return kBlack;
+    const int g = gray[r * width + c];
+    return Rgb{g, g, g};
+  });
+  EXPECT_EQ(close_window(w), VRESULT_OK);
+}
+
+TEST_F(WindowTest, ExtentsDefaultSizeAndResizing) {
+  const Vlong w = Open(-1, -1);
+  Vlong row = -1, col = -1, width = 0, height = 0;
+  ASSERT_EQ(get_window_extents(w, &row, &col, &width, &height), VRESULT_OK);
+  EXPECT_EQ(width, 512);
+  EXPECT_EQ(height, 512);
+  ASSERT_EQ(set_window_extents(w, 10, 20, 64, -1), VRESULT_OK);
+  ASSERT_EQ(get_window_extents(w, &row, &col, &width, &height), VRESULT_OK);
+  EXPECT_EQ(row, 10);
+  EXPECT_EQ(col, 20);
+  EXPECT_EQ(width, 64);
+  EXPECT_EQ(height, 512);
+  EXPECT_EQ(Dump(w).width, 64);
+  EXPECT_EQ(set_window_extents(w, 0, 0, 0, 10), VERR_CTRL_VALUE(3));
+  Vlong bad = 0;
+  EXPECT_EQ(open_window(0, 0, 0, 10, 0, "", "", &bad), VERR_CTRL_VALUE(2));
+  EXPECT_EQ(open_window(0, 0, 10, 100000, 0, "", "", &bad), VERR_CTRL_VALUE(3));
+  EXPECT_EQ(close_window(w), VRESULT_OK);
+}
+
+TEST_F(WindowTest, ClosedAndUnknownHandlesAreInvalid) {
+  const Vlong w = Open(10, 10);
+  ASSERT_EQ(close_window(w), VRESULT_OK);
+  EXPECT_EQ(close_window(w), VERR_WINDOW_INVALID);
+  EXPECT_EQ(set_color(w, "red"), VERR_WINDOW_INVALID);
+  EXPECT_EQ(clear_window(123456789), VERR_WINDOW_INVALID);
+  Vobject rect;
+  ASSERT_EQ(gen_rectangle1(&rect, 0.0, 0.0, 1.0, 1.0), VRESULT_OK);
+  EXPECT_EQ(disp_region(rect, w), VERR_WINDOW_INVALID);
+  Vobject image;
+  EXPECT_EQ(dump_window_image(&image, w), VERR_WINDOW_INVALID);
+}
+
+TEST_F(WindowTest, OpenWindowsStandOnTheWindowStack) {
+  const Vlong a = Open(10, 10);
+  const Vlong b = Open(10, 10);
+  Vlong active = 0;
+  ASSERT_EQ(VWindowStackGetActive(&active), VRESULT_OK);
+  EXPECT_EQ(active, b);
+  // Closing the window below the top keeps the top active.
+  ASSERT_EQ(close_window(a), VRESULT_OK);
+  ASSERT_EQ(VWindowStackGetActive(&active), VRESULT_OK);
+  EXPECT_EQ(active, b);
+  ASSERT_EQ(close_window(b), VRESULT_OK);
+  EXPECT_NE(VWindowStackGetActive(&active) == VRESULT_OK && active == b, true);
+}
+
+TEST_F(WindowTest, VWindowOwnsItsWindow) {
+  Vlong handle = 0;
+  {
+    VWindow window;
+    handle = window.WindowHandle();
+    ASSERT_NE(handle, 0);
+    Vlong row, col, width = 0, height = 0;
+    ASSERT_EQ(get_window_extents(handle, &row, &col, &width, &height), VRESULT_OK);
+    EXPECT_EQ(width, 512);
+    // A second open on an open window does nothing.
+    EXPECT_EQ(window.OpenWindow(0, 0, 5, 5, 0, "", ""), VRESULT_OK);
+    EXPECT_EQ(window.WindowHandle(), handle);
+  }
+  // The destructor closed it.
+  EXPECT_EQ(clear_window(handle), VERR_WINDOW_INVALID);
+
+  VWindow none("unused");
+  EXPECT_EQ(none.WindowHandle(), 0);
+  ASSERT_EQ(none.OpenWindow(0, 0, 30, 20, 0, "", ""), VRESULT_OK);
+  ASSERT_NE(none.WindowHandle(), 0);
+  const Vlong opened = none.WindowHandle();
+  EXPECT_EQ(none.CloseWindow(), VRESULT_OK);
+  EXPECT_EQ(none.WindowHandle(), 0);
+  EXPECT_EQ(clear_window(opened), VERR_WINDOW_INVALID);
+
+  VWindow closed(0, 0, 10, 10, 0, "", "", 0);
+  EXPECT_EQ(closed.WindowHandle(), 0);
+}
+
+TEST_F(WindowTest, DrawingPrimitivesRaiseAsClassMethods) {
+  // Drawing into no window fails: the class method raises where the
+  // procedural function returns the code.
+  VWindow none("unused");
+  EXPECT_THROW(none.DispLine(0.0, 0.0, 5.0, 5.0), VException);
+  EXPECT_THROW(none.DispCircle(VTuple(5.0), VTuple(5.0), VTuple(2.0)), VException);
+  EXPECT_GT(disp_line(none.WindowHandle(), 0.0, 0.0, 5.0, 5.0), VRESULT_OK);
+}
+
+}  // namespace
