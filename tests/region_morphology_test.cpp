@@ -346,6 +346,16 @@ TEST_F(RegionOpsTest, ThinningAndSkeletonFollowTheGolayElement) {
       [](const PixelSet& a) { return ThinRef(ThinRef(a, "000.111.", 0), "000.111.", 0); });
   Vobject out;
   EXPECT_EQ(thinning_seq(in.objects, &out, "q", 1), VERR_CTRL_VALUE(0));
+  // pruning: a spur of 3 pixels leaves a line of 40, whose ends grow back.
+  PixelSet line, spur;
+  for (int c = 0; c < 40; ++c) line.insert({10, c});
+  spur = line;
+  for (int r = 7; r <= 9; ++r) spur.insert({r, 20});
+  ASSERT_EQ(pruning(MakeRegion(spur), &out, 5), VRESULT_OK);
+  EXPECT_EQ(PixelsOf(out), line);
+  ASSERT_EQ(pruning(MakeRegion(spur), &out, 0), VRESULT_OK);
+  EXPECT_EQ(PixelsOf(out), spur);
+  EXPECT_EQ(pruning(MakeRegion(spur), &out, -1), VERR_CTRL_VALUE(0));
 }
 
 TEST_F(RegionOpsTest, BadParametersGiveTheirCodes) {

@@ -5,6 +5,7 @@
 
 #include "ops/region/kernels/thinning_kernels.h"
 #include "ops/region/region_op_util.h"
+#include "region_algebra.h"
 #include "registry.h"
 
 namespace vexa {
@@ -64,6 +65,36 @@ VEXA_OPERATOR(skeleton) {
   return MapRegions(ctx, [](const Region& in, RegionPtr* out) {
     return UntilStable(in, -1,
                        [](const Region& a, RegionPtr* r) { return ThinSequence(a, GolayL(), r); }, out);
+  });
+}
+
+// Removes branches of at most `length` pixels: end points (EndPoints) are stripped
+// `length` times, then the ends that remain grow back along the region
+// for as many steps (a 3 x 3 dilation kept inside the input), so that
+// the long branches get their ends back.
+VEXA_OPERATOR(pruning) {
+  Vlong length = 0;
+  const Vresult rc = ctx.GetLong(0, &length);
+  if (rc != VRESULT_OK) return rc;
+  if (length < 0) return VERR_CTRL_VALUE(0);
+  if (length > kMaxElementReach) return VERR_TOO_LARGE;
+  const Element square = Element::Rectangle(3, 3);
+  return MapRegions(ctx, [&](const Region& in, RegionPtr* out) {
+    RegionPtr core = Region::FromCanonicalChords(in.chords()), ends;
+    for (Vlong i = 0; i < length; ++i) {
+      const Vresult r = EndPoints(*core, &ends);
+      if (r != VRESULT_OK) return r;
+      if (ends->empty()) break;
+      core = RegionDifference(*core, *ends);
+    }
+    Vresult r = EndPoints(*core, &ends);
+    for (Vlong i = 0; r == VRESULT_OK && i < length && !ends->empty(); ++i) {
+      RegionPtr grown;
+      r = Add(*ends, square, &grown);
+      if (r == VRESULT_OK) ends = Region::Intersection(*grown, in);
+    }
+    if (r == VRESULT_OK) *out = Region::Union(*core, *ends);
+    return r;
   });
 }
 

@@ -6,18 +6,17 @@
 
 namespace vexa {
 
-Vresult Thin(const Region& a, const Element& fg, const Element& bg, RegionPtr* out) {
+Vresult HitOrMiss(const Region& a, const Element& fg, const Element& bg, RegionPtr* out) {
   int32_t r1, c1, r2, c2;
+  RegionPtr hits;
   if (!a.BoundingBox(&r1, &c1, &r2, &c2)) {
     *out = Region::Empty();
     return VRESULT_OK;
   }
-  RegionPtr hits;
   Vresult rc = Fit(a, fg, &hits);
-  if (rc != VRESULT_OK) return rc;
-  if (hits->empty()) {
-    *out = Region::FromCanonicalChords(a.chords());
-    return VRESULT_OK;
+  if (rc != VRESULT_OK || hits->empty()) {
+    *out = hits;
+    return rc;
   }
   const Box f = fg.Bounds(), g = bg.Bounds();
   const int64_t reach = std::max({-f.r0, f.r1, -f.c0, f.c1}) + std::max({-g.r0, g.r1, -g.c0, g.c1}) + 1;
@@ -28,9 +27,15 @@ Vresult Thin(const Region& a, const Element& fg, const Element& bg, RegionPtr* o
       static_cast<int32_t>(r2 + reach), static_cast<int32_t>(c2 + reach)));
   RegionPtr misses;
   rc = Fit(*outside, bg, &misses);
-  if (rc != VRESULT_OK) return rc;
-  *out = RegionDifference(a, *Region::Intersection(*hits, *misses));
-  return VRESULT_OK;
+  if (rc == VRESULT_OK) *out = Region::Intersection(*hits, *misses);
+  return rc;
+}
+
+Vresult Thin(const Region& a, const Element& fg, const Element& bg, RegionPtr* out) {
+  RegionPtr hits;
+  const Vresult rc = HitOrMiss(a, fg, bg, &hits);
+  if (rc == VRESULT_OK) *out = RegionDifference(a, *hits);
+  return rc;
 }
 
 namespace {
@@ -63,6 +68,26 @@ const std::vector<std::pair<Element, Element>>& GolayL() {
     return s;
   }();
   return seq;
+}
+
+Vresult EndPoints(const Region& a, RegionPtr* out) {
+  static const std::vector<std::pair<Element, Element>> kEnds = [] {
+    std::vector<std::pair<Element, Element>> s;
+    for (int turn = 0; turn < 8; turn += 2) {
+      s.push_back(FromRing(".1.00000", turn));  // a side, corners free
+      s.push_back(FromRing("10000000", turn));  // a corner alone
+    }
+    return s;
+  }();
+  std::vector<RegionPtr> parts;
+  for (const auto& pair : kEnds) {
+    RegionPtr hits;
+    const Vresult rc = HitOrMiss(a, pair.first, pair.second, &hits);
+    if (rc != VRESULT_OK) return rc;
+    parts.push_back(std::move(hits));
+  }
+  *out = RegionUnionMany(parts);
+  return VRESULT_OK;
 }
 
 Vresult ThinSequence(const Region& a, const std::vector<std::pair<Element, Element>>& seq,

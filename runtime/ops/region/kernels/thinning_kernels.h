@@ -13,6 +13,9 @@
 
 namespace vexa {
 
+// The hit-or-miss points of the region for (fg, bg).
+Vresult HitOrMiss(const Region& a, const Element& fg, const Element& bg, RegionPtr* out);
+
 // The region minus its hit-or-miss points for (fg, bg).
 Vresult Thin(const Region& a, const Element& fg, const Element& bg, RegionPtr* out);
 
@@ -22,6 +25,11 @@ Vresult Thin(const Region& a, const Element& fg, const Element& bg, RegionPtr* o
 //   1 1 1
 // as (foreground, background) pairs.
 const std::vector<std::pair<Element, Element>>& GolayL();
+
+// The ends of lines: pixels whose neighbours in the region are one side
+// neighbour (with or without the corners beside it) or one corner alone,
+// so that a branch ending on a line still loses its last pixel.
+Vresult EndPoints(const Region& a, RegionPtr* out);
 
 // One pass of sequential thinning: Thin with each rotation in turn.
 Vresult ThinSequence(const Region& a, const std::vector<std::pair<Element, Element>>& seq,
