@@ -12,6 +12,8 @@
 #include <vexaobj/VPrimitives.h>
 #include <vexaobj/VRectangle.h>
 #include <vexaobj/VConvol.h>
+#include <vexaobj/VDChord.h>
+#include <vexaobj/VRLRegion.h>
 
 #if __has_include(<vexaobj/VCPP.h>)
 #include <vexaobj/VCPP.h>
