@@ -14,6 +14,7 @@
 #include <vexaobj/VConvol.h>
 #include <vexaobj/VDChord.h>
 #include <vexaobj/VRLRegion.h>
+#include <vexaobj/VDRegion.h>
 
 #if __has_include(<vexaobj/VCPP.h>)
 #include <vexaobj/VCPP.h>
