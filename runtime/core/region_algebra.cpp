@@ -113,12 +113,44 @@ void Join(std::vector<uint32_t>& parent, uint32_t i, uint32_t j) {
 
 }  // namespace
 
+// Union and intersection have leaner forms than the edge walk: a merge in
+// canonical order that joins overlapping and touching runs, and two
+// cursors that emit the overlaps.
 ChordList ChordUnion(const ChordList& a, const ChordList& b) {
-  return Combine(a, b, [](bool x, bool y) { return x || y; });
+  ChordList out(a.size() + b.size());
+  Chord* o = out.data();
+  Chord* const first = o;
+  const Chord *pa = a.data(), *ea = pa + a.size();
+  const Chord *pb = b.data(), *eb = pb + b.size();
+  while (pa != ea || pb != eb) {
+    const bool take_a =
+        pb == eb || (pa != ea && (pa->r != pb->r ? pa->r < pb->r : pa->cb < pb->cb));
+    const Chord& c = take_a ? *pa++ : *pb++;
+    if (o != first && o[-1].r == c.r && int64_t{o[-1].ce} + 1 >= c.cb) {
+      if (c.ce > o[-1].ce) o[-1].ce = c.ce;
+    } else {
+      *o++ = c;
+    }
+  }
+  out.resize(static_cast<size_t>(o - first));
+  return out;
 }
 
 ChordList ChordIntersection(const ChordList& a, const ChordList& b) {
-  return Combine(a, b, [](bool x, bool y) { return x && y; });
+  ChordList out;
+  out.reserve(std::min(a.size(), b.size()) * 2);
+  size_t i = 0, j = 0;
+  while (i < a.size() && j < b.size()) {
+    const Chord &x = a[i], &y = b[j];
+    if (x.r != y.r) {
+      (x.r < y.r ? i : j)++;
+      continue;
+    }
+    const int32_t cb = std::max(x.cb, y.cb), ce = std::min(x.ce, y.ce);
+    if (cb <= ce) out.push_back({x.r, cb, ce});
+    (x.ce < y.ce ? i : j)++;
+  }
+  return out;
 }
 
 ChordList ChordDifference(const ChordList& a, const ChordList& b) {

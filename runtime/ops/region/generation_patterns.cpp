@@ -140,7 +140,6 @@ VEXA_OPERATOR(gen_random_regions) {
   }
   if (rc == VRESULT_OK) rc = GetPositive(ctx, 7, 3, kMaxImageSide, count);
   if (rc != VRESULT_OK) return rc;
-  if (count[0] > kMaxImageSide) return VERR_TOO_LARGE;
   const double wmin = d[0], wmax = d[1], hmin = d[2], hmax = d[3], pmin = d[4], pmax = d[5];
   if (!(wmin > 0) || wmax < wmin) return VERR_CTRL_VALUE(!(wmin > 0) ? 1 : 2);
   if (!(hmin > 0) || hmax < hmin) return VERR_CTRL_VALUE(!(hmin > 0) ? 3 : 4);

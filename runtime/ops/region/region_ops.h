@@ -3,6 +3,7 @@
 // coordinates with their range checks.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
