@@ -80,6 +80,19 @@ class VConvolInt : public VConvolSimple {
   // aligned; its divisor starts at 0.
   VConvolInt Resize(int width, int height) const;
 
+  // Filter mask files of the integer form (docs/formats/filter-mask.md).
+  // The file's coefficient line is the text form above: ReadFile hands it
+  // to the text constructor, filling the first width * height entries of
+  // the array, and keeps the file's divisor. WriteFile writes those
+  // entries and the divisor; on a mask wider than high, coefficients that
+  // the absolute addressing places beyond them are not in the file. A
+  // failure (missing, unreadable, malformed, cut or real-form file; a size
+  // the file form cannot hold) names the file and carries the runtime's
+  // file code in `err`; if its reaction returns, ReadFile gives a mask
+  // without coefficients.
+  static VConvolInt ReadFile(const char* file_name);
+  void WriteFile(const char* file_name) const;
+
  protected:
   // Allocates the zeroed array for the current size, reporting a failed
   // allocation.
@@ -106,6 +119,16 @@ class VConvolFloat : public VConvolSimple {
   VConvolFloat(const VConvolFloat&) = default;
   VConvolFloat& operator=(const VConvolFloat&) = default;
   const char* ClassName() const override { return "VConvolFloat"; }
+
+  // Filter mask files of the real form (docs/formats/filter-mask.md), for
+  // the concrete classes derived from this one. Coefficient k of the file
+  // stands at absolute (k / Height(), k % Height()). ReadFile fills this
+  // mask through SetValueAbs and needs the file's width and height to be
+  // this mask's; WriteFile writes GetValueAbs in the same order. Failures
+  // as for VConvolInt; a mask whose size the file form cannot hold, or a
+  // coefficient that is not finite, is not written.
+  void ReadFile(const char* file_name);
+  void WriteFile(const char* file_name) const;
 };
 
 class VConvolSFourier : public VConvolFourier {
