@@ -12,6 +12,9 @@
 #include <vexaobj/VPrimitives.h>
 #include <vexaobj/VRectangle.h>
 #include <vexaobj/VConvol.h>
+#include <vexaobj/VDChord.h>
+#include <vexaobj/VRLRegion.h>
+#include <vexaobj/VDRegion.h>
 #include <vexaobj/VWindow.h>
 #include <vexaobj/VRegion.h>
 #include <vexaobj/VRegionArray.h>
