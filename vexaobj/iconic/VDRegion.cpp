@@ -5,6 +5,7 @@
 #include <new>
 
 #include <vexaobj/VRLRegion.h>
+#include <vexaobj/VRegion.h>
 
 #include "control/raise.h"
 
@@ -55,6 +56,8 @@ VDRegion::VDRegion(const VAbstractRegion* r)
     : rep(NewRep(const_cast<VAbstractRegion*>(r))), complement(0) {}
 
 VDRegion::VDRegion(const VRLRegion& r) : rep(NewRep(r.CopyAbstractRegion())), complement(0) {}
+
+VDRegion::VDRegion(const VRegion& r) : rep(NewRep(r.CopyAbstractRegion())), complement(0) {}
 
 VDRegion::VDRegion(VAbstractRegion* r, int complement)
     : rep(NewRep(r)), complement(complement) {}

@@ -13,6 +13,7 @@
 namespace Vexa {
 
 class VRLRegion;
+class VRegion;
 class VWindow;
 class VAffineTrans;
 
@@ -40,6 +41,7 @@ class VDRegion : public VDiscreteObject {
   // Takes over `r`.
   VDRegion(const VAbstractRegion* r);
   VDRegion(const VRLRegion& r);
+  VDRegion(const VRegion& r);
   // Shares the representation; the complement flag is not carried over.
   VDRegion(const VDRegion& r);
   // Shares the representation of `r`; the result is a further sharer for
