@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "leak_checked_test.h"
 #include "objdb.h"
 #include "vexa/errors.h"
 #include "vexa/runtime.h"
@@ -23,25 +24,7 @@ namespace image_test {
 using Vexa::Vobject;
 
 // Objects and traced memory are back where they were when a test ends.
-class LeakCheckedTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    VTraceMemory = 1;
-    live_ = VMemTraceLiveCount();
-    stats_ = vexa::db::GetStats();
-  }
-  void TearDown() override {
-    EXPECT_EQ(VMemTraceLiveCount(), live_);
-    VTraceMemory = 0;
-    const vexa::db::Stats now = vexa::db::GetStats();
-    EXPECT_EQ(now.regions, stats_.regions);
-    EXPECT_EQ(now.images, stats_.images);
-    EXPECT_EQ(now.tuples, stats_.tuples);
-    EXPECT_EQ(now.channels, stats_.channels);
-  }
-  Vlong live_ = 0;
-  vexa::db::Stats stats_;
-};
+using ::LeakCheckedTest;
 
 // The range of random values drawn for a pixel type.
 inline void ValueRange(const std::string& type, double* lo, double* hi) {

@@ -14,6 +14,7 @@
 
 #include <vexaobj.h>
 
+#include "leak_checked_test.h"
 #include "objdb.h"
 #include "vexa/errors.h"
 #include "vexa/runtime.h"
@@ -39,25 +40,9 @@ struct Mask {
 
 // Objects, channels and traced memory are back where they were when a test
 // ends.
-class ImageOpsTest : public ::testing::Test {
+class ImageOpsTest : public LeakCheckedTest {
  protected:
-  void SetUp() override {
-    VTraceMemory = 1;
-    live_ = VMemTraceLiveCount();
-    stats_ = vexa::db::GetStats();
-  }
-  void TearDown() override {
-    EXPECT_EQ(VMemTraceLiveCount(), live_);
-    VTraceMemory = 0;
-    const vexa::db::Stats now = vexa::db::GetStats();
-    EXPECT_EQ(now.regions, stats_.regions);
-    EXPECT_EQ(now.images, stats_.images);
-    EXPECT_EQ(now.tuples, stats_.tuples);
-    EXPECT_EQ(now.channels, stats_.channels);
-  }
   std::mt19937 rng_{20261122};
-  Vlong live_ = 0;
-  vexa::db::Stats stats_;
 };
 
 // Random rectangles, some hollow, and loose pixels: rows with several

@@ -12,6 +12,7 @@
 
 #include <vexaobj.h>
 
+#include "leak_checked_test.h"
 #include "objdb.h"
 #include "vexa/errors.h"
 #include "vexa/runtime.h"
@@ -23,25 +24,7 @@ using namespace Vexa;
 constexpr int kW = 50, kH = 40;
 
 // Objects and traced memory are back where they were when a test ends.
-class OpsTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    VTraceMemory = 1;
-    live_ = VMemTraceLiveCount();
-    stats_ = vexa::db::GetStats();
-  }
-  void TearDown() override {
-    EXPECT_EQ(VMemTraceLiveCount(), live_);
-    VTraceMemory = 0;
-    const vexa::db::Stats now = vexa::db::GetStats();
-    EXPECT_EQ(now.regions, stats_.regions);
-    EXPECT_EQ(now.images, stats_.images);
-    EXPECT_EQ(now.tuples, stats_.tuples);
-    EXPECT_EQ(now.channels, stats_.channels);
-  }
-  Vlong live_ = 0;
-  vexa::db::Stats stats_;
-};
+class OpsTest : public LeakCheckedTest {};
 
 // The gray value pattern, 0..199, before a type's scale and offset.
 int Pattern(int r, int c) { return (r * 37 + c * 11) % 200; }

@@ -13,6 +13,7 @@
 
 #include <vexaobj.h>
 
+#include "leak_checked_test.h"
 #include "objdb.h"
 #include "region_algebra.h"
 #include "region_store.h"
@@ -149,25 +150,9 @@ inline void ExpectRegionIs(const vexa::Region& got, const Mask& want) {
 }
 
 // Objects and traced memory are back where they were when a test ends.
-class RegionOpsTest : public ::testing::Test {
+class RegionOpsTest : public LeakCheckedTest {
  protected:
-  void SetUp() override {
-    VTraceMemory = 1;
-    live_ = VMemTraceLiveCount();
-    stats_ = vexa::db::GetStats();
-  }
-  void TearDown() override {
-    EXPECT_EQ(VMemTraceLiveCount(), live_);
-    VTraceMemory = 0;
-    const vexa::db::Stats now = vexa::db::GetStats();
-    EXPECT_EQ(now.regions, stats_.regions);
-    EXPECT_EQ(now.images, stats_.images);
-    EXPECT_EQ(now.tuples, stats_.tuples);
-    EXPECT_EQ(now.channels, stats_.channels);
-  }
   std::mt19937 rng_{20261122u};
-  Vlong live_ = 0;
-  vexa::db::Stats stats_;
 };
 
 }  // namespace region_algebra_test
