@@ -41,6 +41,11 @@ struct Record {
   uint32_t permanent;
   Vlong refs;
   Payload* payload;
+  // The run-length view of a freed region stays until the record is used
+  // again: a caller may still hold the view's address after releasing its
+  // last key (the interface's region cache does), and then reads the old
+  // region instead of freed memory.
+  RLView* retired_rl;
 };
 static_assert(std::is_standard_layout<Record>::value,
               "the record's address must be its head's address");
@@ -79,6 +84,8 @@ class Database {
       if (!Grow()) return nullptr;
     Record* r = free_.front();
     free_.pop_front();
+    delete r->retired_rl;
+    r->retired_rl = nullptr;
     std::memset(&r->head, 0, sizeof r->head);
     r->head.tag = class_id + VOBJ_TAG_BASE;
     r->magic = kLiveMagic;
@@ -170,6 +177,8 @@ class Database {
       --stats_.tuples;
     else
       --(r->payload->channels.empty() ? stats_.regions : stats_.images);
+    delete r->retired_rl;
+    r->retired_rl = r->payload->rl.release();
     delete r->payload;
     r->payload = nullptr;
     std::memset(&r->head, 0, sizeof r->head);  // the interface reads the tag

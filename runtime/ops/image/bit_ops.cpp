@@ -107,7 +107,8 @@ VEXA_OPERATOR(bit_slice) {
     using U = std::make_unsigned_t<T>;
     Vlong bit = 1;
     *rc = ReadBitCount(ctx, 1, kBits<decltype(tag)>, &bit);
-    const U mask = static_cast<U>(U{1} << (bit - 1));
+    // A refused bit number leaves no valid shift; the mask is then unused.
+    const U mask = *rc == VRESULT_OK ? static_cast<U>(U{1} << (bit - 1)) : U{0};
     return [mask](T x) { return static_cast<T>(static_cast<U>(x) & mask); };
   });
 }

@@ -33,8 +33,12 @@ bool OccupiedRange(const std::vector<T>& h, size_t* first, size_t* last) {
 std::vector<double> SmoothHistogram(const std::vector<int64_t>& counts, double sigma) {
   const int64_t n = static_cast<int64_t>(counts.size());
   std::vector<double> out(counts.begin(), counts.end());
-  if (sigma <= 0 || n == 0) return out;
-  const int64_t radius = static_cast<int64_t>(std::ceil(3.0 * sigma));
+  if (!(sigma > 0) || n == 0) return out;
+  // A kernel wider than the histogram adds only mirrored copies of it, so
+  // the radius is bounded by the length (which also keeps a huge or
+  // infinite sigma from overflowing).
+  const double reach = std::ceil(3.0 * sigma);
+  const int64_t radius = reach < static_cast<double>(n) ? static_cast<int64_t>(reach) : n;
   std::vector<double> kernel(static_cast<size_t>(2 * radius + 1));
   double sum = 0.0;
   for (int64_t j = -radius; j <= radius; ++j) {
