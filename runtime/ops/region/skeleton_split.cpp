@@ -1,0 +1,149 @@
+// split_skeleton_region: a skeleton cut into its branches, and long
+// branches cut further into nearly straight pieces.
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <set>
+
+#include "ops/region/region_op_util.h"
+#include "registry.h"
+
+namespace vexa {
+namespace {
+
+using Point = std::pair<int32_t, int32_t>;  // row, column
+
+// The ring of the eight neighbours clockwise from the top-left corner;
+// the side neighbours first where a walk may choose.
+constexpr int kRingR[8] = {-1, -1, -1, 0, 1, 1, 1, 0};
+constexpr int kRingC[8] = {-1, 0, 1, 1, 1, 0, -1, -1};
+constexpr int kSidesFirst[8] = {1, 3, 5, 7, 0, 2, 4, 6};
+
+// A pixel where three or more lines meet: going round its neighbours, the
+// region begins three or more times.
+bool IsJunction(const Region& a, int32_t r, int32_t c) {
+  int starts = 0;
+  for (int i = 0; i < 8; ++i) {
+    const int j = (i + 1) % 8;
+    if (!a.Contains(r + kRingR[i], c + kRingC[i]) && a.Contains(r + kRingR[j], c + kRingC[j])) ++starts;
+  }
+  return starts >= 3;
+}
+
+// The branches: the pixels that are no junction, joined where they
+// touch (8-neighbours), except diagonally beside a junction next to both,
+// where two lines leaving the junction meet. Each branch sorted, in the
+// order of their first pixels.
+std::vector<std::vector<Point>> Branches(const Region& a) {
+  std::map<Point, size_t> index;
+  std::set<Point> junctions;
+  for (const Chord& ch : a.chords())
+    for (int32_t c = ch.cb; c <= ch.ce; ++c) {
+      if (IsJunction(a, ch.r, c)) junctions.insert({ch.r, c});
+      else index.emplace(Point{ch.r, c}, index.size());
+    }
+  std::vector<size_t> parent(index.size());
+  for (size_t i = 0; i < parent.size(); ++i) parent[i] = i;
+  const auto root = [&](size_t i) {
+    while (parent[i] != i) i = parent[i] = parent[parent[i]];
+    return i;
+  };
+  // Two diagonal neighbours share only the other two pixels of their 2 x 2
+  // square as neighbours.
+  const auto beside_junction = [&](const Point& p, const Point& q) {
+    return junctions.count({p.first, q.second}) != 0 || junctions.count({q.first, p.second}) != 0;
+  };
+  for (const auto& [p, i] : index)
+    for (int k : {3, 4, 5, 6}) {  // the neighbours after p in row order
+      const Point q{p.first + kRingR[k], p.second + kRingC[k]};
+      const auto it = index.find(q);
+      if (it == index.end() || (k % 2 == 0 && beside_junction(p, q))) continue;
+      parent[root(it->second)] = root(i);
+    }
+  std::map<size_t, std::vector<Point>> by_root;
+  std::vector<std::vector<Point>> out;
+  for (const auto& [p, i] : index) by_root[root(i)].push_back(p);
+  for (auto& [r, pixels] : by_root) out.push_back(std::move(pixels));
+  std::sort(out.begin(), out.end());
+  return out;
+}
+
+// The pixels of the branch in order along it, from an end (or anywhere on
+// a closed loop); empty when the branch is no simple line.
+std::vector<Point> WalkBranch(const Region& branch) {
+  std::set<Point> left;
+  for (const Chord& ch : branch.chords())
+    for (int32_t c = ch.cb; c <= ch.ce; ++c) left.insert({ch.r, c});
+  const auto neighbours = [&](const Point& p) {
+    std::vector<Point> out;
+    for (int k : kSidesFirst) {
+      const Point q{p.first + kRingR[k], p.second + kRingC[k]};
+      if (left.count(q) != 0) out.push_back(q);
+    }
+    return out;
+  };
+  Point p = *left.begin();
+  for (const Point& q : left)
+    if (neighbours(q).size() <= 1) {
+      p = q;
+      break;
+    }
+  std::vector<Point> path{p};
+  left.erase(p);
+  for (std::vector<Point> next = neighbours(p); !next.empty(); next = neighbours(p)) {
+    p = next.front();
+    path.push_back(p);
+    left.erase(p);
+  }
+  return left.empty() ? path : std::vector<Point>{};
+}
+
+// Cuts path[from..to] where a pixel lies more than `max_distance` from
+// the line between the piece's ends (at the farthest such pixel, which
+// ends the first part), appending the pieces in order.
+void CutStraight(const std::vector<Point>& path, size_t from, size_t to, double max_distance,
+                 std::vector<RegionPtr>* out) {
+  const double dr = path[to].first - path[from].first, dc = path[to].second - path[from].second;
+  const double len = std::hypot(dr, dc);
+  size_t far = from;
+  double far_d = max_distance;
+  for (size_t k = from + 1; k < to; ++k) {
+    const double pr = path[k].first - path[from].first, pc = path[k].second - path[from].second;
+    const double d = len > 0 ? std::fabs(pr * dc - pc * dr) / len : std::hypot(pr, pc);
+    if (d > far_d) far = k, far_d = d;
+  }
+  if (far != from) {
+    CutStraight(path, from, far, max_distance, out);
+    CutStraight(path, far + 1, to, max_distance, out);
+    return;
+  }
+  std::vector<Chord> chords;
+  for (size_t k = from; k <= to; ++k) chords.push_back({path[k].first, path[k].second, path[k].second});
+  out->push_back(Region::FromChords(chords));
+}
+
+}  // namespace
+
+// The junction pixels (IsJunction) are dropped; each branch (Branches)
+// is one region, or, where it is a simple line deviating more
+// than max_distance from the line between its ends, several pieces along
+// it. Branches in the order of their first pixels, for every input region.
+VEXA_OPERATOR(split_skeleton_region) {
+  Vlong max_distance = 0;
+  const Vresult rc = ctx.GetLong(0, &max_distance);
+  if (rc != VRESULT_OK) return rc;
+  if (max_distance < 0) return VERR_CTRL_VALUE(0);
+  return SplitRegions(ctx, [&](const Region& in, std::vector<RegionPtr>* out) {
+    for (const std::vector<Point>& pixels : Branches(in)) {
+      std::vector<Chord> chords;
+      for (const Point& p : pixels) chords.push_back({p.first, p.second, p.second});
+      const RegionPtr region = Region::FromChords(std::move(chords));
+      const std::vector<Point> path = WalkBranch(*region);
+      if (path.empty()) out->push_back(region);
+      else CutStraight(path, 0, path.size() - 1, static_cast<double>(max_distance), out);
+    }
+    return VRESULT_OK;
+  });
+}
+
+}  // namespace vexa
