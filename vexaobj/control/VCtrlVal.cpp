@@ -80,61 +80,53 @@ void VCtrlVal::ClearCtrlVal() {
   type = VPAR_UNDEF;
 }
 
-int VCtrlVal::I() const {
-  static const char proc[] = "int VCtrlVal::I() const";
-  switch (type) {
+namespace {
+
+// The numeric accessors share one rule: a number converts, anything else is
+// reported under the accessor's procedure text and reads as zero. D() alone
+// names an unknown type code in its message.
+template <class T, class FromLong, class FromDouble>
+T ReadNumber(const Vcpar& v, const char* proc, bool name_bad_tag, FromLong from_long,
+             FromDouble from_double) {
+  switch (v.type) {
     case VPAR_LONG:
-      return static_cast<int32_t>(par.l);
+      return from_long(v.par.l);
     case VPAR_DOUBLE:
-      return internal::TruncateToInt32(par.d);
+      return from_double(v.par.d);
     case VPAR_UNDEF:
       VEXA_RAISE(proc, "not instantiated");
-      return 0;
+      return T(0);
     case VPAR_STRING:
       VEXA_RAISE(proc, "wrong type: string");
-      return 0;
+      return T(0);
     default:
-      VEXA_RAISE(proc, "internal error: wrong type");
-      return 0;
+      if (name_bad_tag)
+        VEXA_RAISE(proc, "internal error: wrong type: %d", v.type);
+      else
+        VEXA_RAISE(proc, "internal error: wrong type");
+      return T(0);
   }
+}
+
+}  // namespace
+
+int VCtrlVal::I() const {
+  return ReadNumber<int>(
+      VCPAR(), "int VCtrlVal::I() const", false,
+      [](Vlong l) { return static_cast<int32_t>(l); },
+      [](double d) { return internal::TruncateToInt32(d); });
 }
 
 Vlong VCtrlVal::L() const {
-  static const char proc[] = "long VCtrlVal::L() const";
-  switch (type) {
-    case VPAR_LONG:
-      return par.l;
-    case VPAR_DOUBLE:
-      return internal::TruncateToInt64(par.d);
-    case VPAR_UNDEF:
-      VEXA_RAISE(proc, "not instantiated");
-      return 0;
-    case VPAR_STRING:
-      VEXA_RAISE(proc, "wrong type: string");
-      return 0;
-    default:
-      VEXA_RAISE(proc, "internal error: wrong type");
-      return 0;
-  }
+  return ReadNumber<Vlong>(
+      VCPAR(), "long VCtrlVal::L() const", false, [](Vlong l) { return l; },
+      [](double d) { return internal::TruncateToInt64(d); });
 }
 
 double VCtrlVal::D() const {
-  static const char proc[] = "double VCtrlVal::D() const";
-  switch (type) {
-    case VPAR_DOUBLE:
-      return par.d;
-    case VPAR_LONG:
-      return static_cast<double>(par.l);
-    case VPAR_UNDEF:
-      VEXA_RAISE(proc, "not instantiated");
-      return 0.0;
-    case VPAR_STRING:
-      VEXA_RAISE(proc, "wrong type: string");
-      return 0.0;
-    default:
-      VEXA_RAISE(proc, "internal error: wrong type: %d", type);
-      return 0.0;
-  }
+  return ReadNumber<double>(
+      VCPAR(), "double VCtrlVal::D() const", true,
+      [](Vlong l) { return static_cast<double>(l); }, [](double d) { return d; });
 }
 
 const char* VCtrlVal::S() const {
