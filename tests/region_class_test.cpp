@@ -15,6 +15,7 @@
 #include <cstring>
 #include <string>
 
+#include "leak_checked_test.h"
 #include "objdb.h"
 #include "random_region_support.h"
 #include "registry.h"
@@ -71,26 +72,17 @@ struct Reference {
 };
 
 // Objects and traced memory are back where they were when a test ends.
-class RegionClassTest : public ::testing::Test {
+class RegionClassTest : public LeakCheckedTest {
  protected:
   void SetUp() override {
     old_ = VException::InstallVHandler(&ThrowCopy);
-    VTraceMemory = 1;
-    live_ = VMemTraceLiveCount();
-    stats_ = vexa::db::GetStats();
+    LeakCheckedTest::SetUp();
   }
   void TearDown() override {
-    EXPECT_EQ(VMemTraceLiveCount(), live_);
-    VTraceMemory = 0;
-    const vexa::db::Stats now = vexa::db::GetStats();
-    EXPECT_EQ(now.regions, stats_.regions);
-    EXPECT_EQ(now.images, stats_.images);
-    EXPECT_EQ(now.tuples, stats_.tuples);
+    LeakCheckedTest::TearDown();
     VException::InstallVHandler(old_);
   }
   VHandlerProc old_ = nullptr;
-  Vlong live_ = 0;
-  vexa::db::Stats stats_;
 };
 
 TEST_F(RegionClassTest, FeaturesMatchAPerPixelReference) {

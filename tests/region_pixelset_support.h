@@ -4,6 +4,7 @@
 // fixture.
 #pragma once
 
+#include "leak_checked_test.h"
 #include <gtest/gtest.h>
 
 #include <random>
@@ -23,23 +24,9 @@ using Pixel = std::pair<int, int>;  // row, column
 using PixelSet = std::set<Pixel>;
 
 // Objects and traced memory are back where they were when a test ends.
-class RegionOpsTest : public ::testing::Test {
+class RegionOpsTest : public LeakCheckedTest {
  protected:
-  void SetUp() override {
-    VTraceMemory = 1;
-    live_ = VMemTraceLiveCount();
-    stats_ = vexa::db::GetStats();
-  }
-  void TearDown() override {
-    EXPECT_EQ(VMemTraceLiveCount(), live_);
-    VTraceMemory = 0;
-    const vexa::db::Stats now = vexa::db::GetStats();
-    EXPECT_EQ(now.regions, stats_.regions);
-    EXPECT_EQ(now.tuples, stats_.tuples);
-  }
   std::mt19937 rng_{20261122};
-  Vlong live_ = 0;
-  vexa::db::Stats stats_;
 };
 
 inline Vexa::Vobject MakeRegion(const PixelSet& pixels) {

@@ -10,6 +10,7 @@
 #include <array>
 #include <vector>
 
+#include "leak_checked_test.h"
 #include "objdb.h"
 #include "random_region_support.h"
 
@@ -49,21 +50,14 @@ Raster Dump(Vlong window) {
 }
 
 // Objects and traced memory are back where they were when a test ends.
-class WindowTest : public ::testing::Test {
+class WindowTest : public LeakCheckedTest {
  protected:
   void SetUp() override {
     old_ = VException::InstallVHandler(&ThrowCopy);
-    VTraceMemory = 1;
-    live_ = VMemTraceLiveCount();
-    stats_ = vexa::db::GetStats();
+    LeakCheckedTest::SetUp();
   }
   void TearDown() override {
-    EXPECT_EQ(VMemTraceLiveCount(), live_);
-    VTraceMemory = 0;
-    const vexa::db::Stats now = vexa::db::GetStats();
-    EXPECT_EQ(now.regions, stats_.regions);
-    EXPECT_EQ(now.images, stats_.images);
-    EXPECT_EQ(now.channels, stats_.channels);
+    LeakCheckedTest::TearDown();
     VException::InstallVHandler(old_);
   }
   Vlong Open(Vlong width, Vlong height) {
@@ -73,8 +67,6 @@ class WindowTest : public ::testing::Test {
   }
 
   VHandlerProc old_ = nullptr;
-  Vlong live_ = 0;
-  vexa::db::Stats stats_;
 };
 
 // Every pixel of the raster against the reference `expect(r, c)`; regions
