@@ -199,6 +199,17 @@ Database& Db() {
   return *db;
 }
 
+// Runs `fn(db, record)` under the database lock on the live record of
+// `key`; a dead or foreign key answers with its code instead.
+template <class Fn>
+Vresult WithRecord(Vkey key, Fn fn) {
+  Database& db = Db();
+  std::lock_guard<std::mutex> lock(db.mu);
+  Vresult err = VRESULT_OK;
+  Record* r = db.Lookup(key, &err);
+  return r == nullptr ? err : fn(db, r);
+}
+
 Vkey KeyOf(Record* r) { return reinterpret_cast<Vkey>(r); }
 
 // Stores a new record for `payload` or frees the payload.
@@ -234,14 +245,11 @@ Vresult Check(Vkey key) {
 }
 
 Vresult KindOf(Vkey key, ObjKind* kind) {
-  Database& db = Db();
-  std::lock_guard<std::mutex> lock(db.mu);
-  Vresult err = VRESULT_OK;
-  const Record* r = db.Lookup(key, &err);
-  if (r == nullptr) return err;
-  *kind = IsTuple(r) ? ObjKind::kTuple
-                     : IsImage(r) ? ObjKind::kImage : ObjKind::kRegion;
-  return VRESULT_OK;
+  return WithRecord(key, [&](Database& db, Record* r) -> Vresult {
+    *kind = IsTuple(r) ? ObjKind::kTuple
+                       : IsImage(r) ? ObjKind::kImage : ObjKind::kRegion;
+    return VRESULT_OK;
+  });
 }
 
 Vresult NewRegion(RegionPtr region, Vkey* key) {
@@ -352,95 +360,77 @@ Vkey EmptyObject() {
 }
 
 Vresult AddRef(Vkey key) {
-  Database& db = Db();
-  std::lock_guard<std::mutex> lock(db.mu);
-  Vresult err = VRESULT_OK;
-  Record* r = db.Lookup(key, &err);
-  if (r == nullptr) return err;
-  db.Retain(r, 1);
-  return VRESULT_OK;
+  return WithRecord(key, [&](Database& db, Record* r) -> Vresult {
+    db.Retain(r, 1);
+    return VRESULT_OK;
+  });
 }
 
 Vresult Release(Vkey key) {
-  Database& db = Db();
-  std::lock_guard<std::mutex> lock(db.mu);
-  Vresult err = VRESULT_OK;
-  Record* r = db.Lookup(key, &err);
-  if (r == nullptr) return err;
-  db.Drop(r);
-  return VRESULT_OK;
+  return WithRecord(key, [&](Database& db, Record* r) -> Vresult {
+    db.Drop(r);
+    return VRESULT_OK;
+  });
 }
 
 Vresult Copy(Vkey key, Vkey* copy) {
-  Database& db = Db();
-  std::lock_guard<std::mutex> lock(db.mu);
-  Vresult err = VRESULT_OK;
-  Record* r = db.Lookup(key, &err);
-  if (r == nullptr) return err;
-  if (r->permanent) {
-    *copy = key;
+  return WithRecord(key, [&](Database& db, Record* r) -> Vresult {
+    if (r->permanent) {
+      *copy = key;
+      return VRESULT_OK;
+    }
+    std::unique_ptr<Payload> payload(new (std::nothrow) Payload());
+    if (!payload) return VERR_OUT_OF_MEMORY;
+    payload->keys = r->payload->keys;
+    payload->region = r->payload->region;
+    payload->channels = r->payload->channels;
+    const Vresult res = Publish(db, ClassId(r), payload.release(), copy);
+    if (res != VRESULT_OK) return res;
+    // The copy holds its own references to what it shares.
+    for (Vkey k : r->payload->keys) db.Retain(reinterpret_cast<Record*>(k), 1);
+    for (Channel* ch : r->payload->channels) ++ch->refs;
     return VRESULT_OK;
-  }
-  std::unique_ptr<Payload> payload(new (std::nothrow) Payload());
-  if (!payload) return VERR_OUT_OF_MEMORY;
-  payload->keys = r->payload->keys;
-  payload->region = r->payload->region;
-  payload->channels = r->payload->channels;
-  const Vresult res = Publish(db, ClassId(r), payload.release(), copy);
-  if (res != VRESULT_OK) return res;
-  // The copy holds its own references to what it shares.
-  for (Vkey k : r->payload->keys) db.Retain(reinterpret_cast<Record*>(k), 1);
-  for (Channel* ch : r->payload->channels) ++ch->refs;
-  return VRESULT_OK;
+  });
 }
 
 Vresult GetRegion(Vkey key, RegionPtr* region) {
-  Database& db = Db();
-  std::lock_guard<std::mutex> lock(db.mu);
-  Vresult err = VRESULT_OK;
-  const Record* r = db.Lookup(key, &err);
-  if (r == nullptr) return err;
-  if (IsTuple(r)) return VERR_NOT_REGION;
-  *region = r->payload->region;
-  return VRESULT_OK;
+  return WithRecord(key, [&](Database& db, Record* r) -> Vresult {
+    if (IsTuple(r)) return VERR_NOT_REGION;
+    *region = r->payload->region;
+    return VRESULT_OK;
+  });
 }
 
 Vresult GetImage(Vkey key, ImageData* image) {
-  Database& db = Db();
-  std::lock_guard<std::mutex> lock(db.mu);
-  Vresult err = VRESULT_OK;
-  const Record* r = db.Lookup(key, &err);
-  if (r == nullptr) return err;
-  if (!IsImage(r)) return VERR_NOT_IMAGE;
-  image->domain = r->payload->region;
-  image->channels.clear();
-  for (const Channel* ch : r->payload->channels)
-    image->channels.push_back(ch->buffer.get());
-  return VRESULT_OK;
+  return WithRecord(key, [&](Database& db, Record* r) -> Vresult {
+    if (!IsImage(r)) return VERR_NOT_IMAGE;
+    image->domain = r->payload->region;
+    image->channels.clear();
+    for (const Channel* ch : r->payload->channels)
+      image->channels.push_back(ch->buffer.get());
+    return VRESULT_OK;
+  });
 }
 
 Vresult WritableChannel(Vkey key, int channel, PixelBuffer** buffer) {
-  Database& db = Db();
-  std::lock_guard<std::mutex> lock(db.mu);
-  Vresult err = VRESULT_OK;
-  Record* r = db.Lookup(key, &err);
-  if (r == nullptr) return err;
-  if (!IsImage(r)) return VERR_NOT_IMAGE;
-  std::vector<Channel*>& channels = r->payload->channels;
-  if (channel < 0 || static_cast<size_t>(channel) >= channels.size())
-    return VERR_CHANNEL;
-  Channel*& ch = channels[static_cast<size_t>(channel)];
-  if (ch->refs > r->refs) {
-    // Others see this buffer: this record's references move to a copy.
-    std::unique_ptr<PixelBuffer> copy;
-    const Vresult res = ch->buffer->Clone(&copy);
-    if (res != VRESULT_OK) return res;
-    ch->refs -= r->refs;
-    ch = db.AddChannel(std::move(copy));
-    ch->refs = r->refs;
-  }
-  *buffer = ch->buffer.get();
-  return VRESULT_OK;
+  return WithRecord(key, [&](Database& db, Record* r) -> Vresult {
+    if (!IsImage(r)) return VERR_NOT_IMAGE;
+    std::vector<Channel*>& channels = r->payload->channels;
+    if (channel < 0 || static_cast<size_t>(channel) >= channels.size())
+      return VERR_CHANNEL;
+    Channel*& ch = channels[static_cast<size_t>(channel)];
+    if (ch->refs > r->refs) {
+      // Others see this buffer: this record's references move to a copy.
+      std::unique_ptr<PixelBuffer> copy;
+      const Vresult res = ch->buffer->Clone(&copy);
+      if (res != VRESULT_OK) return res;
+      ch->refs -= r->refs;
+      ch = db.AddChannel(std::move(copy));
+      ch->refs = r->refs;
+    }
+    *buffer = ch->buffer.get();
+    return VRESULT_OK;
+  });
 }
 
 Stats GetStats() {
@@ -450,44 +440,35 @@ Stats GetStats() {
 }
 
 Vresult GetRLView(Vkey key, Vrlregion** rl) {
-  Database& db = Db();
-  std::lock_guard<std::mutex> lock(db.mu);
-  Vresult err = VRESULT_OK;
-  Record* r = db.Lookup(key, &err);
-  if (r == nullptr) return err;
-  if (IsTuple(r)) return VERR_NOT_REGION;
-  Payload& p = *r->payload;
-  if (!p.rl) {
-    std::unique_ptr<RLView> view;
-    const Vresult res = BuildRLView(*p.region, &view);
-    if (res != VRESULT_OK) return res;
-    p.rl = std::move(view);
-  }
-  *rl = &p.rl->record;
-  return VRESULT_OK;
+  return WithRecord(key, [&](Database& db, Record* r) -> Vresult {
+    if (IsTuple(r)) return VERR_NOT_REGION;
+    Payload& p = *r->payload;
+    if (!p.rl) {
+      std::unique_ptr<RLView> view;
+      const Vresult res = BuildRLView(*p.region, &view);
+      if (res != VRESULT_OK) return res;
+      p.rl = std::move(view);
+    }
+    *rl = &p.rl->record;
+    return VRESULT_OK;
+  });
 }
 
 Vresult FetchTuple(Vkey key, Vkey** keys, Vlong* num) {
-  Database& db = Db();
-  std::lock_guard<std::mutex> lock(db.mu);
-  Vresult err = VRESULT_OK;
-  Record* r = db.Lookup(key, &err);
-  if (r == nullptr) return err;
-  if (!IsTuple(r)) return VERR_NOT_KEY_TUPLE;
-  *keys = r->payload->keys.data();
-  *num = static_cast<Vlong>(r->payload->keys.size());
-  return VRESULT_OK;
+  return WithRecord(key, [&](Database& db, Record* r) -> Vresult {
+    if (!IsTuple(r)) return VERR_NOT_KEY_TUPLE;
+    *keys = r->payload->keys.data();
+    *num = static_cast<Vlong>(r->payload->keys.size());
+    return VRESULT_OK;
+  });
 }
 
 Vresult NumImageRefs(Vkey key, Vlong* num) {
-  Database& db = Db();
-  std::lock_guard<std::mutex> lock(db.mu);
-  Vresult err = VRESULT_OK;
-  const Record* r = db.Lookup(key, &err);
-  if (r == nullptr) return err;
-  if (!IsImage(r)) return VERR_NOT_IMAGE;
-  *num = r->payload->channels[0]->refs;
-  return VRESULT_OK;
+  return WithRecord(key, [&](Database& db, Record* r) -> Vresult {
+    if (!IsImage(r)) return VERR_NOT_IMAGE;
+    *num = r->payload->channels[0]->refs;
+    return VRESULT_OK;
+  });
 }
 
 }  // namespace db
