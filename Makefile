@@ -9,9 +9,9 @@ CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo
 # Packages the build, the tests and the benchmarks need.
 PACKAGES = cmake ninja-build g++ make python3 ccache pkg-config \
            libgtest-dev libgmock-dev libpcre2-dev \
-           libpng-dev libjpeg-dev libtiff-dev zlib1g-dev
-# Only the benchmarks compare against OpenCV.
-BENCH_PACKAGES = libbenchmark-dev libopencv-imgproc-dev
+           libpng-dev libjpeg-dev libtiff-dev zlib1g-dev \
+           libopencv-imgproc-dev libeigen3-dev
+BENCH_PACKAGES = libbenchmark-dev
 # The fuzz targets need clang and its sanitizer and fuzzer runtimes.
 FUZZ_PACKAGES = clang libclang-rt-14-dev
 
