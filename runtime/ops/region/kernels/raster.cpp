@@ -149,10 +149,11 @@ ChordList RasterConvexPolygon(const std::vector<double>& rows,
   }
   const double side = area2 < 0 ? -1.0 : 1.0;
   const auto [rmin, rmax] = std::minmax_element(rows.begin(), rows.end());
-  const auto [cmin, cmax] = std::minmax_element(cols.begin(), cols.end());
+  const auto col_range = std::minmax_element(cols.begin(), cols.end());
+  const double col_min = *col_range.first, col_max = *col_range.second;
   const double mid = 0.5 * (*rmin + *rmax);
   ForRows(mid, 0.5 * (*rmax - *rmin), [&](int32_t r, double) {
-    double lo = *cmin - kEps, hi = *cmax + kEps;
+    double lo = col_min - kEps, hi = col_max + kEps;
     for (size_t i = 0; i < n; ++i) {
       const size_t j = (i + 1) % n;
       const double er = rows[j] - rows[i], ec = cols[j] - cols[i];
