@@ -13,7 +13,7 @@ mkdir -p "$corpus"/{read_image,read_region,tuple_string,tuple_regexp,convol_text
 
 # seed DIR NAME TEXT: one seed file; TEXT goes through printf, so \0
 # separates the strings of one input.
-seed() { printf "$3" > "$corpus/$1/$2"; }
+seed() { printf -- "$3" > "$corpus/$1/$2"; }
 
 seed tuple_string int '42\0%%5d'
 seed tuple_string hex '0x1F\0%%#x'
