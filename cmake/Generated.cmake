@@ -4,6 +4,7 @@
 set(VEXA_GEN_DIR ${CMAKE_BINARY_DIR}/generated)
 set(VEXA_PROC_SHARDS 8)
 set(VEXA_METHOD_SHARDS 2)
+set(VEXA_TOOL_SHARDS 4)
 file(GLOB VEXA_DECL_FILES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/decl/*.txt
      ${PROJECT_SOURCE_DIR}/decl/operators/*.tbl ${PROJECT_SOURCE_DIR}/decl/classes/*.txt)
 file(GLOB VEXA_CODEGEN_FILES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/codegen/*.py)
@@ -42,8 +43,18 @@ foreach(_list ${_method_lists})
   endif()
 endforeach()
 
+# Tool classes: one header each (byproducts), an umbrella header and the
+# definitions in shards.
+set(VEXA_GEN_TOOL_SOURCES)
+math(EXPR _last_tool_shard "${VEXA_TOOL_SHARDS} - 1")
+foreach(i RANGE ${_last_tool_shard})
+  list(APPEND VEXA_GEN_TOOL_SOURCES ${VEXA_GEN_DIR}/vexaobj/tools_${i}.cpp)
+endforeach()
+
 set(VEXA_GEN_OUTPUTS
     ${VEXA_GEN_PROC_SOURCES}
+    ${VEXA_GEN_TOOL_SOURCES}
+    ${VEXA_GEN_DIR}/include/vexaobj/VTools.h
     ${VEXA_GEN_METHOD_OUTPUTS}
     ${VEXA_GEN_DIR}/include/vexaobj/VProcedural.h
     ${VEXA_GEN_DIR}/runtime/op_table.cpp
@@ -56,6 +67,7 @@ add_custom_command(
   COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/codegen/generate.py
           --decl ${PROJECT_SOURCE_DIR}/decl --out ${VEXA_GEN_DIR}
           --shards ${VEXA_PROC_SHARDS} --method-shards ${VEXA_METHOD_SHARDS}
+          --tool-shards ${VEXA_TOOL_SHARDS}
   DEPENDS ${VEXA_DECL_FILES} ${VEXA_CODEGEN_FILES}
   COMMENT "Generating operator wrappers and tables from decl/"
   VERBATIM)

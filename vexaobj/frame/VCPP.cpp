@@ -115,6 +115,8 @@ void RaiseFailure(void* proc, unsigned int err, int line) {
 
 }  // namespace
 
+Vctuple* frame::OutputRecordOf(void* proc, int par) { return OutputRecord(proc, par); }
+
 unsigned int VcppPreCall(int op, void** proc, unsigned char global) {
   const unsigned int rc = VCreateVProc(op, proc);
   if (rc == VRESULT_OK) {

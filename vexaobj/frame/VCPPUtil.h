@@ -28,6 +28,11 @@ inline bool RaiseOnError(void* proc) {
           VPROC_RAISE_ON_ERROR) != 0;
 }
 
+// The record of output control `par`, prepared as empty if neither the
+// operator nor VcppInitOC touched it, for stores that live beside the
+// frame's own (tools).
+Vctuple* OutputRecordOf(void* proc, int par);
+
 // Name of the instance's operator; never null, so it can go into a format.
 const char* OperatorName(void* proc);
 
