@@ -5,8 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <string>
 #include <vector>
 
+#include <vexaobj/VBarCode1D.h>
+#include <vexaobj/VBarCode2D.h>
+#include <vexaobj/VFunction1D.h>
 #include <vexaobj/VTools.h>
 #include <vexaobj/VTuple.h>
 
@@ -17,7 +21,12 @@ namespace {
 using frame_test::OperatorIndex;
 using frame_test::ScopedOperator;
 using frame_test::ScopedThrowingHandler;
+using Vexa::VBarCode1D;
+using Vexa::VBarCode2D;
 using Vexa::VException;
+using Vexa::VFunction1D;
+using Vexa::VMatrix;
+using Vexa::VSocket;
 using Vexa::VShapeModel;
 using Vexa::VToolRef;
 using Vexa::VToolRefPtr;
@@ -129,8 +138,6 @@ TEST_F(ToolClassTest, FillingMethodClosesTheEarlierModel) {
   m.ReadShapeModel("second.model");
   EXPECT_EQ(m.GetHandle(), 101);
   EXPECT_EQ(Record::closed, std::vector<Vlong>{100});
-  VShapeModel made("third.model");  // the constructor form
-  EXPECT_EQ(made.GetHandle(), 102);
 }
 
 TEST_F(ToolClassTest, FailedFillingLeavesTheToolEmpty) {
@@ -163,6 +170,96 @@ TEST_F(ToolClassTest, UsingMethodPassesTheHandleAndAnEmptyToolPassesMinusOne) {
   empty.SetShapeModelOrigin(VTuple(1.0), VTuple(2.0));
   EXPECT_EQ(Record::used_handle, -1);
   EXPECT_EQ(VTuple(m)[0].L(), 77);
+}
+
+// Records the handles of solve_matrix's inputs and answers a new matrix.
+struct Solve {
+  static inline Vlong lhs = 0, rhs = 0;
+  static inline std::string type;
+  static inline double epsilon = -1;
+  static Vresult Run(void* proc) {
+    vexa::OpContext ctx(proc);
+    const char* t = nullptr;
+    Vresult rc = ctx.GetLong(0, &lhs);
+    if (rc == VRESULT_OK) rc = ctx.GetString(1, &t);
+    if (rc == VRESULT_OK) rc = ctx.GetDouble(2, &epsilon);
+    if (rc == VRESULT_OK) rc = ctx.GetLong(3, &rhs);
+    if (rc != VRESULT_OK) return rc;
+    type = t;
+    return ctx.SetOutpLong(0, 500);
+  }
+};
+
+Vresult ClearNothing(void*) { return VRESULT_OK; }
+
+TEST(MatrixAlgebraTest, DivisionSolvesWithTheDivisorOnTheLeft) {
+  ScopedThrowingHandler throwing;
+  ScopedOperator solve(OperatorIndex("solve_matrix"), &Solve::Run);
+  ScopedOperator clear(OperatorIndex("clear_matrix"), &ClearNothing);
+  const VMatrix a(11), b(22);
+  const VMatrix x = a / b;
+  EXPECT_EQ(Solve::lhs, 22);
+  EXPECT_EQ(Solve::rhs, 11);
+  EXPECT_EQ(Solve::type, "general");
+  EXPECT_EQ(Solve::epsilon, 0.0);
+  EXPECT_EQ(x.GetHandle(), 500);
+}
+
+// Records the sizes of open_socket_connect's four inputs.
+struct Connect {
+  static inline std::vector<Vlong> sizes;
+  static Vresult Run(void* proc) {
+    vexa::OpContext ctx(proc);
+    sizes.clear();
+    for (int i = 0; i < 4; ++i) sizes.push_back(ctx.CtrlNum(i));
+    return ctx.SetOutpLong(0, 3);
+  }
+};
+
+TEST(SocketClassTest, ShortConnectPassesHostAndPortAlone) {
+  ScopedThrowingHandler throwing;
+  ScopedOperator connect(OperatorIndex("open_socket_connect"), &Connect::Run);
+  ScopedOperator close(OperatorIndex("close_socket"), &ClearNothing);
+  const VSocket socket("localhost", 4242);
+  EXPECT_EQ(Connect::sizes, (std::vector<Vlong>{1, 1, 0, 0}));
+  EXPECT_EQ(socket.GetHandle(), 3);
+}
+
+Vresult FakeFunctionArray(void* proc) {
+  vexa::OpContext ctx(proc);
+  std::vector<double> y;
+  const Vresult rc = ctx.GetDoubles(0, y);
+  if (rc != VRESULT_OK) return rc;
+  y.insert(y.begin(), 0.0);  // a recognisable layout: a marker, then y
+  return ctx.SetOutpDoubles(0, y);
+}
+
+TEST(ValueClassTest, UnsetValuesAreMinusOneAndCopiesShareNothing) {
+  EXPECT_EQ(VTuple(VFunction1D()).Num(), 1);
+  EXPECT_EQ(VFunction1D().GetHandle()[0].L(), -1);
+  VBarCode1D one;
+  one.SetHandle(VTuple(5).Append(6));
+  VBarCode1D copy(one);
+  copy.SetHandle(VTuple(7));
+  EXPECT_EQ(VTuple(one).Num(), 2);
+  EXPECT_EQ(VTuple(copy)[0].L(), 7);
+  VBarCode2D two;
+  two.SetHandle(Vlong{9});
+  EXPECT_EQ(VTuple(two)[0].L(), 9);
+  EXPECT_STREQ(two.ClassName(), "VBarCode2D");
+}
+
+TEST(ValueClassTest, MakingOperatorsFillTheValueAndMethodsPassIt) {
+  ScopedThrowingHandler throwing;
+  ScopedOperator make(OperatorIndex("create_funct_1d_array"), &FakeFunctionArray);
+  const VFunction1D f(VTuple(1.5).Append(2.5));
+  ASSERT_EQ(f.data.Num(), 3);
+  EXPECT_EQ(f.data[2].D(), 2.5);
+  ScopedOperator count(OperatorIndex("num_points_funct_1d"), [](void* proc) {
+    vexa::OpContext ctx(proc);
+    return ctx.SetOutpLong(0, ctx.CtrlNum(0));
+  });
+  EXPECT_EQ(f.NumPointsFunct1d()[0].L(), 3);
 }
 
 TEST(ToolRefPtrTest, CountsFollowThePointers) {
