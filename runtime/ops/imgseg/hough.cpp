@@ -1,0 +1,259 @@
+// Hough transforms of regions: hough_line_trans, hough_lines,
+// select_matching_lines and hough_circles.
+//
+// A line is given by the angle `phi` of its normal (radians, 0 <= phi <
+// pi, counter-clockwise from the column axis with rows pointing up) and
+// its signed distance `dist` from the origin: the points (row, col) with
+// col * cos(phi) - row * sin(phi) = dist. The accumulator has
+// 180 * angle_resolution columns (angles i / angle_resolution degrees)
+// and 2 D + 1 rows for distances -D..D, D the distance of the region's
+// farthest bounding-box corner from the origin, rounded up.
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "ops/imgseg/seg_support.h"
+#include "registry.h"
+
+namespace vexa {
+namespace {
+
+constexpr Vlong kMaxAngleResolution = 4;
+// Largest accumulator, in cells: regions spread wider are refused.
+constexpr double kMaxCells = double(1 << 26);
+
+struct Accumulator {
+  int num_angles = 0;
+  int max_dist = 0;   // D
+  std::vector<double> cos_phi, sin_phi;
+  cv::Mat votes;      // CV_32S, (2 D + 1) x num_angles
+
+  double Angle(int i) const { return i * M_PI / num_angles; }
+};
+
+Vresult ReadAngleResolution(const OpContext& ctx, int par, int* res) {
+  Vlong v = 0;
+  const Vresult rc = ctx.GetLong(par, &v);
+  if (rc != VRESULT_OK) return rc;
+  if (v < 1 || v > kMaxAngleResolution) return VERR_CTRL_VALUE(par);
+  *res = static_cast<int>(v);
+  return VRESULT_OK;
+}
+
+Vresult Vote(const Region& region, int resolution, Accumulator* out) {
+  Accumulator& acc = *out;
+  acc.num_angles = 180 * resolution;
+  int32_t r1 = 0, c1 = 0, r2 = 0, c2 = 0;
+  if (region.BoundingBox(&r1, &c1, &r2, &c2)) {
+    const double far_r = std::max(std::abs(r1), std::abs(r2));
+    const double far_c = std::max(std::abs(c1), std::abs(c2));
+    const double d = std::ceil(std::hypot(far_r, far_c));
+    if ((2 * d + 1) * acc.num_angles > kMaxCells) return VERR_TOO_LARGE;
+    acc.max_dist = static_cast<int>(d);
+  }
+  for (int i = 0; i < acc.num_angles; ++i) {
+    acc.cos_phi.push_back(std::cos(acc.Angle(i)));
+    acc.sin_phi.push_back(std::sin(acc.Angle(i)));
+  }
+  acc.votes = cv::Mat::zeros(2 * acc.max_dist + 1, acc.num_angles, CV_32S);
+  for (const Chord& ch : region.chords())
+    for (int32_t c = ch.cb; c <= ch.ce; ++c)
+      for (int i = 0; i < acc.num_angles; ++i) {
+        const long d = std::lround(c * acc.cos_phi[static_cast<size_t>(i)] -
+                                   ch.r * acc.sin_phi[static_cast<size_t>(i)]);
+        ++acc.votes.at<int32_t>(static_cast<int>(d) + acc.max_dist, i);
+      }
+  return VRESULT_OK;
+}
+
+Vresult InpRegionSingle(OpContext& ctx, RegionPtr* region) {
+  Vkey key = VKEY_UNDEF;
+  const Vresult rc = ctx.InpObjSingle(1, &key);
+  return rc == VRESULT_OK ? InpRegion(1, key, region) : rc;
+}
+
+// A filled disc.
+RegionPtr Disc(int32_t row, int32_t col, int32_t radius) {
+  std::vector<Chord> chords;
+  for (int32_t dr = -radius; dr <= radius; ++dr) {
+    const auto half = static_cast<int32_t>(std::floor(std::sqrt(double(radius) * radius - dr * dr)));
+    chords.push_back({row + dr, col - half, col + half});
+  }
+  return Region::FromCanonicalChords(std::move(chords));
+}
+
+}  // namespace
+
+VEXA_OPERATOR(hough_line_trans) {
+  int resolution = 0;
+  RegionPtr region;
+  Vresult rc = ReadAngleResolution(ctx, 0, &resolution);
+  if (rc == VRESULT_OK) rc = InpRegionSingle(ctx, &region);
+  Accumulator acc;
+  if (rc == VRESULT_OK) rc = Vote(*region, resolution, &acc);
+  if (rc != VRESULT_OK) return rc;
+  Vkey key = VKEY_UNDEF;
+  rc = db::NewBlankImage(PixelType::kInt4, acc.votes.cols, acc.votes.rows, 1, nullptr, &key);
+  if (rc != VRESULT_OK) return rc;
+  NewKeys out;
+  out.Add(key);
+  PixelBuffer* px = nullptr;
+  rc = db::WritableChannel(key, 0, &px);
+  if (rc != VRESULT_OK) return rc;
+  acc.votes.copyTo(MatOf(px));
+  return out.HandOver(ctx, 1);
+}
+
+// hough_lines: the lines with at least `threshold` votes that are the
+// strongest within angle_gap accumulator columns and dist_gap rows of
+// every stronger line found, strongest first (equal votes: smaller angle,
+// then smaller distance, first).
+VEXA_OPERATOR(hough_lines) {
+  int resolution = 0;
+  Vlong threshold = 0, angle_gap = 0, dist_gap = 0;
+  RegionPtr region;
+  Vresult rc = ReadAngleResolution(ctx, 0, &resolution);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(1, &threshold);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(2, &angle_gap);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(3, &dist_gap);
+  if (rc != VRESULT_OK) return rc;
+  if (threshold < 1) return VERR_CTRL_VALUE(1);
+  if (angle_gap < 0) return VERR_CTRL_VALUE(2);
+  if (dist_gap < 0) return VERR_CTRL_VALUE(3);
+  rc = InpRegionSingle(ctx, &region);
+  Accumulator acc;
+  if (rc == VRESULT_OK) rc = Vote(*region, resolution, &acc);
+  if (rc != VRESULT_OK) return rc;
+  struct Peak {
+    int votes, angle, row;
+  };
+  std::vector<Peak> candidates;
+  for (int r = 0; r < acc.votes.rows; ++r)
+    for (int i = 0; i < acc.votes.cols; ++i)
+      if (acc.votes.at<int32_t>(r, i) >= threshold)
+        candidates.push_back({acc.votes.at<int32_t>(r, i), i, r});
+  std::stable_sort(candidates.begin(), candidates.end(), [](const Peak& a, const Peak& b) {
+    return a.votes != b.votes ? a.votes > b.votes
+                              : a.angle != b.angle ? a.angle < b.angle : a.row < b.row;
+  });
+  std::vector<Peak> lines;
+  for (const Peak& p : candidates) {
+    const bool near = std::any_of(lines.begin(), lines.end(), [&](const Peak& q) {
+      return std::abs(p.angle - q.angle) <= angle_gap && std::abs(p.row - q.row) <= dist_gap;
+    });
+    if (!near) lines.push_back(p);
+  }
+  std::vector<double> angles, dists;
+  for (const Peak& p : lines) {
+    angles.push_back(acc.Angle(p.angle));
+    dists.push_back(p.row - acc.max_dist);
+  }
+  rc = ctx.SetOutpDoubles(0, angles);
+  if (rc == VRESULT_OK) rc = ctx.SetOutpDoubles(1, dists);
+  return rc;
+}
+
+// select_matching_lines: the points of the region within line_width / 2
+// of the line (angle_in, dist_in). With at least `thresh` of them, they
+// form region_lines; otherwise region_lines is empty. The line itself is
+// passed on.
+VEXA_OPERATOR(select_matching_lines) {
+  double angle, dist;
+  Vlong width = 0, thresh = 0;
+  RegionPtr region;
+  Vresult rc = ctx.GetDouble(0, &angle);
+  if (rc == VRESULT_OK) rc = ctx.GetDouble(1, &dist);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(2, &width);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(3, &thresh);
+  if (rc != VRESULT_OK) return rc;
+  if (!std::isfinite(angle)) return VERR_CTRL_VALUE(0);
+  if (!std::isfinite(dist)) return VERR_CTRL_VALUE(1);
+  if (width < 1) return VERR_CTRL_VALUE(2);
+  if (thresh < 0) return VERR_CTRL_VALUE(3);
+  rc = InpRegionSingle(ctx, &region);
+  if (rc != VRESULT_OK) return rc;
+  const double cs = std::cos(angle), sn = std::sin(angle), half = 0.5 * width;
+  std::vector<Chord> points;
+  for (const Chord& ch : region->chords())
+    for (int32_t c = ch.cb; c <= ch.ce; ++c)
+      if (std::fabs(c * cs - ch.r * sn - dist) <= half) points.push_back({ch.r, c, c});
+  if (static_cast<Vlong>(points.size()) < thresh) points.clear();
+  Vkey key = VKEY_UNDEF;
+  rc = db::NewRegion(Region::FromChords(std::move(points)), &key);
+  if (rc != VRESULT_OK) return rc;
+  NewKeys out;
+  out.Add(key);
+  rc = out.HandOver(ctx, 1);
+  if (rc == VRESULT_OK) rc = ctx.SetOutpDouble(0, angle);
+  if (rc == VRESULT_OK) rc = ctx.SetOutpDouble(1, dist);
+  return rc;
+}
+
+// hough_circles: discs of the given radius centred where at least
+// `percent` % of the circle's points belong to the region and no better
+// centre lies within the radius; mode is the largest number of circles
+// returned (0: all), strongest first.
+VEXA_OPERATOR(hough_circles) {
+  Vlong radius = 0, percent = 0, mode = 0;
+  RegionPtr region;
+  Vresult rc = ctx.GetLong(0, &radius);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(1, &percent);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(2, &mode);
+  if (rc != VRESULT_OK) return rc;
+  if (radius < 1 || radius > 1000) return VERR_CTRL_VALUE(0);
+  if (percent < 1 || percent > 100) return VERR_CTRL_VALUE(1);
+  if (mode < 0) return VERR_CTRL_VALUE(2);
+  rc = InpRegionSingle(ctx, &region);
+  if (rc != VRESULT_OK) return rc;
+  const int rad = static_cast<int>(radius);
+  // The circle's pixels: one per column offset in each octant, no repeats.
+  std::vector<cv::Point> ring;
+  {
+    cv::Mat seen = cv::Mat::zeros(2 * rad + 1, 2 * rad + 1, CV_8U);
+    const int steps = static_cast<int>(std::ceil(2 * M_PI * rad * 2));
+    for (int s = 0; s < steps; ++s) {
+      const double a = 2 * M_PI * s / steps;
+      const int dc = static_cast<int>(std::lround(rad * std::cos(a)));
+      const int dr = static_cast<int>(std::lround(rad * std::sin(a)));
+      if (!seen.at<uint8_t>(dr + rad, dc + rad)) {
+        seen.at<uint8_t>(dr + rad, dc + rad) = 1;
+        ring.emplace_back(dc, dr);
+      }
+    }
+  }
+  NewKeys out;
+  const cv::Rect box = BoxOf(*region);
+  if (!box.empty()) {
+    const cv::Rect area(box.x - rad, box.y - rad, box.width + 2 * rad, box.height + 2 * rad);
+    if (double(area.width) * area.height > kMaxCells) return VERR_TOO_LARGE;
+    cv::Mat votes = cv::Mat::zeros(area.size(), CV_32S);
+    for (const Chord& ch : region->chords())
+      for (int32_t c = ch.cb; c <= ch.ce; ++c)
+        for (const cv::Point& p : ring) ++votes.at<int32_t>(ch.r - area.y + p.y, c - area.x + p.x);
+    const double needed = percent / 100.0 * static_cast<double>(ring.size());
+    struct Centre {
+      int votes, r, c;
+    };
+    std::vector<Centre> candidates;
+    for (int r = 0; r < votes.rows; ++r)
+      for (int c = 0; c < votes.cols; ++c)
+        if (votes.at<int32_t>(r, c) >= needed) candidates.push_back({votes.at<int32_t>(r, c), r, c});
+    std::stable_sort(candidates.begin(), candidates.end(),
+                     [](const Centre& a, const Centre& b) { return a.votes > b.votes; });
+    std::vector<Centre> found;
+    for (const Centre& cand : candidates) {
+      if (mode > 0 && static_cast<Vlong>(found.size()) >= mode) break;
+      const bool near = std::any_of(found.begin(), found.end(), [&](const Centre& f) {
+        return std::hypot(f.r - cand.r, f.c - cand.c) <= rad;
+      });
+      if (!near) found.push_back(cand);
+    }
+    std::vector<RegionPtr> discs;
+    for (const Centre& f : found) discs.push_back(Disc(f.r + area.y, f.c + area.x, rad));
+    rc = AddRegions(discs, &out);
+    if (rc != VRESULT_OK) return rc;
+  }
+  return out.HandOver(ctx, 1);
+}
+
+}  // namespace vexa
