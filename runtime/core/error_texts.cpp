@@ -55,6 +55,23 @@ const FixedText kFixedTexts[] = {
     {VERR_INTERNAL, "Internal error of the runtime"},
     {VERR_WINDOW_STACK_EMPTY, "Window stack is empty"},
     {VERR_WINDOW_INVALID, "Not an open window"},
+    {VERR_HANDLE_INVALID, "Invalid handle: the value names no tool"},
+    {VERR_HANDLE_TYPE, "Handle of the wrong type for this operator"},
+    {VERR_HANDLE_CLOSED, "Handle already closed"},
+    {VERR_TIMEOUT, "Timeout elapsed before the operation completed"},
+    {VERR_NOT_OWNER, "Mutex is not locked by the calling thread"},
+    {VERR_WAIT_ABORTED, "Waiting was aborted"},
+    {VERR_QUEUE_FULL, "Message queue holds its maximum number of messages"},
+    {VERR_MSG_KEY, "Message holds no data under this key"},
+    {VERR_DEADLOCK, "Mutex is already locked by the calling thread"},
+    {VERR_SOCKET, "Socket operation failed"},
+    {VERR_SOCKET_CLOSED, "Connection closed by the other side"},
+    {VERR_DATA_KIND, "Serialized data of another kind than expected"},
+    {VERR_MATRIX_SIZE, "Matrix dimensions do not fit the operation"},
+    {VERR_MATRIX_SINGULAR, "Matrix is singular"},
+    {VERR_MATRIX_FORM, "Matrix does not have the form required by its type"},
+    {VERR_GRAB_SOURCE, "Image acquisition source holds no readable image"},
+    {VERR_FILE_MODE, "File is not open for this kind of access"},
 };
 
 // Codes that carry a parameter number: first code, number of the first

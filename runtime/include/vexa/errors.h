@@ -8,6 +8,7 @@
  *   2101-2109  wrong object class at input object parameter 1..9
  *   3xxx       memory, 4xxx object database, 5xxx files and I/O,
  *   6xxx       image and region data, 9xxx instances and operator table,
+ *   9201-9299  tool handles and the tools behind them,
  *   7001-7403  codes of the interface library's call frame. */
 #ifndef VEXA_ERRORS_H
 #define VEXA_ERRORS_H
@@ -52,5 +53,23 @@
 #define VERR_INTERNAL 9006u             /* internal error of the runtime */
 #define VERR_WINDOW_STACK_EMPTY 9101u   /* window stack is empty */
 #define VERR_WINDOW_INVALID 9102u       /* not an open window */
+
+#define VERR_HANDLE_INVALID 9201u       /* value was never a tool handle */
+#define VERR_HANDLE_TYPE 9202u          /* handle of another kind of tool */
+#define VERR_HANDLE_CLOSED 9203u        /* handle was closed already */
+#define VERR_TIMEOUT 9204u              /* wait ended by its time limit */
+#define VERR_NOT_OWNER 9205u            /* mutex not locked by this thread */
+#define VERR_WAIT_ABORTED 9206u         /* waiting ended by an abort request */
+#define VERR_QUEUE_FULL 9207u           /* message queue holds its maximum */
+#define VERR_MSG_KEY 9208u              /* message holds no data of the key */
+#define VERR_DEADLOCK 9209u             /* thread locks a mutex it holds */
+#define VERR_SOCKET 9210u               /* socket operation refused */
+#define VERR_SOCKET_CLOSED 9211u        /* connection closed by the peer */
+#define VERR_DATA_KIND 9212u            /* serialised data of another kind */
+#define VERR_MATRIX_SIZE 9220u          /* matrix sizes do not fit */
+#define VERR_MATRIX_SINGULAR 9221u      /* matrix is singular */
+#define VERR_MATRIX_FORM 9222u          /* matrix lacks the required form */
+#define VERR_GRAB_SOURCE 9230u          /* frame grabber source unusable */
+#define VERR_FILE_MODE 9231u            /* file not open for this access */
 
 #endif /* VEXA_ERRORS_H */
