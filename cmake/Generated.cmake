@@ -8,6 +8,10 @@ set(VEXA_TOOL_SHARDS 4)
 file(GLOB VEXA_DECL_FILES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/decl/*.txt
      ${PROJECT_SOURCE_DIR}/decl/operators/*.tbl ${PROJECT_SOURCE_DIR}/decl/classes/*.txt)
 file(GLOB VEXA_CODEGEN_FILES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/codegen/*.py)
+# The reference marks the operators that runtime/ops registers and quotes
+# their lines from docs/operators/.
+file(GLOB_RECURSE VEXA_OPS_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/runtime/ops/*.cpp)
+file(GLOB VEXA_OPS_DOCS CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/operators/*.md)
 
 set(VEXA_GEN_PROC_SOURCES)
 math(EXPR _last "${VEXA_PROC_SHARDS} - 1")
@@ -60,7 +64,9 @@ set(VEXA_GEN_OUTPUTS
     ${VEXA_GEN_DIR}/runtime/op_table.cpp
     ${VEXA_GEN_DIR}/tests/signatures_test.cpp
     ${VEXA_GEN_DIR}/tests/sweep_calls.inc
-    ${VEXA_GEN_DIR}/tests/sweep_params.inc)
+    ${VEXA_GEN_DIR}/tests/sweep_params.inc
+    ${VEXA_GEN_DIR}/docs/operators.md
+    ${VEXA_GEN_DIR}/docs/coverage.txt)
 
 add_custom_command(
   OUTPUT ${VEXA_GEN_OUTPUTS}
@@ -68,7 +74,8 @@ add_custom_command(
           --decl ${PROJECT_SOURCE_DIR}/decl --out ${VEXA_GEN_DIR}
           --shards ${VEXA_PROC_SHARDS} --method-shards ${VEXA_METHOD_SHARDS}
           --tool-shards ${VEXA_TOOL_SHARDS}
-  DEPENDS ${VEXA_DECL_FILES} ${VEXA_CODEGEN_FILES}
+          --ops ${PROJECT_SOURCE_DIR}/runtime/ops --docs ${PROJECT_SOURCE_DIR}/docs/operators
+  DEPENDS ${VEXA_DECL_FILES} ${VEXA_CODEGEN_FILES} ${VEXA_OPS_SOURCES} ${VEXA_OPS_DOCS}
   COMMENT "Generating operator wrappers and tables from decl/"
   VERBATIM)
 add_custom_target(vexa_generated DEPENDS ${VEXA_GEN_OUTPUTS})

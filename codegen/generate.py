@@ -17,6 +17,9 @@
   vexaobj/tools_<k>.cpp           the tool classes (tool_classes.py)
   include/vexaobj/<ValueClass>.h, vexaobj/values.cpp
                                   the value classes (value_classes.py)
+  docs/operators.md, docs/coverage.txt
+                                  the operator reference and the coverage
+                                  figure (reference.py)
 
 Files are only rewritten when their content changes, so that an edit of the
 table recompiles just what it affects."""
@@ -27,6 +30,7 @@ import sys
 
 import class_methods
 import decl
+import reference
 import signatures
 import sweep_params
 import tool_classes
@@ -212,6 +216,8 @@ def main():
     ap.add_argument("--shards", type=int, default=8)
     ap.add_argument("--method-shards", type=int, default=2)
     ap.add_argument("--tool-shards", type=int, default=4)
+    ap.add_argument("--ops", help="runtime/ops: which operators are implemented")
+    ap.add_argument("--docs", help="docs/operators: their lines of meaning")
     args = ap.parse_args()
     try:
         ops = decl.load(args.decl)
@@ -233,6 +239,12 @@ def main():
 
     def write(relative, text):
         write_if_changed(os.path.join(args.out, relative), text)
+
+    if args.ops and args.docs:
+        text, coverage = reference.reference(ops, reference.implemented_operators(args.ops),
+                                             reference.documented_meanings(args.docs))
+        write("docs/operators.md", text)
+        write("docs/coverage.txt", coverage)
     try:
         available = tool_classes.write_tools(args.decl, ops, class_methods.read_available(args.decl),
                                              args.tool_shards, write)
