@@ -102,8 +102,10 @@ fuzz: fuzz-deps
 	    $(FUZZ_BUILD)/corpus/$$t fuzz/corpus/$$t || exit 1; \
 	done
 
+# The inspection demo: prints its table, writes demo-output/input.png and
+# demo-output/result.png.
 demo: build
-	$(BUILD)/examples/first_steps
+	$(BUILD)/examples/inspect demo-output
 
 bench: bench-deps
 	cmake -S . -B $(BUILD)-bench -G $(GENERATOR) -DCMAKE_BUILD_TYPE=Release -DVEXA_BUILD_BENCH=ON -DVEXA_BUILD_TESTS=OFF
