@@ -31,8 +31,12 @@ The rules of the family:
   string result is never a single value: there is no buffer for it, so the
   outputs of such a form stay tuples. The single form stands before the
   tuple form.
-- Tool parameters are handed over by the class's kind (available.txt); a
-  method whose signature names a class that does not exist is not made.
+- Tool parameters are handed over by the class's kind (available.txt): a
+  window by its handle, a tool class by itself, in both directions; a tool
+  output is a result like any other output. A method whose signature names
+  a class that does not exist is not made, but it has its slot: the slot
+  count (every form, as if all classes existed) is fixed by the method
+  list alone.
 - VcppPreCall with `global` 0, VcppPostCall with `mode` 1: every failure
   raises."""
 
@@ -78,7 +82,7 @@ def read_available(decl_dir):
             line = line.split("#", 1)[0].split()
             if not line:
                 continue
-            if len(line) != 3 or line[1] not in ("object", "input", "window"):
+            if len(line) != 3 or line[1] not in ("object", "input", "window", "tool"):
                 raise ClassError("available.txt: cannot read %r" % " ".join(line))
             table[line[0]] = Available(line[1], line[2])
     return table
@@ -110,25 +114,36 @@ class _Missing(Exception):
     """The method names a class that does not exist yet."""
 
 
+class _EveryClass(dict):
+    """An availability table in which every class exists, in the kind its
+    use needs: the table of the slot count."""
+
+    def get(self, name, default=None):
+        return Available(None, name + ".h")
+
+
 class MethodBuilder:
     def __init__(self, cls, available):
         self.cls = cls
         self.family, self.is_array = family_of(cls)
-        self.available = dict(available)
+        self.available = available if isinstance(available, _EveryClass) else dict(available)
         self.available.setdefault(cls, Available("object", cls + ".h"))
+
+    def _kind(self, name, kinds):
+        avail = self.available.get(name)
+        if avail is None or (avail.kind is not None and avail.kind not in kinds):
+            raise _Missing(name)
+        return avail.kind or kinds[0]
 
     def object_class(self, p, output):
         name = FAMILIES[p.cls][1 if (self.is_array and p.array) else 0]
-        avail = self.available.get(name)
-        if avail is None or (output and avail.kind != "object"):
-            raise _Missing(name)
+        self._kind(name, ("object",) if output else ("object", "input"))
         return name
 
-    def tool_class(self, p):
-        avail = self.available.get(p.tool)
-        if avail is None or avail.kind != "window":
-            raise _Missing(p.tool)
-        return p.tool
+    def tool_class(self, p, output):
+        """(class, kind) of a tool parameter; a window is an input only."""
+        kind = self._kind(p.tool, ("tool",) if output else ("tool", "window"))
+        return p.tool, kind
 
     def receiver_index(self, op):
         for i, p in enumerate(op.inp_obj):
@@ -163,10 +178,11 @@ class MethodBuilder:
         for i, p in enumerate(op.inp_ctrl):
             name = names.inp_ctrl[i]
             if p.tool is not None:
-                c = self.tool_class(p)
+                c, kind = self.tool_class(p, False)
                 classes.add(c)
+                value = name + ".WindowHandle()" if kind == "window" else name
                 params.append(Param("const %s&" % c, name,
-                                    "VcppStoreIC(proc_, %d, %s.WindowHandle())" % (i, name)))
+                                    "VcppStoreIC(proc_, %d, %s)" % (i, value)))
             else:
                 t = signatures.IN_TYPES[p.type if single_in else "t"]
                 params.append(Param(t, name, "VcppStoreIC(proc_, %d, %s)" % (i, name)))
@@ -183,7 +199,15 @@ class MethodBuilder:
                                      "VcppStoreOO(proc_, %d, %s, err_)" % (i + 1, names.outp_obj[i])))
         for i, p in enumerate(op.outp_ctrl):
             if p.tool is not None:
-                raise _Missing(p.tool)
+                c, _ = self.tool_class(p, True)
+                classes.add(c)
+                if i == 0 and not op.outp_obj:
+                    result_type, result_decl = c, "%s result_;" % c
+                    outputs.append(Param("", "result_", "VcppStoreOC(proc_, 0, &result_, err_)"))
+                else:
+                    outputs.append(Param("%s*" % c, names.outp_ctrl[i],
+                                         "VcppStoreOC(proc_, %d, %s, err_)" % (i, names.outp_ctrl[i])))
+                continue
             letter = p.type if single_out else "t"
             if i == 0 and not op.outp_obj:
                 if letter == "t":
@@ -259,6 +283,15 @@ def class_methods(cls, decl_dir, ops, available):
             raise ClassError("%s: no operator for method %s" % (cls, name))
         methods.extend(builder.methods(by_name[name], virtual))
     return methods
+
+
+def slot_counts(cls, decl_dir, ops):
+    """(virtual, static) numbers of methods of `cls` with every form that
+    its list gives, as if every class that they name existed. A class's
+    virtual methods each take a slot of its table."""
+    every = class_methods(cls, decl_dir, ops, _EveryClass())
+    virtual = sum(1 for m in every if m.virtual)
+    return virtual, len(every) - virtual
 
 
 def header_of(cls, available):

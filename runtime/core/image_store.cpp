@@ -81,7 +81,10 @@ PixelBuffer::PixelBuffer(PixelType type, int32_t width, int32_t height,
                          unsigned char* data)
     : type_(type), width_(width), height_(height), data_(data) {}
 
-PixelBuffer::~PixelBuffer() { std::free(data_); }
+PixelBuffer::~PixelBuffer() {
+  if (release_ != nullptr) release_(release_arg_);
+  std::free(data_);
+}
 
 size_t PixelBuffer::pixel_bytes() const {
   return static_cast<size_t>(num_pixels()) * PixelSize(type_);

@@ -9,6 +9,13 @@
 //
 // Buffers are owned and shared by the object database (objdb.h), which
 // copies one before it is written while another object still uses it.
+//
+// A buffer made from pixels the caller hands over (gen_image1_extern) can
+// carry a release hook: the caller's procedure that frees the caller's
+// array. It runs once, when the buffer is destroyed, that is when the last
+// image using these pixels is deleted. The buffer keeps its own copy of the
+// pixels, so that the border cell behind the last pixel exists for it as
+// for every other buffer; the caller's array is left alone until the hook.
 #pragma once
 
 #include <cstddef>
@@ -53,9 +60,18 @@ class PixelBuffer {
   // failed allocation VERR_OUT_OF_MEMORY.
   static Vresult Create(PixelType type, int32_t width, int32_t height,
                         std::unique_ptr<PixelBuffer>* out);
-  // A copy of the pixels (border cell included).
+  // A copy of the pixels (border cell included). The copy has no release
+  // hook: the hook stays with the buffer that other images still use.
   Vresult Clone(std::unique_ptr<PixelBuffer>* out) const;
+  // Runs the release hook, if any, then frees the pixels.
   ~PixelBuffer();
+
+  using ReleaseFn = void (*)(void* arg);
+  // Sets the procedure called with `arg` when the buffer is destroyed.
+  void SetReleaseHook(ReleaseFn fn, void* arg) {
+    release_ = fn;
+    release_arg_ = arg;
+  }
   PixelBuffer(const PixelBuffer&) = delete;
   PixelBuffer& operator=(const PixelBuffer&) = delete;
 
@@ -85,6 +101,8 @@ class PixelBuffer {
   int32_t width_;
   int32_t height_;
   unsigned char* data_;  // calloc'd: pixel_bytes() + one pixel
+  ReleaseFn release_ = nullptr;
+  void* release_arg_ = nullptr;
 };
 
 }  // namespace vexa

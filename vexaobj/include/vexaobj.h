@@ -18,6 +18,11 @@
 #include <vexaobj/VWindow.h>
 #include <vexaobj/VRegion.h>
 #include <vexaobj/VRegionArray.h>
+#include <vexaobj/VPixVal.h>
+#include <vexaobj/VImage.h>
+#include <vexaobj/VImageArray.h>
+#include <vexaobj/VTypedImage.h>
+#include <vexaobj/VIterator.h>
 
 #if __has_include(<vexaobj/VCPP.h>)
 #include <vexaobj/VCPP.h>

@@ -92,10 +92,10 @@ VEXA_OPERATOR(gen_image3) {
   return HandOverOne(ctx, rc, key);
 }
 
-// An image of the caller's array, which the caller hands over: once the
-// image holds the pixels, the runtime is done with the array and calls
-// clear_proc(pixel_pointer) exactly once (0: no procedure, the caller keeps
-// the array). On failure the array stays the caller's.
+// An image of the caller's array, which the caller hands over: the runtime
+// calls clear_proc(pixel_pointer) exactly once, when the last image using
+// these pixels is deleted (0: no procedure, the caller keeps the array).
+// On failure the array stays the caller's and the procedure is not called.
 VEXA_OPERATOR(gen_image1_extern) {
   PixelType type;
   int32_t width = 0, height = 0;
@@ -108,9 +108,18 @@ VEXA_OPERATOR(gen_image1_extern) {
   if (rc != VRESULT_OK) return rc;
   Vkey key = VKEY_UNDEF;
   rc = NewImageFromAddresses(type, width, height, {address}, 3, &key);
-  if (rc == VRESULT_OK && clear != 0)
-    reinterpret_cast<ClearProc>(static_cast<uintptr_t>(clear))(
-        const_cast<void*>(AsPointer(address)));
+  if (rc == VRESULT_OK && clear != 0) {
+    // The image is new and known to no one else yet, so its channel is
+    // the one buffer that carries the hook.
+    PixelBuffer* buffer = nullptr;
+    rc = db::WritableChannel(key, 0, &buffer);
+    if (rc != VRESULT_OK) {
+      db::Release(key);
+      return rc;
+    }
+    buffer->SetReleaseHook(reinterpret_cast<ClearProc>(static_cast<uintptr_t>(clear)),
+                           const_cast<void*>(AsPointer(address)));
+  }
   return HandOverOne(ctx, rc, key);
 }
 
