@@ -1,0 +1,53 @@
+// The image source of the "File" acquisition interface: a list of image
+// files, delivered one by one and from the start again after the last.
+//
+// The camera_type of open_framegrabber names the source:
+//   - a directory: every file in it whose extension is one that
+//     read_image knows, sorted by name;
+//   - a file ending in ".seq": a list of image files, one per line
+//     (relative names are taken from the list's directory, empty lines and
+//     lines starting with '#' are skipped);
+//   - any other file: that one image, again and again.
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "handle_registry.h"
+
+namespace vexa {
+
+class FileSource : public Tool {
+ public:
+  static constexpr ToolKind kKind = ToolKind::kFramegrabber;
+  // VERR_FILE_NOT_FOUND when `spec` names nothing, VERR_GRAB_SOURCE when
+  // it holds no image file.
+  static Vresult Open(const std::string& spec, std::shared_ptr<FileSource>* source);
+
+  // The next image as a new object, and its file name. With looping off,
+  // VERR_GRAB_SOURCE after the last.
+  Vresult Grab(Vkey* image, std::string* file);
+
+  const std::string& spec() const { return spec_; }
+  size_t count() const { return files_.size(); }
+  size_t next_index() const;
+  // VERR_CTRL_VALUE(2) for an index beyond the list.
+  Vresult set_next_index(Vlong index);
+  bool looping() const;
+  void set_looping(bool loop);
+  std::string last_file() const;
+
+ private:
+  FileSource(std::string spec, std::vector<std::string> files)
+      : spec_(std::move(spec)), files_(std::move(files)) {}
+
+  const std::string spec_;
+  const std::vector<std::string> files_;
+  mutable std::mutex m_;
+  size_t next_ = 0;
+  bool loop_ = true;
+  std::string last_;
+};
+
+}  // namespace vexa
