@@ -104,7 +104,7 @@ Vresult OutpSocket(OpContext& ctx, int par, int fd, SocketTool::Protocol protoco
 Vresult InpSocket(const OpContext& ctx, int par, std::shared_ptr<SocketTool>* s) {
   const Vresult rc = InpTool(ctx, par, s);
   if (rc != VRESULT_OK) return rc;
-  return (*s)->fd() < 0 ? VERR_HANDLE_CLOSED : VRESULT_OK;
+  return (*s)->closed() ? VERR_HANDLE_CLOSED : VRESULT_OK;
 }
 
 // A connected or UDP socket for transfers (not a listening one).

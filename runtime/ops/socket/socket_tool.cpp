@@ -22,17 +22,17 @@ constexpr uint64_t kMaxFrame = uint64_t{1} << 34;
 
 }  // namespace
 
-SocketTool::~SocketTool() { Close(); }
+SocketTool::~SocketTool() { ::close(fd_); }
 
 void SocketTool::Close() {
   std::lock_guard<std::mutex> lock(state_);
-  if (fd_ >= 0) {
-    // Wakes a thread blocked in poll on this socket before the descriptor
-    // goes; it then reads 0 bytes or an error.
-    ::shutdown(fd_, SHUT_RDWR);
-    ::close(fd_);
-  }
-  fd_ = -1;
+  if (!closed_) ::shutdown(fd_, SHUT_RDWR);
+  closed_ = true;
+}
+
+bool SocketTool::closed() const {
+  std::lock_guard<std::mutex> lock(state_);
+  return closed_;
 }
 
 double SocketTool::timeout() const {

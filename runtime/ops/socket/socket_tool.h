@@ -22,10 +22,14 @@ class SocketTool : public Tool {
 
   SocketTool(int fd, Protocol protocol, bool accepting, double timeout)
       : fd_(fd), protocol_(protocol), accepting_(accepting), timeout_(timeout) {}
+  // The descriptor is closed only here, when no operator uses the tool any
+  // more, so a descriptor number is never reused under a running call.
   ~SocketTool() override;
+  // Shuts the connection down, which wakes a thread blocked receiving.
   void Close() override;
 
   int fd() const { return fd_; }
+  bool closed() const;
   Protocol protocol() const { return protocol_; }
   bool accepting() const { return accepting_; }
   double timeout() const;
@@ -52,11 +56,12 @@ class SocketTool : public Tool {
   std::mutex& receive_lock() { return receive_; }
 
  private:
-  int fd_;
+  const int fd_;
   const Protocol protocol_;
   const bool accepting_;
   mutable std::mutex state_;
   double timeout_;
+  bool closed_ = false;
   std::mutex send_, receive_;
 };
 
