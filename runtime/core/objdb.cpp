@@ -31,6 +31,7 @@ struct Channel {
 struct Payload {
   std::vector<Vkey> keys;  // tuples
   RegionPtr region;        // iconic objects
+  XldPtr xld;              // sub-pixel objects
   std::vector<Channel*> channels;
   std::unique_ptr<RLView> rl;  // built on the first DBGetRLPtr
 };
@@ -53,8 +54,20 @@ static_assert(offsetof(Record, head) == 0, "the head leads the record");
 
 int32_t ClassId(const Record* r) { return r->head.tag - VOBJ_TAG_BASE; }
 bool IsTuple(const Record* r) { return ClassId(r) == VOBJ_TUPLE; }
+bool IsXld(const Record* r) {
+  return ClassId(r) >= VOBJ_XLD_CONT && ClassId(r) <= VOBJ_XLD_EXT_PARA;
+}
 bool IsImage(const Record* r) {
   return !IsTuple(r) && !r->payload->channels.empty();
+}
+// Region objects and images: the records that hold a region.
+bool HoldsRegion(const Record* r) { return !IsTuple(r) && !IsXld(r); }
+
+// The counter of live records of r's kind.
+Vlong& StatOf(Stats& stats, const Record* r) {
+  if (IsTuple(r)) return stats.tuples;
+  if (IsXld(r)) return stats.xlds;
+  return r->payload->channels.empty() ? stats.regions : stats.images;
 }
 
 class Database {
@@ -92,13 +105,11 @@ class Database {
     r->permanent = 0;
     r->refs = 1;
     r->payload = payload;
-    if (class_id == VOBJ_TUPLE) {
+    if (class_id == VOBJ_TUPLE)
       r->head.tuple_num = static_cast<int32_t>(payload->keys.size());
-      ++stats_.tuples;
-    } else {
+    else
       r->head.channels = static_cast<uint16_t>(payload->channels.size());
-      ++(payload->channels.empty() ? stats_.regions : stats_.images);
-    }
+    ++StatOf(stats_, r);
     return r;
   }
 
@@ -173,10 +184,7 @@ class Database {
   }
 
   void Free(Record* r) {
-    if (IsTuple(r))
-      --stats_.tuples;
-    else
-      --(r->payload->channels.empty() ? stats_.regions : stats_.images);
+    --StatOf(stats_, r);
     delete r->retired_rl;
     r->retired_rl = r->payload->rl.release();
     delete r->payload;
@@ -246,8 +254,10 @@ Vresult Check(Vkey key) {
 
 Vresult KindOf(Vkey key, ObjKind* kind) {
   return WithRecord(key, [&](Database& db, Record* r) -> Vresult {
-    *kind = IsTuple(r) ? ObjKind::kTuple
-                       : IsImage(r) ? ObjKind::kImage : ObjKind::kRegion;
+    *kind = IsTuple(r)   ? ObjKind::kTuple
+            : IsXld(r)   ? ObjKind::kXld
+            : IsImage(r) ? ObjKind::kImage
+                         : ObjKind::kRegion;
     return VRESULT_OK;
   });
 }
@@ -259,6 +269,18 @@ Vresult NewRegion(RegionPtr region, Vkey* key) {
   Database& db = Db();
   std::lock_guard<std::mutex> lock(db.mu);
   return Publish(db, VOBJ_ICONIC, payload, key);
+}
+
+Vresult NewXld(XldPtr xld, Vkey* key) {
+  if (!xld || xld->cls < VOBJ_XLD_CONT || xld->cls > VOBJ_XLD_EXT_PARA)
+    return VERR_INTERNAL;
+  auto* payload = new (std::nothrow) Payload();
+  if (payload == nullptr) return VERR_OUT_OF_MEMORY;
+  const int32_t cls = xld->cls;
+  payload->xld = std::move(xld);
+  Database& db = Db();
+  std::lock_guard<std::mutex> lock(db.mu);
+  return Publish(db, cls, payload, key);
 }
 
 Vresult NewImage(RegionPtr domain,
@@ -383,6 +405,7 @@ Vresult Copy(Vkey key, Vkey* copy) {
     if (!payload) return VERR_OUT_OF_MEMORY;
     payload->keys = r->payload->keys;
     payload->region = r->payload->region;
+    payload->xld = r->payload->xld;
     payload->channels = r->payload->channels;
     const Vresult res = Publish(db, ClassId(r), payload.release(), copy);
     if (res != VRESULT_OK) return res;
@@ -395,8 +418,16 @@ Vresult Copy(Vkey key, Vkey* copy) {
 
 Vresult GetRegion(Vkey key, RegionPtr* region) {
   return WithRecord(key, [&](Database& db, Record* r) -> Vresult {
-    if (IsTuple(r)) return VERR_NOT_REGION;
+    if (!HoldsRegion(r)) return VERR_NOT_REGION;
     *region = r->payload->region;
+    return VRESULT_OK;
+  });
+}
+
+Vresult GetXld(Vkey key, XldPtr* xld) {
+  return WithRecord(key, [&](Database& db, Record* r) -> Vresult {
+    if (!IsXld(r)) return VERR_NOT_REGION;
+    *xld = r->payload->xld;
     return VRESULT_OK;
   });
 }
@@ -441,7 +472,7 @@ Stats GetStats() {
 
 Vresult GetRLView(Vkey key, Vrlregion** rl) {
   return WithRecord(key, [&](Database& db, Record* r) -> Vresult {
-    if (IsTuple(r)) return VERR_NOT_REGION;
+    if (!HoldsRegion(r)) return VERR_NOT_REGION;
     Payload& p = *r->payload;
     if (!p.rl) {
       std::unique_ptr<RLView> view;

@@ -8,7 +8,9 @@
 //     plus zero or more channels; with channels it is an image, without a
 //     region object; or
 //   - a key tuple (tag ID 4): a list of keys, each holding one reference.
-//     The tuple of no keys is the empty object ("no objects").
+//     The tuple of no keys is the empty object ("no objects");
+//   - a sub-pixel object (tag IDs 5 to 9, see xld_store.h): one immutable
+//     Xld shared by pointer, like a region.
 //
 // Ownership. Every key handed out carries one reference; Release gives it
 // back, and the record is freed at the last one (a tuple then releases its
@@ -40,12 +42,13 @@
 
 #include "image_store.h"
 #include "region_store.h"
+#include "xld_store.h"
 #include "vexa/types.h"
 
 namespace vexa {
 namespace db {
 
-enum class ObjKind { kRegion, kImage, kTuple };
+enum class ObjKind { kRegion, kImage, kTuple, kXld };
 
 // Freed records kept out of reuse so that stale keys stay detectable.
 constexpr size_t kQuarantine = 1024;
@@ -71,6 +74,9 @@ Vresult NewBlankImage(PixelType type, int32_t width, int32_t height,
 // An image that shares the channels of `image` under another domain
 // (clipped to the image).
 Vresult NewImageWithDomain(Vkey image, RegionPtr domain, Vkey* key);
+// A sub-pixel object of class xld->cls (VOBJ_XLD_CONT .. VOBJ_XLD_EXT_PARA);
+// a null object or another class is VERR_INTERNAL, an operator's fault.
+Vresult NewXld(XldPtr xld, Vkey* key);
 // A key tuple; each key gains a reference (DBStoreTuple).
 Vresult NewTuple(const Vkey* keys, Vlong num, Vkey* key);
 // The permanent empty object: a tuple of no keys. Copying or releasing it
@@ -86,7 +92,7 @@ Vresult Copy(Vkey key, Vkey* copy);  // DBCopyObjectId, see above
 // ---- Reading ----------------------------------------------------------------
 
 // The region of a region object or the domain of an image; VERR_NOT_REGION
-// for a tuple.
+// for a tuple or a sub-pixel object.
 Vresult GetRegion(Vkey key, RegionPtr* region);
 
 struct ImageData {
@@ -95,6 +101,9 @@ struct ImageData {
 };
 // VERR_NOT_IMAGE for a region or a tuple.
 Vresult GetImage(Vkey key, ImageData* image);
+// The data of a sub-pixel object; VERR_NOT_REGION for any other object
+// (the caller maps it to the class code of its parameter).
+Vresult GetXld(Vkey key, XldPtr* xld);
 // Channel `channel` (from 0) of an image, made private to this record first
 // if another record or key still references it.
 Vresult WritableChannel(Vkey key, int channel, PixelBuffer** buffer);
@@ -114,6 +123,7 @@ struct Stats {
   Vlong images = 0;    // live image objects
   Vlong tuples = 0;    // live key tuples, the permanent empty one excluded
   Vlong channels = 0;  // live pixel buffers
+  Vlong xlds = 0;      // live sub-pixel objects
 };
 Stats GetStats();
 

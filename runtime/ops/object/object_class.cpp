@@ -7,18 +7,38 @@
 namespace vexa {
 namespace {
 
-const char* ClassName(db::ObjKind kind) {
-  return kind == db::ObjKind::kImage ? "image" : "region";
+// "region", "image", or the class name of a sub-pixel object.
+Vresult ClassNameOf(Vkey key, std::string* name) {
+  db::ObjKind kind;
+  Vresult rc = db::KindOf(key, &kind);
+  if (rc != VRESULT_OK) return rc;
+  if (kind != db::ObjKind::kXld) {
+    *name = kind == db::ObjKind::kImage ? "image" : "region";
+    return VRESULT_OK;
+  }
+  XldPtr xld;
+  rc = db::GetXld(key, &xld);
+  if (rc == VRESULT_OK) *name = XldClassName(xld->cls);
+  return rc;
 }
 
 // Same class, same region (domain), and for images the same channels:
 // count, type, size and every pixel. Data shared by reference compares
-// equal without a look at the pixels.
+// equal without a look at the pixels. Sub-pixel objects compare their
+// class, points and attributes.
 Vresult SameObject(Vkey a, Vkey b, bool* same) {
   db::ObjKind ka, kb;
   Vresult rc = db::KindOf(a, &ka);
   if (rc == VRESULT_OK) rc = db::KindOf(b, &kb);
   if (rc != VRESULT_OK) return rc;
+  if (ka == db::ObjKind::kXld || kb == db::ObjKind::kXld) {
+    XldPtr xa, xb;
+    *same = ka == kb;
+    if (*same) rc = db::GetXld(a, &xa);
+    if (*same && rc == VRESULT_OK) rc = db::GetXld(b, &xb);
+    if (*same && rc == VRESULT_OK) *same = xa == xb || *xa == *xb;
+    return rc;
+  }
   RegionPtr ra, rb;
   rc = db::GetRegion(a, &ra);
   if (rc == VRESULT_OK) rc = db::GetRegion(b, &rb);
@@ -43,14 +63,12 @@ Vresult SameObject(Vkey a, Vkey b, bool* same) {
 
 }  // namespace
 
-// "region" or "image" for each object.
+// The class name of each object.
 VEXA_OPERATOR(get_obj_class) {
   std::vector<std::string> names;
   Vresult rc = ctx.ForEachInpObj(1, [&](Vkey key, Vlong) {
-    db::ObjKind kind;
-    const Vresult r = db::KindOf(key, &kind);
-    if (r == VRESULT_OK) names.push_back(ClassName(kind));
-    return r;
+    names.emplace_back();
+    return ClassNameOf(key, &names.back());
   });
   if (rc != VRESULT_OK) return rc;
   return ctx.SetOutpStrings(0, names);
