@@ -48,8 +48,10 @@ foreach(_list ${_method_lists})
 endforeach()
 
 # Tool classes: one header each (byproducts), an umbrella header and the
-# definitions in shards; the value classes' definitions in one file.
-set(VEXA_GEN_TOOL_SOURCES ${VEXA_GEN_DIR}/vexaobj/values.cpp)
+# definitions in shards; the value classes' and the window methods'
+# definitions in one file each.
+set(VEXA_GEN_TOOL_SOURCES ${VEXA_GEN_DIR}/vexaobj/values.cpp
+    ${VEXA_GEN_DIR}/vexaobj/window_methods.cpp)
 math(EXPR _last_tool_shard "${VEXA_TOOL_SHARDS} - 1")
 foreach(i RANGE ${_last_tool_shard})
   list(APPEND VEXA_GEN_TOOL_SOURCES ${VEXA_GEN_DIR}/vexaobj/tools_${i}.cpp)

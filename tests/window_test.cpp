@@ -10,6 +10,7 @@
 #include <array>
 #include <vector>
 
+#include "frame_test_support.h"
 #include "leak_checked_test.h"
 #include "objdb.h"
 #include "random_region_support.h"
@@ -225,6 +226,50 @@ TEST_F(WindowTest, DrawingPrimitivesRaiseAsClassMethods) {
   EXPECT_THROW(none.DispLine(0.0, 0.0, 5.0, 5.0), VException);
   EXPECT_THROW(none.DispCircle(VTuple(5.0), VTuple(5.0), VTuple(2.0)), VException);
   EXPECT_GT(disp_line(none.WindowHandle(), 0.0, 0.0, 5.0, 5.0), VRESULT_OK);
+}
+
+TEST_F(WindowTest, OperatorMethodsPassTheWindowsHandle) {
+  VWindow window(0, 0, 40, 30, 0, "", "", 1);
+  window.SetColor("red");
+  window.SetDraw("fill");
+  VTuple row, column, width, height;
+  row = window.GetWindowExtents(&column, &width, &height);
+  EXPECT_EQ(width[0].L(), 40);
+  EXPECT_EQ(height[0].L(), 30);
+  const Raster before = Dump(window.WindowHandle());
+  window.ClearWindow();
+  EXPECT_EQ(Dump(window.WindowHandle()).At(0, 0), kBlack);
+  EXPECT_EQ(before.width, 40);
+}
+
+Vresult PointerOutside(void*) { return 5; }
+
+TEST_F(WindowTest, ButtonIsZeroWhenThePointerIsOutside) {
+  frame_test::ScopedOperator outside(frame_test::OperatorIndex("get_mposition"),
+                                     &PointerOutside);
+  VWindow window(0, 0, 10, 10, 0, "", "", 1);
+  EXPECT_EQ(window.GetButton(), 0);
+}
+
+TEST_F(WindowTest, WindowStackClassRaisesOnAnEmptyStack) {
+  VBenchWindowStack::CloseAll();
+  EXPECT_FALSE(VBenchWindowStack::IsOpen());
+  VBenchWindowStack::Push(VTuple(Vlong{77}));
+  VBenchWindowStack::Push(VTuple(Vlong{78}));
+  EXPECT_EQ(VBenchWindowStack::GetActive()[0].L(), 78);
+  VBenchWindowStack::SetActive(VTuple(Vlong{77}));
+  EXPECT_EQ(VBenchWindowStack::GetActive()[0].L(), 77);
+  EXPECT_TRUE(VBenchWindowStack::IsOpen());
+  VBenchWindowStack::Pop();
+  VBenchWindowStack::Pop();
+  try {
+    VBenchWindowStack::Pop();
+    FAIL() << "no raise";
+  } catch (const VException& e) {
+    EXPECT_STREQ(e.proc, "VBenchWindowStack::Pop(void)");
+    EXPECT_STREQ(e.message, "Error");
+    EXPECT_EQ(e.err, VERR_WINDOW_STACK_EMPTY);
+  }
 }
 
 }  // namespace

@@ -4,20 +4,25 @@
 //
 // The life-cycle operations run their operators in the procedural mode and
 // hand the result code back unchecked (a failed open_window in a
-// constructor leaves the handle as the operator left it). The drawing
-// primitives are class methods: they raise on every failure.
+// constructor leaves the handle as the operator left it). The operator
+// methods are class methods: they raise on every failure.
 #ifndef VEXAOBJ_VWINDOW_H
 #define VEXAOBJ_VWINDOW_H
 
 #include <vexaobj/VBase.h>
 
-#if __has_include(<vexaobj/methods/VWindow_classes.inc>)
 #include <vexaobj/methods/VWindow_classes.inc>
-#endif
 
 namespace Vexa {
 
 class VTuple;
+class VDPoint2D;
+class VCircle;
+class VEllipse;
+class VRectangle1;
+class VRectangle2;
+class VObject;
+class VObjectArray;
 
 class VWindow : public VRootObject {
  public:
@@ -47,41 +52,32 @@ class VWindow : public VRootObject {
   // Closes the window; the handle is 0 afterwards.
   unsigned int CloseWindow();
 
-  // Drawing primitives; coordinates go row first.
-  virtual void DispLine(const VTuple& row1, const VTuple& column1,
-                        const VTuple& row2, const VTuple& column2) const;
-  virtual void DispLine(double row1, double column1, double row2,
-                        double column2) const;
-  virtual void DispPolygon(const VTuple& row, const VTuple& column) const;
-  virtual void DispArrow(const VTuple& row1, const VTuple& column1,
-                         const VTuple& row2, const VTuple& column2,
-                         const VTuple& size) const;
-  virtual void DispArrow(double row1, double column1, double row2,
-                         double column2, double size) const;
-  virtual void DispRectangle1(const VTuple& row1, const VTuple& column1,
-                              const VTuple& row2, const VTuple& column2) const;
-  virtual void DispRectangle1(double row1, double column1, double row2,
-                              double column2) const;
-  virtual void DispRectangle2(const VTuple& center_row,
-                              const VTuple& center_column, const VTuple& phi,
-                              const VTuple& length1,
-                              const VTuple& length2) const;
-  virtual void DispRectangle2(double center_row, double center_column,
-                              double phi, double length1,
-                              double length2) const;
-  virtual void DispEllipse(const VTuple& center_row,
-                           const VTuple& center_column, const VTuple& phi,
-                           const VTuple& radius1, const VTuple& radius2) const;
-  virtual void DispEllipse(Vlong center_row, Vlong center_column, double phi,
-                           double radius1, double radius2) const;
-  virtual void DispCircle(const VTuple& row, const VTuple& column,
-                          const VTuple& radius) const;
-  virtual void DispCircle(double row, double column, double radius) const;
+  // Mouse: wait for a click and drop its position; the position of the
+  // next button press, or (Mposition) the pointer now; x is the column, y
+  // the row. GetButton answers 0 when the pointer is outside the window.
+  void Click() const;
+  VDPoint2D GetMbutton(int* button) const;
+  VDPoint2D GetMbutton() const;
+  VDPoint2D GetMposition(int* button) const;
+  VDPoint2D GetMposition() const;
+  int GetButton() const;
 
-  // The further window methods, wrappers of one operator each.
-#if __has_include(<vexaobj/methods/VWindow.inc>)
+  // Interactive drawing, returning the drawn figure.
+  VCircle DrawCircle() const;
+  VEllipse DrawEllipse() const;
+  VRectangle1 DrawRectangle1() const;
+  VRectangle2 DrawRectangle2() const;
+
+  // The object's own display operation.
+  virtual void Display(const VObject& object) const;
+  virtual void Display(const VObjectArray& objects) const;
+
+  // The operator methods, wrappers of one operator each with the window's
+  // handle as its window input; the drawing primitives that the display
+  // operations of the other classes use are among them (DispLine,
+  // DispPolygon, DispArrow, DispRectangle1/2, DispEllipse, DispCircle:
+  // coordinates go row first).
 #include <vexaobj/methods/VWindow.inc>
-#endif
 
  private:
   // Copying opens a second window of the source's extents; assigning closes
@@ -93,6 +89,18 @@ class VWindow : public VRootObject {
   void OpenLike(const VWindow& source);
 
   Vlong handle;
+};
+
+// The runtime's stack of window handles, one of them active. Every
+// operation raises "Error" with the runtime's code when the runtime fails.
+class VBenchWindowStack {
+ public:
+  static void Push(const VTuple& win_handle);
+  static VTuple Pop();
+  static VTuple GetActive();
+  static void SetActive(const VTuple& win_handle);
+  static bool IsOpen();
+  static void CloseAll();
 };
 
 }  // namespace Vexa
