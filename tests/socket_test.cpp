@@ -166,4 +166,41 @@ TEST_F(SocketTest, TuplesAndRegionsOverUdp) {
   EXPECT_STREQ(protocol[0].S(), "UDP4");
 }
 
+TEST_F(SocketTest, RawDataByFormatOverTcpAndUdp) {
+  Vlong client = -1, server = -1;
+  Pair(&client, &server);
+  const char* format = "c C n2 N q f d a6 z";
+  VTuple data;
+  for (Vlong v : {Vlong{-5}, Vlong{250}, Vlong{-30000}, Vlong{1234}, Vlong{-70000},
+                  Vlong{-(Vlong{1} << 40)}})
+    data.Append(VTuple(v));
+  data.Append(VTuple(0.5)).Append(VTuple(-1e300)).Append(VTuple("abc")).Append(VTuple("zero end"));
+  ASSERT_EQ(send_data(client, format, data, VTuple()), VRESULT_OK);
+  VTuple got, sender;
+  ASSERT_EQ(receive_data(server, format, &got, &sender), VRESULT_OK);
+  ASSERT_EQ(got.Num(), data.Num());
+  for (Vlong i = 0; i < 6; ++i) EXPECT_EQ(got[i].L(), data[i].L()) << i;
+  EXPECT_EQ(got[6].D(), 0.5);
+  EXPECT_EQ(got[7].D(), -1e300);
+  EXPECT_STREQ(got[8].S(), "abc");
+  EXPECT_STREQ(got[9].S(), "zero end");
+  EXPECT_STREQ(sender[0].S(), "127.0.0.1");
+
+  EXPECT_EQ(send_data(client, "N2", VTuple(Vlong{1}), VTuple()), VERR_CTRL_NUM(2));
+  EXPECT_EQ(send_data(client, "a2", VTuple("too long"), VTuple()), VERR_CTRL_VALUE(2));
+  EXPECT_EQ(send_data(client, "x", VTuple(Vlong{1}), VTuple()), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(send_data(client, "N", VTuple("text"), VTuple()), VERR_CTRL_TYPE(2));
+
+  Vlong port = 0;
+  const Vlong receiver = Listen("UDP4", &port);
+  const Vlong udp = Connect("UDP4", port);
+  ASSERT_EQ(send_data(udp, "n z", VTuple(Vlong{7}).Append(VTuple("dgram")),
+                      VTuple("127.0.0.1").Append(VTuple(port))),
+            VRESULT_OK);
+  ASSERT_EQ(receive_data(receiver, "n z", &got, &sender), VRESULT_OK);
+  EXPECT_EQ(got[0].L(), 7);
+  EXPECT_STREQ(got[1].S(), "dgram");
+  EXPECT_EQ(sender[0].S(), std::string("127.0.0.1"));
+}
+
 }  // namespace

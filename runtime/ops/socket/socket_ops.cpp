@@ -101,19 +101,6 @@ Vresult OutpSocket(OpContext& ctx, int par, int fd, SocketTool::Protocol protoco
   return OutpNewTool(ctx, par, std::make_shared<SocketTool>(fd, protocol, accepting, timeout));
 }
 
-Vresult InpSocket(const OpContext& ctx, int par, std::shared_ptr<SocketTool>* s) {
-  const Vresult rc = InpTool(ctx, par, s);
-  if (rc != VRESULT_OK) return rc;
-  return (*s)->closed() ? VERR_HANDLE_CLOSED : VRESULT_OK;
-}
-
-// A connected or UDP socket for transfers (not a listening one).
-Vresult InpDataSocket(const OpContext& ctx, int par, std::shared_ptr<SocketTool>* s) {
-  const Vresult rc = InpSocket(ctx, par, s);
-  if (rc != VRESULT_OK) return rc;
-  return (*s)->accepting() && (*s)->protocol() == SocketTool::Protocol::kTcp ? VERR_SOCKET : rc;
-}
-
 const char kTupleTag[4] = {'T', 'U', 'P', 'L'};
 const char kImageTag[4] = {'I', 'M', 'A', 'G'};
 const char kRegionTag[4] = {'R', 'E', 'G', 'N'};

@@ -152,4 +152,16 @@ Vresult SocketTool::PeekTag(std::string* tag) {
   return VRESULT_OK;
 }
 
+Vresult InpSocket(const OpContext& ctx, int par, std::shared_ptr<SocketTool>* s) {
+  const Vresult rc = InpTool(ctx, par, s);
+  if (rc != VRESULT_OK) return rc;
+  return (*s)->closed() ? VERR_HANDLE_CLOSED : VRESULT_OK;
+}
+
+Vresult InpDataSocket(const OpContext& ctx, int par, std::shared_ptr<SocketTool>* s) {
+  const Vresult rc = InpSocket(ctx, par, s);
+  if (rc != VRESULT_OK) return rc;
+  return (*s)->accepting() && (*s)->protocol() == SocketTool::Protocol::kTcp ? VERR_SOCKET : rc;
+}
+
 }  // namespace vexa

@@ -65,4 +65,11 @@ class SocketTool : public Tool {
   std::mutex send_, receive_;
 };
 
+// The socket whose handle is input control `par`; VERR_HANDLE_CLOSED once
+// it was closed by another thread.
+Vresult InpSocket(const OpContext& ctx, int par, std::shared_ptr<SocketTool>* s);
+// The same, for transfers: a connected TCP socket or a UDP socket, never a
+// listening one (VERR_SOCKET).
+Vresult InpDataSocket(const OpContext& ctx, int par, std::shared_ptr<SocketTool>* s);
+
 }  // namespace vexa
