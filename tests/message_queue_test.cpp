@@ -165,6 +165,16 @@ TEST_F(MessageThreadTest, QueueParametersTimeoutsMaximumFlushAndAbort) {
   EXPECT_EQ(clear_message_queue(queue), VRESULT_OK);
 }
 
+TEST_F(MessageThreadTest, ClearMessageAlsoClosesAQueueButNoOtherTool) {
+  const Vlong queue = NewQueue();
+  Vlong mutex = -1;
+  ASSERT_EQ(create_mutex(VTuple(), VTuple(), &mutex), VRESULT_OK);
+  EXPECT_EQ(clear_message(mutex), VERR_HANDLE_TYPE);
+  EXPECT_EQ(clear_message(queue), VRESULT_OK);
+  EXPECT_EQ(clear_message_queue(queue), VERR_HANDLE_CLOSED);
+  EXPECT_EQ(clear_mutex(mutex), VRESULT_OK);
+}
+
 TEST_F(MessageThreadTest, ClearingAQueueWakesAWaitingDequeue) {
   const Vlong queue = NewQueue();
   std::thread waiter([&] {

@@ -37,7 +37,12 @@ Vresult InpKeys(const OpContext& ctx, int par, TupleValues* keys) {
 
 VEXA_OPERATOR(create_message) { return OutpNewTool(ctx, 0, std::make_shared<Message>()); }
 
-VEXA_OPERATOR(clear_message) { return CloseInpTool(ctx, 0, ToolKind::kMessage); }
+// Also closes a message queue: the interface's queue class releases its
+// handle through clear_message.
+VEXA_OPERATOR(clear_message) {
+  const Vresult rc = CloseInpTool(ctx, 0, ToolKind::kMessage);
+  return rc == VERR_HANDLE_TYPE ? CloseInpTool(ctx, 0, ToolKind::kMessageQueue) : rc;
+}
 
 VEXA_OPERATOR(set_message_tuple) {
   std::shared_ptr<Message> message;
