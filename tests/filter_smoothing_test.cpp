@@ -1,0 +1,196 @@
+// Linear smoothing, convolution, local deviation and diffusion against
+// per-pixel references with the mirror border, on every pixel type the
+// filters take, a domain with holes (neighbours outside it still count)
+// and a 1 x 1 image; then the parameter and type checks.
+#include <cstdio>
+#include <fstream>
+
+#include <opencv2/imgproc.hpp>
+
+#include "filter_test_support.h"
+
+namespace {
+
+using namespace Vexa;
+using namespace filter_test;
+
+// Sum of weight(dy, dx) * value over the rectangle of half sizes (hy, hx).
+double Weighted(const TestImage& im, int r, int c, int hy, int hx,
+                const std::function<double(int, int)>& weight, Edge edge = Edge::kMirror,
+                double constant = 0) {
+  double s = 0;
+  for (int dy = -hy; dy <= hy; ++dy)
+    for (int dx = -hx; dx <= hx; ++dx) s += weight(dy, dx) * Value(im, r + dy, c + dx, edge, constant);
+  return s;
+}
+
+std::vector<double> Binomial(int n) {
+  std::vector<double> b(n, 1.0);
+  for (int i = 1; i < n; ++i) b[i] = b[i - 1] * (n - i) / i;
+  for (double& x : b) x /= std::pow(2.0, n - 1);
+  return b;
+}
+
+class SmoothTypes : public LeakCheckedTest, public ::testing::WithParamInterface<std::string> {};
+
+TEST_P(SmoothTypes, LinearFiltersFollowTheirMasks) {
+  const std::string type = GetParam();
+  // Integer results are rounded; OpenCV's 16-bit Gaussian works with
+  // fixed-point weights and may miss by one more unit.
+  const double tol = type == "real" ? 1e-4 : type == "int2" || type == "uint2" ? 2.0 : 1.0;
+  std::mt19937 gen(11);
+  for (const TestImage& im : FilterInputs(type, gen)) {
+    Vobject out;
+    ASSERT_EQ(mean_image(im.image, &out, 5, 3), VRESULT_OK);
+    ExpectFiltered(out, im, [&](int r, int c) {
+      return Weighted(im, r, c, 1, 2, [](int, int) { return 1.0 / 15; });
+    }, tol, "mean_image");
+
+    for (int size : {5, 11}) {
+      ASSERT_EQ(gauss_filter(im.image, &out, size), VRESULT_OK);
+      const cv::Mat g = cv::getGaussianKernel(size, 0, CV_64F);
+      ExpectFiltered(out, im, [&](int r, int c) {
+        return Weighted(im, r, c, size / 2, size / 2, [&](int dy, int dx) {
+          return g.at<double>(dy + size / 2) * g.at<double>(dx + size / 2);
+        });
+      }, tol, "gauss_filter " + std::to_string(size));
+    }
+
+    ASSERT_EQ(binomial_filter(im.image, &out, 7, 3), VRESULT_OK);
+    const std::vector<double> bx = Binomial(7), by = Binomial(3);
+    ExpectFiltered(out, im, [&](int r, int c) {
+      return Weighted(im, r, c, 1, 3, [&](int dy, int dx) { return by[dy + 1] * bx[dx + 3]; });
+    }, tol, "binomial_filter");
+
+    // An asymmetric mask given column by column; a true convolution.
+    const double coef[9] = {1, -2, 3, 0, 4, 5, -1, 2, 6};
+    VTuple mask = VTuple(Vlong{3}).Append(VTuple(Vlong{3})).Append(VTuple(Vlong{18}));
+    for (double k : coef) mask.Append(VTuple(k));
+    auto convolved = [&](Edge edge, double constant) {
+      return [&, edge, constant](int r, int c) {
+        return Stored(type, Weighted(im, r, c, 1, 1, [&](int dy, int dx) {
+          return coef[(1 - dx) * 3 + (1 - dy)] / 18;
+        }, edge, constant));
+      };
+    };
+    ASSERT_EQ(convol_image(im.image, &out, mask, "mirrored"), VRESULT_OK);
+    ExpectFiltered(out, im, convolved(Edge::kMirror, 0), tol, "convol_image mirrored");
+    ASSERT_EQ(convol_image(im.image, &out, mask, VTuple(Vlong{7})), VRESULT_OK);
+    ExpectFiltered(out, im, convolved(Edge::kConstant, 7), tol, "convol_image constant");
+    ASSERT_EQ(convol_image(im.image, &out, mask, "cyclic"), VRESULT_OK);
+    ExpectFiltered(out, im, convolved(Edge::kCyclic, 0), tol, "convol_image cyclic");
+
+    ASSERT_EQ(deviation_image(im.image, &out, 3, 5), VRESULT_OK);
+    ExpectFiltered(out, im, [&](int r, int c) {
+      const double m = Weighted(im, r, c, 2, 1, [](int, int) { return 1.0 / 15; });
+      double q = 0;
+      for (double v : Around(im, r, c, RectOffsets(5, 3))) q += (v - m) * (v - m);
+      return std::sqrt(q / 15);
+    }, type == "real" ? 1e-3 : 1.0, "deviation_image");
+  }
+}
+
+// The explicit 4-neighbour scheme over the whole image, mirrored at every
+// step, against the operators' tiles.
+TEST_P(SmoothTypes, DiffusionMatchesStepByStepReference) {
+  const std::string type = GetParam();
+  std::mt19937 gen(12);
+  for (TestImage im : FilterInputs(type, gen)) {
+    const TestImage original = im;
+    auto diffuse = [&](int steps, double tau, const std::function<double(double)>& g) {
+      im = original;
+      for (int s = 0; s < steps; ++s) {
+        std::vector<double> next(im.value.size());
+        for (int r = 0; r < im.height; ++r)
+          for (int c = 0; c < im.width; ++c) {
+            const double u = im.At(r, c);
+            double flow = 0;
+            for (Offset o : {Offset{-1, 0}, Offset{1, 0}, Offset{0, -1}, Offset{0, 1}}) {
+              const double d = Value(im, r + o.dy, c + o.dx) - u;
+              flow += g(std::fabs(d)) * d;
+            }
+            next[static_cast<size_t>(r) * im.width + c] = u + tau * flow;
+          }
+        im.value = next;
+      }
+      return [&](int r, int c) { return im.At(r, c); };
+    };
+    const double tol = type == "real" ? 1e-3 : 1.0;
+    Vobject out;
+    ASSERT_EQ(anisotropic_diffusion(original.image, &out, "perona-malik", 20.0, 0.2, 4), VRESULT_OK);
+    ExpectFiltered(out, original, diffuse(4, 0.2, [](double d) { return 1 / (1 + d * d / 400); }),
+                   tol, "perona-malik");
+    ASSERT_EQ(isotropic_diffusion(original.image, &out, 1.0, 3), VRESULT_OK);
+    ExpectFiltered(out, original, diffuse(3, 1.0 / 6, [](double) { return 1.0; }), tol,
+                   "isotropic_diffusion");
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, SmoothTypes, ::testing::ValuesIn(kTypes));
+
+class SmoothChecks : public LeakCheckedTest {};
+
+// Relations the recursive-filter masks must keep: weights sum to 1, and
+// "deriche2" is "deriche1" at twice alpha.
+TEST_F(SmoothChecks, SmoothImageKeepsFlatImagesAndRelatesItsFilters) {
+  std::mt19937 gen(13);
+  TestImage im = RandomImage("real", 40, 30, gen);
+  Vobject flat, a, b;
+  ASSERT_EQ(gen_image_const(&flat, "real", 40, 30), VRESULT_OK);
+  Vobject flat7;
+  ASSERT_EQ(add_image(flat, flat, &flat7, 1.0, 7.0), VRESULT_OK);
+  for (const char* f : {"deriche1", "deriche2", "shen", "gauss"}) {
+    ASSERT_EQ(smooth_image(flat7, &a, f, 0.7), VRESULT_OK);
+    EXPECT_NEAR(Pixels(a)->Get(3, 5), 7.0, 1e-4) << f;
+  }
+  ASSERT_EQ(smooth_image(im.image, &a, "deriche2", 0.5), VRESULT_OK);
+  ASSERT_EQ(smooth_image(im.image, &b, "deriche1", 1.0), VRESULT_OK);
+  ExpectFiltered(a, im, [&](int r, int c) { return Pixels(b)->Get(r, c); }, 1e-5, "deriche2");
+}
+
+TEST_F(SmoothChecks, MaskFilesReadLikeTuplesAndBadOnesAreRefused) {
+  std::mt19937 gen(14);
+  const TestImage im = RandomImage("int2", 15, 9, gen);
+  const std::string good = testing::TempDir() + "filter_mask_good.txt";
+  const std::string bad = testing::TempDir() + "filter_mask_bad.txt";
+  std::ofstream(good) << "integer 3 1 4\n1 2 1\n";
+  std::ofstream(bad) << "integer 3 1 4\n1  2 1\n";
+  Vobject from_file, from_tuple;
+  ASSERT_EQ(convol_image(im.image, &from_file, good.c_str(), "mirrored"), VRESULT_OK);
+  VTuple mask = VTuple(Vlong{3}).Append(VTuple(Vlong{1})).Append(VTuple(Vlong{4}));
+  for (int k : {1, 2, 1}) mask.Append(VTuple(Vlong{k}));
+  ASSERT_EQ(convol_image(im.image, &from_tuple, mask, "mirrored"), VRESULT_OK);
+  ExpectFiltered(from_file, im, [&](int r, int c) { return Pixels(from_tuple)->Get(r, c); }, 0,
+                 "file");
+  Vobject out;
+  EXPECT_EQ(convol_image(im.image, &out, bad.c_str(), "mirrored"), VERR_FILE_FORMAT);
+  EXPECT_EQ(convol_image(im.image, &out, "/nonexistent/mask", "mirrored"), VERR_FILE_NOT_FOUND);
+  std::remove(good.c_str());
+  std::remove(bad.c_str());
+}
+
+TEST_F(SmoothChecks, BadSizesAndTypesAreRefused) {
+  std::mt19937 gen(15);
+  const TestImage im = RandomImage("byte", 8, 8, gen);
+  Vobject out, cplx;
+  EXPECT_EQ(mean_image(im.image, &out, 0, 3), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(mean_image(im.image, &out, 3, 1000), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(gauss_filter(im.image, &out, 4), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(gauss_filter(im.image, &out, 13), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(binomial_filter(im.image, &out, 39, 3), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(smooth_image(im.image, &out, "box", 1.0), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(anisotropic_diffusion(im.image, &out, "perona-malik", 10.0, 0.5, 3), VERR_CTRL_VALUE(2));
+  EXPECT_EQ(convol_image(im.image, &out, VTuple(Vlong{2}).Append(VTuple(Vlong{1})).Append(
+                             VTuple(Vlong{1})).Append(VTuple(Vlong{1})).Append(VTuple(Vlong{1})),
+                         "mirrored"),
+            VERR_CTRL_VALUE(0));
+  EXPECT_EQ(convol_image(im.image, &out, VTuple(Vlong{1}).Append(VTuple(Vlong{1})).Append(
+                             VTuple(Vlong{1})).Append(VTuple(Vlong{1})),
+                         "mirror"),
+            VERR_CTRL_VALUE(1));
+  ASSERT_EQ(gen_image_const(&cplx, "complex", 4, 4), VRESULT_OK);
+  EXPECT_EQ(mean_image(cplx, &out, 3, 3), VERR_PIXEL_TYPE);
+  EXPECT_EQ(gauss_filter(cplx, &out, 3), VERR_PIXEL_TYPE);
+}
+
+}  // namespace
