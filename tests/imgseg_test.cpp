@@ -152,8 +152,9 @@ TEST_F(ImageSegmentation, WatershedsStayInsideTheDomain) {
   const TestImage in = TwoValleys(w, h, RandomMask(w, h, gen, false));
   Vobject basins, lines;
   ASSERT_EQ(watersheds(in.image, &basins, &lines), VRESULT_OK);
-  Vobject all;
-  ASSERT_EQ(union1(Concat({basins, lines}), &all), VRESULT_OK);
+  Vobject both, all;
+  ASSERT_EQ(concat_obj(basins, lines, &both), VRESULT_OK);
+  ASSERT_EQ(union1(both, &all), VRESULT_OK);
   EXPECT_EQ(MaskOf(all, w, h), in.domain);
   // One-pixel image: one basin, no line.
   const TestImage one = RandomImage("byte", 1, 1, gen, true);

@@ -5,7 +5,7 @@
 
 namespace vexa {
 
-int CvDepthOf(PixelType type) {
+int StoredCvDepth(PixelType type) {
   switch (type) {
     case PixelType::kByte:
     case PixelType::kDirection:
@@ -21,15 +21,15 @@ int CvDepthOf(PixelType type) {
   return -1;
 }
 
-cv::Mat MatOf(const PixelBuffer& buffer) {
+cv::Mat CvHeaderOf(const PixelBuffer& buffer) {
   // OpenCV has no read-only header: the const is kept by the callers, which
   // only read through it.
-  return cv::Mat(buffer.height(), buffer.width(), CvDepthOf(buffer.type()),
+  return cv::Mat(buffer.height(), buffer.width(), StoredCvDepth(buffer.type()),
                  const_cast<unsigned char*>(buffer.data()));
 }
 
-cv::Mat MatOf(PixelBuffer* buffer) {
-  return cv::Mat(buffer->height(), buffer->width(), CvDepthOf(buffer->type()),
+cv::Mat CvHeaderOf(PixelBuffer* buffer) {
+  return cv::Mat(buffer->height(), buffer->width(), StoredCvDepth(buffer->type()),
                  buffer->data());
 }
 
@@ -47,7 +47,7 @@ cv::Rect GrowBox(const cv::Rect& box, int margin, cv::Size size) {
 
 FilterSource SourceFor(const PixelBuffer& buffer, const cv::Rect& box,
                        int margin, int depth) {
-  if (CvDepthOf(buffer.type()) == depth) return {MatOf(buffer), box};
+  if (StoredCvDepth(buffer.type()) == depth) return {CvHeaderOf(buffer), box};
   const cv::Rect grown =
       GrowBox(box, margin, cv::Size(buffer.width(), buffer.height()));
   cv::Mat window;
@@ -63,7 +63,7 @@ FilterSource SourceFor(const PixelBuffer& buffer, const cv::Rect& box,
     }
     if (depth != CV_64F) window.convertTo(window, depth);
   } else {
-    MatOf(buffer)(grown).convertTo(window, depth);
+    CvHeaderOf(buffer)(grown).convertTo(window, depth);
   }
   return {window, box - grown.tl()};
 }

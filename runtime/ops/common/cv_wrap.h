@@ -23,11 +23,11 @@ constexpr int kMirrorBorder = cv::BORDER_REFLECT_101;
 
 // The OpenCV depth of the stored values; -1 where OpenCV has none (int8,
 // complex).
-int CvDepthOf(PixelType type);
+int StoredCvDepth(PixelType type);
 
 // A header over the whole channel (no copy).
-cv::Mat MatOf(const PixelBuffer& buffer);
-cv::Mat MatOf(PixelBuffer* buffer);
+cv::Mat CvHeaderOf(const PixelBuffer& buffer);
+cv::Mat CvHeaderOf(PixelBuffer* buffer);
 
 // The bounding box of a region as a rectangle (empty for an empty region).
 cv::Rect BoxOf(const Region& region);
@@ -60,7 +60,7 @@ inline int WorkDepthOf(PixelType type) {
 // in the work depth, which the filters then keep.
 inline FilterSource LinearFilterSource(const PixelBuffer& buffer, const cv::Rect& box,
                                        int margin) {
-  const int d = CvDepthOf(buffer.type());
+  const int d = StoredCvDepth(buffer.type());
   const bool native = d == CV_8U || d == CV_16U || d == CV_16S || d == CV_32F;
   return SourceFor(buffer, box, margin, native ? d : WorkDepthOf(buffer.type()));
 }

@@ -90,7 +90,7 @@ VEXA_OPERATOR(nonmax_suppression_dir) {
     if (r != VRESULT_OK) return r;
     cv::Rect grown;
     const cv::Mat amp = GrownAmplitude(amp_px, box, &grown);
-    const cv::Mat dir = MatOf(dir_px)(grown);
+    const cv::Mat dir = CvHeaderOf(dir_px)(grown);
     cv::Mat thinned;
     if (interpolated) {
       cv::Mat angle(amp.size(), CV_64F);

@@ -100,7 +100,7 @@ VEXA_OPERATOR(hough_line_trans) {
   PixelBuffer* px = nullptr;
   rc = db::WritableChannel(key, 0, &px);
   if (rc != VRESULT_OK) return rc;
-  acc.votes.copyTo(MatOf(px));
+  acc.votes.copyTo(CvHeaderOf(px));
   return out.HandOver(ctx, 1);
 }
 
