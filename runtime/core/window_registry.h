@@ -40,6 +40,7 @@ struct Window {
   std::vector<Rgb> raster;  // width * height pixels in row order
   Rgb color{255, 255, 255};
   DrawMode draw = DrawMode::kFill;
+  int32_t line_width = 1;  // of lines and outlines, in pixels
 
   // Sets pixel (r, c) to `value` if it lies in the raster.
   void Put(int32_t r, int32_t c, Rgb value) {
@@ -48,6 +49,16 @@ struct Window {
   }
   // The same in the current colour.
   void Plot(int32_t r, int32_t c) { Put(r, c, color); }
+  // Mixes the current colour into pixel (r, c) by `coverage` in [0, 1]:
+  // the edge pixels of anti-aliased drawing.
+  void Blend(int32_t r, int32_t c, double coverage) {
+    if (r < 0 || r >= height || c < 0 || c >= width || coverage <= 0.0) return;
+    Rgb& p = raster[static_cast<size_t>(r) * width + c];
+    const double a = coverage >= 1.0 ? 1.0 : coverage;
+    p.r = static_cast<uint8_t>(p.r + (color.r - p.r) * a + 0.5);
+    p.g = static_cast<uint8_t>(p.g + (color.g - p.g) * a + 0.5);
+    p.b = static_cast<uint8_t>(p.b + (color.b - p.b) * a + 0.5);
+  }
   // Resizes the raster to width * height and clears it to black.
   void Resize(int32_t w, int32_t h);
 };
