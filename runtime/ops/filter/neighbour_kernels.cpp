@@ -47,28 +47,52 @@ bool IsSquareMedian(const NeighbourMask& mask, int k) {
          k == mask.count() / 2;
 }
 
+// Byte ranks by the running histogram over `rect`.
+void HistogramRank(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
+                   const NeighbourMask& mask, const Border& border, int k) {
+  const cv::Mat tile = BorderedTile(src, rect, mask.ry(), mask.rx(), border);
+  cv::Mat out = dst(rect);
+  RankHistogram hist(k);
+  SlideHistogram(tile, mask, rect.size(), hist, [&](int i, int j, RankHistogram& h) {
+    out.ptr<uint8_t>(i)[j] = h.Value();
+  });
+}
+
+// Byte square medians: cv::medianBlur straight on the rectangle, no copy.
+// It treats the rectangle as a whole image, so its results within r of the
+// rectangle's edge, whose neighbours reach outside, are redone by the
+// histogram with the true neighbours and the border rule.
+void SquareMedian(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
+                  const NeighbourMask& mask, const Border& border, int k) {
+  const int r = mask.ry();
+  if (rect.width <= 2 * r || rect.height <= 2 * r) {
+    HistogramRank(src, dst, rect, mask, border, k);
+    return;
+  }
+  cv::Mat out = dst(rect);
+  cv::medianBlur(src(rect), out, 2 * r + 1);
+  const int inner = rect.height - 2 * r;
+  for (const cv::Rect& strip :
+       {cv::Rect(rect.x, rect.y, rect.width, r), cv::Rect(rect.x, rect.y + rect.height - r, rect.width, r),
+        cv::Rect(rect.x, rect.y + r, r, inner), cv::Rect(rect.x + rect.width - r, rect.y + r, r, inner)})
+    HistogramRank(src, dst, strip, mask, border, k);
+}
+
 }  // namespace
 
 void RankFilter(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
                 const NeighbourMask& mask, const Border& border, int k) {
-  const cv::Mat tile = BorderedTile(src, rect, mask.ry(), mask.rx(), border);
-  cv::Mat out = dst(rect);
   if (src.depth() == CV_8U && IsSquareMedian(mask, k)) {
-    // The tile holds every neighbour of the result pixels, so medianBlur's
-    // own border only touches the margin, which is dropped.
-    cv::Mat blurred;
-    cv::medianBlur(tile, blurred, 2 * mask.ry() + 1);
-    blurred(cv::Rect(mask.rx(), mask.ry(), rect.width, rect.height)).copyTo(out);
+    SquareMedian(src, dst, rect, mask, border, k);
   } else if (src.depth() == CV_8U) {
-    RankHistogram hist(k);
-    SlideHistogram(tile, mask, rect.size(), hist, [&](int i, int j, RankHistogram& h) {
-      out.ptr<uint8_t>(i)[j] = h.Value();
-    });
+    HistogramRank(src, dst, rect, mask, border, k);
   } else {
-    GatherFilter(tile, mask, out, [k](auto* v, size_t n, auto) {
-      std::nth_element(v, v + k, v + n);
-      return static_cast<double>(v[k]);
-    });
+    cv::Mat out = dst(rect);
+    GatherFilter(BorderedTile(src, rect, mask.ry(), mask.rx(), border), mask, out,
+                 [k](auto* v, size_t n, auto) {
+                   std::nth_element(v, v + k, v + n);
+                   return static_cast<double>(v[k]);
+                 });
   }
 }
 
