@@ -58,10 +58,23 @@ void HistogramRank(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
   });
 }
 
+// Any type: the mask's values gathered per pixel, the rank by nth_element.
+void GatherRank(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
+                const NeighbourMask& mask, const Border& border, int k) {
+  cv::Mat out = dst(rect);
+  GatherFilter(BorderedTile(src, rect, mask.ry(), mask.rx(), border), mask, out,
+               [k](auto* v, size_t n, auto) {
+                 std::nth_element(v, v + k, v + n);
+                 return static_cast<double>(v[k]);
+               });
+}
+
 // Byte square medians: cv::medianBlur straight on the rectangle, no copy.
 // It treats the rectangle as a whole image, so its results within r of the
 // rectangle's edge, whose neighbours reach outside, are redone by the
-// histogram with the true neighbours and the border rule.
+// histogram (rows) or by gathering (the narrow columns, where a histogram
+// would be set up anew for every few pixels), with the true neighbours and
+// the border rule.
 void SquareMedian(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
                   const NeighbourMask& mask, const Border& border, int k) {
   const int r = mask.ry();
@@ -73,9 +86,11 @@ void SquareMedian(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
   cv::medianBlur(src(rect), out, 2 * r + 1);
   const int inner = rect.height - 2 * r;
   for (const cv::Rect& strip :
-       {cv::Rect(rect.x, rect.y, rect.width, r), cv::Rect(rect.x, rect.y + rect.height - r, rect.width, r),
-        cv::Rect(rect.x, rect.y + r, r, inner), cv::Rect(rect.x + rect.width - r, rect.y + r, r, inner)})
+       {cv::Rect(rect.x, rect.y, rect.width, r), cv::Rect(rect.x, rect.y + rect.height - r, rect.width, r)})
     HistogramRank(src, dst, strip, mask, border, k);
+  for (const cv::Rect& strip :
+       {cv::Rect(rect.x, rect.y + r, r, inner), cv::Rect(rect.x + rect.width - r, rect.y + r, r, inner)})
+    GatherRank(src, dst, strip, mask, border, k);
 }
 
 }  // namespace
@@ -87,12 +102,7 @@ void RankFilter(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
   } else if (src.depth() == CV_8U) {
     HistogramRank(src, dst, rect, mask, border, k);
   } else {
-    cv::Mat out = dst(rect);
-    GatherFilter(BorderedTile(src, rect, mask.ry(), mask.rx(), border), mask, out,
-                 [k](auto* v, size_t n, auto) {
-                   std::nth_element(v, v + k, v + n);
-                   return static_cast<double>(v[k]);
-                 });
+    GatherRank(src, dst, rect, mask, border, k);
   }
 }
 
