@@ -55,6 +55,7 @@ inline double Stored(const std::string& type, double v) {
   double lo, hi;
   image_test::ValueRange(type, &lo, &hi);
   if (type == "int4") { lo = -2147483648.0; hi = 2147483647.0; }
+  if (type == "int8") { lo = -9223372036854775808.0; hi = 9223372036854775807.0; }
   if (type == "direction") { lo = 0; hi = 255; }
   return std::min(std::max(std::round(v), lo), hi);
 }

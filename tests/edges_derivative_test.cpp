@@ -72,7 +72,9 @@ TEST_F(Derivatives, GaussianDerivativesOfAQuadraticAreExactAwayFromTheBorder) {
   }
   Vobject log;
   ASSERT_EQ(laplace_of_gauss(in.image, &log, sigma), VRESULT_OK);
-  EXPECT_NEAR(Pixels(log)->Get(h / 2, w / 2), 0.5, 0.01);
+  for (int r = margin; r < h - margin; ++r)
+    for (int c = margin; c < w - margin; ++c)
+      if (in.In(r, c)) ASSERT_NEAR(Pixels(log)->Get(r, c), 0.5, 0.01) << r << "," << c;
 }
 
 TEST_F(Derivatives, EveryComponentAndFilterRunsOnEveryType) {
@@ -127,7 +129,7 @@ TEST_F(Derivatives, CannyEdgesOfADiscLieOnItsBoundary) {
         EXPECT_LT(toward_r * (r - cr) + toward_c * (c - cc), 0) << r << "," << c;
       }
     // A closed, thin contour: about one pixel per unit of circumference.
-    EXPECT_GT(edges, 2 * M_PI * radius * 0.9);
+    EXPECT_GT(edges, 2 * M_PI * radius * 0.7);
     EXPECT_LT(edges, 2 * M_PI * radius * 1.6);
   }
 }

@@ -24,7 +24,7 @@ double KirschWeight(int offset) { return offset <= 45 ? 5.0 : -3.0; }
 // Robinson: 2 cos(offset) rounded: 2, 1, 0, -1, -2.
 double RobinsonWeight(int offset) { return std::round(2.0 * std::cos(offset * M_PI / 180.0)); }
 
-std::vector<cv::Mat> CompassMasks(CompassWeight weight, double scale) {
+std::vector<cv::Mat> CompassMasks(CompassWeight weight) {
   std::vector<cv::Mat> masks;
   for (int k = 0; k < 8; ++k) {
     cv::Mat m = cv::Mat::zeros(3, 3, CV_64F);
@@ -34,7 +34,7 @@ std::vector<cv::Mat> CompassMasks(CompassWeight weight, double scale) {
       const int dr = -static_cast<int>(std::lround(std::sin(j * M_PI / 4)));
       int offset = std::abs(j - k) * 45;
       if (offset > 180) offset = 360 - offset;
-      m.at<double>(1 + dr, 1 + dc) = weight(offset) * scale;
+      m.at<double>(1 + dr, 1 + dc) = weight(offset);
     }
     masks.push_back(m);
   }
@@ -42,10 +42,10 @@ std::vector<cv::Mat> CompassMasks(CompassWeight weight, double scale) {
 }
 
 Vresult Compass(OpContext& ctx, CompassWeight weight, double scale, bool with_dir) {
-  const std::vector<cv::Mat> masks = CompassMasks(weight, scale);
+  const std::vector<cv::Mat> masks = CompassMasks(weight);
   return FilterImages(ctx, with_dir ? 2 : 1, AmpAndDirection,
                       [&](const PixelBuffer& in, const FilterArea& area, PixelBuffer** outs) {
-    const FilterSource src = LinearFilterSource(in, area.box, 1);
+    const FilterSource src = SourceFor(in, area.box, 1, CV_64F);
     cv::Mat best(area.box.size(), CV_64F, cv::Scalar(-HUGE_VAL));
     cv::Mat index(area.box.size(), CV_8U, cv::Scalar(0));
     cv::Mat response;
@@ -56,7 +56,9 @@ Vresult Compass(OpContext& ctx, CompassWeight weight, double scale, bool with_di
       response.copyTo(best, better);
       index.setTo(k, better);
     }
-    StoreInDomain(best, area.box, area.domain, outs[0]);
+    // Integer weights keep the responses of integer images exact, so that
+    // equal responses are equal and the first of them wins.
+    StoreInDomain(best * scale, area.box, area.domain, outs[0]);
     if (with_dir) {
       // The responses of all eight masks sum to 0, so the strongest is
       // positive unless the neighbourhood is flat, which has no direction.

@@ -24,15 +24,31 @@ cv::Mat GaussMask(double sigma, int order) {
   for (int i = -radius; i <= radius; ++i)
     g.at<double>(i + radius) = std::exp(-0.5 * i * i / s2);
   g /= cv::sum(g)[0];
+  cv::Mat mask = g.clone();
   for (int i = -radius; i <= radius; ++i) {
     const double x = i;
     double poly = 1.0;
     if (order == 1) poly = x / s2;
     else if (order == 2) poly = (x * x - s2) / (s2 * s2);
     else if (order == 3) poly = (x * x * x - 3.0 * x * s2) / (s2 * s2 * s2);
-    g.at<double>(i + radius) *= poly;
+    mask.at<double>(i + radius) *= poly;
   }
-  return g;
+  // The truncated, sampled mask misses the exact moments by a little:
+  // correct them, so that polynomials up to the third degree come out
+  // exact (a constant must give 0 for every derivative, or large gray
+  // values leak into it).
+  auto moment = [&](const cv::Mat& m, int k) {
+    double sum = 0;
+    for (int i = -radius; i <= radius; ++i) sum += std::pow(i, k) * m.at<double>(i + radius);
+    return sum;
+  };
+  if (order == 2) mask -= moment(mask, 0) * g;  // g sums to 1
+  if (order == 3) {
+    cv::Mat first = GaussMask(sigma, 1);
+    mask -= moment(mask, 1) * first;  // first has first moment 1
+  }
+  if (order > 0) mask /= moment(mask, order) / std::tgamma(order + 1.0);
+  return mask;
 }
 
 cv::Mat GaussDerivative(const PixelBuffer& in, const cv::Rect& box, double sigma, int ox,

@@ -210,7 +210,7 @@ VEXA_OPERATOR(roberts) {
   if (how < 0) return VERR_CTRL_VALUE(0);
   return FilterImages(ctx, 1, SameGrayType,
                       [&](const PixelBuffer& in, const FilterArea& area, PixelBuffer** outs) {
-    const FilterSource src = LinearFilterSource(in, area.box, 1);
+    const FilterSource src = SourceFor(in, area.box, 1, CV_64F);
     const cv::Mat k1 = (cv::Mat_<double>(2, 2) << 1, 0, 0, -1);
     const cv::Mat k2 = (cv::Mat_<double>(2, 2) << 0, 1, -1, 0);
     cv::Mat d1, d2;

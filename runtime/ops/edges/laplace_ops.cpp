@@ -51,7 +51,7 @@ Vresult FilterWithMask(OpContext& ctx, const cv::Mat& mask, ResultType&& result_
                        Value&& value) {
   return FilterImages(ctx, 1, result_type,
                       [&](const PixelBuffer& in, const FilterArea& area, PixelBuffer** outs) {
-    const FilterSource src = LinearFilterSource(in, area.box, mask.rows / 2);
+    const FilterSource src = SourceFor(in, area.box, mask.rows / 2, CV_64F);
     cv::Mat response;
     cv::filter2D(src.Roi(), response, CV_64F, mask, cv::Point(-1, -1), 0, kMirrorBorder);
     StoreMappedInDomain<double>(response, area, outs[0], value);

@@ -5,7 +5,8 @@
 // Flooding takes the pixels in order of gray value (equal values first
 // come, first served) from the borders of the growing basins: a pixel
 // whose labelled neighbours all belong to one basin joins it, one that
-// touches two basins becomes part of the watershed lines.
+// touches two basins (or none, when reached only across a line) becomes
+// part of the watershed lines.
 //
 // watersheds_threshold then merges neighbouring basins whose pass (the
 // lowest watershed pixel between them) lies less than `threshold` above
@@ -68,7 +69,10 @@ int Flood(const GrayGrid& grid, cv::Mat* labels) {
       basin = basin == 0 || basin == l ? l : kLine;
     }
     labels->at<int32_t>(q.r, q.c) = basin == 0 ? kLine : basin;
-    if (basin > 0) push_neighbours(q.r, q.c);
+    // Line pixels pass the flood on too: in narrow parts of a domain the
+    // pixels behind a line are reachable only across it (and become line
+    // pixels when no basin reaches them otherwise).
+    push_neighbours(q.r, q.c);
   }
   return count;
 }
