@@ -113,48 +113,95 @@ void Join(std::vector<uint32_t>& parent, uint32_t i, uint32_t j) {
 
 }  // namespace
 
-// Union and intersection have leaner forms than the edge walk: a merge in
-// canonical order that joins overlapping and touching runs, and two
-// cursors that emit the overlaps.
+// Canonical order of chords as one unsigned comparison: row, then the
+// given column (sign bits flipped so that negative numbers sort first).
+inline uint64_t OrderKey(int32_t row, int32_t col) {
+  return (uint64_t{static_cast<uint32_t>(row) ^ 0x80000000u} << 32) |
+         (static_cast<uint32_t>(col) ^ 0x80000000u);
+}
+
+// Union, intersection and difference have leaner forms than the edge walk.
+// Their inner loops choose with comparisons instead of branches (which
+// chord comes next, whether runs join, whether an overlap is kept): on
+// fragmented scenes those outcomes are random and mispredicted branches
+// would dominate the cost. Outputs are sized for the worst case once and
+// trimmed at the end.
+
+// A merge in canonical order that joins overlapping and touching runs.
 ChordList ChordUnion(const ChordList& a, const ChordList& b) {
+  if (a.empty() || b.empty()) return a.empty() ? b : a;
   ChordList out(a.size() + b.size());
   Chord* o = out.data();
-  Chord* const first = o;
   const Chord *pa = a.data(), *ea = pa + a.size();
   const Chord *pb = b.data(), *eb = pb + b.size();
-  while (pa != ea || pb != eb) {
-    const bool take_a =
-        pb == eb || (pa != ea && (pa->r != pb->r ? pa->r < pb->r : pa->cb < pb->cb));
-    const Chord& c = take_a ? *pa++ : *pb++;
-    if (o != first && o[-1].r == c.r && int64_t{o[-1].ce} + 1 >= c.cb) {
-      if (c.ce > o[-1].ce) o[-1].ce = c.ce;
-    } else {
-      *o++ = c;
-    }
+  // cur: the run being built; it is stored at *o on every step, and o
+  // moves on only when the next chord starts a new run.
+  Chord cur = OrderKey(pa->r, pa->cb) < OrderKey(pb->r, pb->cb) ? *pa++ : *pb++;
+  auto add = [&](const Chord& c) {
+    const bool join = c.r == cur.r && int64_t{cur.ce} + 1 >= c.cb;
+    *o = cur;
+    o += !join;
+    cur.r = c.r;
+    cur.cb = join ? cur.cb : c.cb;
+    cur.ce = join ? std::max(cur.ce, c.ce) : c.ce;
+  };
+  while (pa != ea && pb != eb) {
+    const bool take_a = OrderKey(pa->r, pa->cb) < OrderKey(pb->r, pb->cb);
+    const Chord c = take_a ? *pa : *pb;
+    pa += take_a;
+    pb += !take_a;
+    add(c);
   }
-  out.resize(static_cast<size_t>(o - first));
+  for (; pa != ea; ++pa) add(*pa);
+  for (; pb != eb; ++pb) add(*pb);
+  *o++ = cur;
+  out.resize(static_cast<size_t>(o - out.data()));
   return out;
 }
 
+// Two cursors: every step stores the overlap of the current chords (kept
+// when they share a row and overlap) and moves past the one that ends
+// first, so the output comes out canonical.
 ChordList ChordIntersection(const ChordList& a, const ChordList& b) {
-  ChordList out;
-  out.reserve(std::min(a.size(), b.size()) * 2);
-  size_t i = 0, j = 0;
-  while (i < a.size() && j < b.size()) {
-    const Chord &x = a[i], &y = b[j];
-    if (x.r != y.r) {
-      (x.r < y.r ? i : j)++;
-      continue;
-    }
+  if (a.empty() || b.empty()) return {};
+  ChordList out(a.size() + b.size());
+  Chord* o = out.data();
+  const Chord *pa = a.data(), *ea = pa + a.size();
+  const Chord *pb = b.data(), *eb = pb + b.size();
+  while (pa != ea && pb != eb) {
+    const Chord x = *pa, y = *pb;
     const int32_t cb = std::max(x.cb, y.cb), ce = std::min(x.ce, y.ce);
-    if (cb <= ce) out.push_back({x.r, cb, ce});
-    (x.ce < y.ce ? i : j)++;
+    *o = {x.r, cb, ce};
+    o += (x.r == y.r) & (cb <= ce);
+    const bool next_a = OrderKey(x.r, x.ce) < OrderKey(y.r, y.ce);
+    pa += next_a;
+    pb += !next_a;
   }
+  out.resize(static_cast<size_t>(o - out.data()));
   return out;
 }
 
+// Every chord of a loses the runs of b that overlap it; b's cursor stays
+// on the first run that can still overlap a later chord of a.
 ChordList ChordDifference(const ChordList& a, const ChordList& b) {
-  return Combine(a, b, [](bool x, bool y) { return x && !y; });
+  if (a.empty() || b.empty()) return a;
+  // Each chord of b splits at most one chord of a in two.
+  ChordList out(a.size() + b.size());
+  Chord* o = out.data();
+  const Chord *pb = b.data(), *eb = pb + b.size();
+  for (const Chord& x : a) {
+    const uint64_t start = OrderKey(x.r, x.cb);
+    while (pb != eb && OrderKey(pb->r, pb->ce) < start) ++pb;
+    int64_t from = x.cb;
+    for (const Chord* q = pb; q != eb && q->r == x.r && q->cb <= x.ce; ++q) {
+      if (q->cb > from) *o++ = {x.r, static_cast<int32_t>(from), q->cb - 1};
+      from = int64_t{q->ce} + 1;
+      if (q->ce >= x.ce) break;
+    }
+    if (from <= x.ce) *o++ = {x.r, static_cast<int32_t>(from), x.ce};
+  }
+  out.resize(static_cast<size_t>(o - out.data()));
+  return out;
 }
 
 ChordList ChordSymmDifference(const ChordList& a, const ChordList& b) {
@@ -162,11 +209,18 @@ ChordList ChordSymmDifference(const ChordList& a, const ChordList& b) {
 }
 
 ChordList ChordUnionMany(const std::vector<const ChordList*>& lists) {
-  // Pairwise rounds: every chord takes part in log2(k) merges.
-  std::vector<ChordList> level;
+  std::vector<const ChordList*> inputs;
   for (const ChordList* l : lists)
-    if (l != nullptr && !l->empty()) level.push_back(*l);
-  if (level.empty()) return {};
+    if (l != nullptr && !l->empty()) inputs.push_back(l);
+  if (inputs.empty()) return {};
+  if (inputs.size() == 1) return *inputs.front();
+  // Pairwise rounds: every chord takes part in log2(k) merges; the first
+  // round reads the inputs in place.
+  std::vector<ChordList> level;
+  level.reserve((inputs.size() + 1) / 2);
+  for (size_t i = 0; i + 1 < inputs.size(); i += 2)
+    level.push_back(ChordUnion(*inputs[i], *inputs[i + 1]));
+  if (inputs.size() % 2 == 1) level.push_back(*inputs.back());
   while (level.size() > 1) {
     std::vector<ChordList> next;
     next.reserve((level.size() + 1) / 2);
@@ -289,9 +343,16 @@ RegionPtr RegionSymmDifference(const Region& a, const Region& b) {
 }
 
 RegionPtr RegionUnionMany(const std::vector<RegionPtr>& regions) {
+  // A single non-empty region is its own union: share it, no copy.
   std::vector<const ChordList*> lists;
-  lists.reserve(regions.size());
-  for (const RegionPtr& r : regions) lists.push_back(&r->chords());
+  const RegionPtr* only = nullptr;
+  for (const RegionPtr& r : regions) {
+    if (r->empty()) continue;
+    lists.push_back(&r->chords());
+    only = &r;
+  }
+  if (lists.empty()) return Region::Empty();
+  if (lists.size() == 1) return *only;
   return Region::FromCanonicalChords(ChordUnionMany(lists));
 }
 

@@ -31,7 +31,13 @@ void CoalesceSorted(std::vector<Chord>* chords) {
 
 }  // namespace
 
-Region::Region(std::vector<Chord> canonical) : chords_(std::move(canonical)) {
+Region::Region(std::vector<Chord> canonical) : chords_(std::move(canonical)) {}
+
+void Region::MeasureOnce() const {
+  std::call_once(measured_, [this] { Measure(); });
+}
+
+void Region::Measure() const {
   // Sums in double: exact for every region that fits in memory, and the
   // centre is a double anyway.
   double sum_r = 0.0, sum_c = 0.0;

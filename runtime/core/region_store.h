@@ -6,11 +6,14 @@
 // overlap or touch (touching runs are merged), so every region has exactly
 // one representation and two regions are equal exactly when their chord
 // lists are. Regions are immutable once made and shared by pointer between
-// objects; area and centre are computed once, at creation.
+// objects; area and centre are computed once, when first asked for (many
+// intermediate regions of a chain of operators are never measured, and
+// the pass over the chords would cost as much as the operation itself).
 #pragma once
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "vexa/types.h"
@@ -49,10 +52,19 @@ class Region {
 
   const std::vector<Chord>& chords() const { return chords_; }
   bool empty() const { return chords_.empty(); }
-  Vlong area() const { return area_; }
+  Vlong area() const {
+    MeasureOnce();
+    return area_;
+  }
   // Centre of gravity; 0, 0 for the empty region.
-  double row() const { return row_; }
-  double col() const { return col_; }
+  double row() const {
+    MeasureOnce();
+    return row_;
+  }
+  double col() const {
+    MeasureOnce();
+    return col_;
+  }
 
   bool Contains(int32_t r, int32_t c) const;
   // Smallest enclosing rectangle; false for the empty region.
@@ -69,11 +81,16 @@ class Region {
 
  private:
   explicit Region(std::vector<Chord> canonical);
+  void MeasureOnce() const;
+  void Measure() const;
 
   std::vector<Chord> chords_;
-  Vlong area_ = 0;
-  double row_ = 0.0;
-  double col_ = 0.0;
+  // Area and centre, filled by the first MeasureOnce (thread-safe: regions
+  // are shared between threads).
+  mutable std::once_flag measured_;
+  mutable Vlong area_ = 0;
+  mutable double row_ = 0.0;
+  mutable double col_ = 0.0;
 };
 
 inline bool operator==(const Region& a, const Region& b) {

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "ops/region/kernels/bit_morph.h"
 #include "ops/region/kernels/row_runs.h"
 
 namespace vexa {
@@ -219,18 +220,51 @@ Element Element::Mirrored() const {
   return e;
 }
 
+std::vector<Chord> Element::AsChords() const {
+  if (!is_box_) return chords_;
+  std::vector<Chord> rows;
+  rows.reserve(static_cast<size_t>(bounds_.r1 - bounds_.r0 + 1));
+  for (int64_t r = bounds_.r0; r <= bounds_.r1; ++r)
+    rows.push_back({static_cast<int32_t>(r), static_cast<int32_t>(bounds_.c0),
+                    static_cast<int32_t>(bounds_.c1)});
+  return rows;
+}
+
+double Element::RunMergesPerChord(bool grow) const {
+  if (is_box_) {
+    // One widening, then a merge of two rows per doubling step.
+    double steps = 1.0;
+    for (int64_t span = 1; span < bounds_.r1 - bounds_.r0 + 1; span *= 2) steps += 1.0;
+    return 1.0 + 2.0 * steps;
+  }
+  // Every output row merges one input row per element chord; the
+  // intersections of Fit stop early where nothing is left.
+  const double k = static_cast<double>(chords_.size());
+  return grow ? 2.0 * k : k;
+}
+
 Vresult Add(const Region& a, const Element& b, RegionPtr* out) {
   if (!FitsInt32(a, b.bounds_)) return VERR_TOO_LARGE;
-  *out = Region::FromCanonicalChords(b.is_box_ ? AddBox(a, b.bounds_)
-                                               : AddChords(a, b.chords_));
+  const std::vector<Chord> shape = b.AsChords();
+  if (PreferBitRows(a, shape, b.RunMergesPerChord(true))) {
+    *out = Region::FromCanonicalChords(AddByBitRows(a, shape));
+  } else {
+    *out = Region::FromCanonicalChords(b.is_box_ ? AddBox(a, b.bounds_)
+                                                 : AddChords(a, b.chords_));
+  }
   return VRESULT_OK;
 }
 
 Vresult Fit(const Region& a, const Element& b, RegionPtr* out) {
   const Box back{-b.bounds_.r1, -b.bounds_.r0, -b.bounds_.c1, -b.bounds_.c0};
   if (!FitsInt32(a, back)) return VERR_TOO_LARGE;
-  *out = Region::FromCanonicalChords(b.is_box_ ? FitBox(a, b.bounds_)
-                                               : FitChords(a, b.chords_));
+  const std::vector<Chord> shape = b.AsChords();
+  if (PreferBitRows(a, shape, b.RunMergesPerChord(false))) {
+    *out = Region::FromCanonicalChords(FitByBitRows(a, shape));
+  } else {
+    *out = Region::FromCanonicalChords(b.is_box_ ? FitBox(a, b.bounds_)
+                                                 : FitChords(a, b.chords_));
+  }
   return VRESULT_OK;
 }
 

@@ -9,10 +9,12 @@
 // subtraction is Fit with the mirrored element; openings and closings
 // combine them.
 //
-// Costs follow the chords, never the pixels: an arbitrary element costs one
-// row merge per element chord and output row; a rectangle widens every
-// chord once and then combines rows by doubling windows (log2 of the height
-// merges per row), so large rectangles cost little more than small ones.
+// Costs follow the chords: an arbitrary element costs one row merge per
+// element chord and output row; a rectangle widens every chord once and
+// then combines rows by doubling windows (log2 of the height merges per
+// row), so large rectangles cost little more than small ones. Regions with
+// so many runs per row that these merges would cost more than working on
+// packed pixels go through bit_morph.h instead.
 #pragma once
 
 #include <cstdint>
@@ -49,6 +51,11 @@ class Element {
  private:
   friend Vresult Add(const Region& a, const Element& b, RegionPtr* out);
   friend Vresult Fit(const Region& a, const Element& b, RegionPtr* out);
+  // The element as chords, one per row for a box.
+  std::vector<Chord> AsChords() const;
+  // Row merges per input chord that the run path of Add (grow) or Fit
+  // spends with this element.
+  double RunMergesPerChord(bool grow) const;
   bool is_box_ = false;
   Box bounds_{0, 0, 0, 0};
   std::vector<Chord> chords_;  // when not a box

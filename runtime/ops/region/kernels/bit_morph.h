@@ -1,0 +1,37 @@
+// Morphology of dense regions on packed bit rows.
+//
+// When a region holds many runs per row, merging run lists row by row costs
+// more than working on its pixels 64 at a time: the region is painted into
+// rows of 64-bit words over its bounding box (plus the element's reach),
+// every element row is applied as a shift-and-combine of whole words, and
+// the result is read back as chords. Rows of the element with the same
+// columns share one widened copy of the input, and consecutive rows of such
+// a group are combined by doubling windows, so a disc of radius r costs
+// about as many passes as it has distinct widths, and a rectangle of height
+// h about log2(h) passes.
+//
+// Element chords are relative to the reference point, canonical and not
+// empty. Results are canonical chords, as Add and Fit of morph_kernels.h
+// define them; the caller has checked that every coordinate stays in int32.
+#pragma once
+
+#include <vector>
+
+#include "region_store.h"
+
+namespace vexa {
+
+// True when the packed-bit path is expected to be cheaper than the run
+// merges for `a` and `element` (`merges_per_chord`: how many row merges the
+// run path spends per chord of a).
+bool PreferBitRows(const Region& a, const std::vector<Chord>& element,
+                   double merges_per_chord);
+
+// { p + k : p in a, k in element }
+std::vector<Chord> AddByBitRows(const Region& a,
+                                const std::vector<Chord>& element);
+// { p : p + k in a for every k in element }
+std::vector<Chord> FitByBitRows(const Region& a,
+                                const std::vector<Chord>& element);
+
+}  // namespace vexa
