@@ -123,6 +123,27 @@ bool TrackByOpenCv(const cv::Mat& gx, const cv::Mat& gy, const cv::Rect& inner, 
   return true;
 }
 
+// The amplitude (0 off the edges) and the direction code (255 off the
+// edges) at the kept pixels, from the derivatives of element type S.
+template <class S>
+void EdgeValues(const cv::Mat& gx, const cv::Mat& gy, const cv::Mat& keep, bool max_norm,
+                cv::Mat* amp, cv::Mat* codes) {
+  *amp = cv::Mat::zeros(keep.size(), gx.type());
+  *codes = cv::Mat(keep.size(), CV_8U, cv::Scalar(255));
+  for (int r = 0; r < keep.rows; ++r) {
+    const uint8_t* k = keep.ptr<uint8_t>(r);
+    const S* x = gx.ptr<S>(r);
+    const S* y = gy.ptr<S>(r);
+    S* a = amp->ptr<S>(r);
+    uint8_t* code = codes->ptr<uint8_t>(r);
+    for (int c = 0; c < keep.cols; ++c) {
+      if (!k[c]) continue;
+      a[c] = max_norm ? std::max(std::abs(x[c]), std::abs(y[c])) : std::sqrt(x[c] * x[c] + y[c] * y[c]);
+      code[c] = static_cast<uint8_t>(DirectionCode(x[c], y[c]));
+    }
+  }
+}
+
 }  // namespace
 
 VEXA_OPERATOR(edges_image) {
@@ -148,33 +169,27 @@ VEXA_OPERATOR(edges_image) {
     } else {
       Gradients(in, grown, SobelMasks(3), &gx, &gy);
     }
-    gx.convertTo(gx, CV_64F);
-    gy.convertTo(gy, CV_64F);
-    const cv::Mat mask = DomainMask(area.domain, area.box);
-    cv::Mat amp(grown.size(), CV_64F);
-    if (filter.max_norm)
-      amp = cv::max(cv::Mat(cv::abs(gx)), cv::Mat(cv::abs(gy)));
-    else
-      cv::magnitude(gx, gy, amp);
     cv::Mat keep;
     if (nms != Nms::kNms || filter.max_norm ||
         !TrackByOpenCv(gx, gy, inner, static_cast<double>(low), static_cast<double>(high), &keep)) {
-      keep = Hysteresis(Thinned(amp, gx, gy, nms)(inner), mask, static_cast<double>(low),
-                        static_cast<double>(high));
+      cv::Mat x, y, amp;
+      gx.convertTo(x, CV_64F);
+      gy.convertTo(y, CV_64F);
+      if (filter.max_norm)
+        amp = cv::max(cv::Mat(cv::abs(x)), cv::Mat(cv::abs(y)));
+      else
+        cv::magnitude(x, y, amp);
+      keep = Hysteresis(Thinned(amp, x, y, nms)(inner), DomainMask(area.domain, area.box),
+                        static_cast<double>(low), static_cast<double>(high));
+    } else if (area.domain.area() != area.box.area()) {
+      keep &= DomainMask(area.domain, area.box);
     }
-    keep &= mask;
-    cv::Mat edges = cv::Mat::zeros(area.box.size(), CV_64F);
-    amp(inner).copyTo(edges, keep);
+    cv::Mat edges, codes;
+    if (gx.depth() == CV_32F)
+      EdgeValues<float>(gx(inner), gy(inner), keep, filter.max_norm, &edges, &codes);
+    else
+      EdgeValues<double>(gx(inner), gy(inner), keep, filter.max_norm, &edges, &codes);
     StoreInDomain(edges, area.box, area.domain, outs[0]);
-    cv::Mat codes(area.box.size(), CV_8U, cv::Scalar(255));
-    for (int r = 0; r < codes.rows; ++r) {
-      const uint8_t* k = keep.ptr<uint8_t>(r);
-      const double* x = gx.ptr<double>(r + inner.y) + inner.x;
-      const double* y = gy.ptr<double>(r + inner.y) + inner.x;
-      uint8_t* code = codes.ptr<uint8_t>(r);
-      for (int c = 0; c < codes.cols; ++c)
-        if (k[c]) code[c] = static_cast<uint8_t>(DirectionCode(x[c], y[c]));
-    }
     StoreInDomain(codes, area.box, area.domain, outs[1]);
     return VRESULT_OK;
   });
