@@ -2,6 +2,8 @@
 #include "ops/common/cv_wrap.h"
 
 #include <algorithm>
+#include <limits>
+#include <type_traits>
 
 namespace vexa {
 
@@ -81,6 +83,18 @@ void StoreTyped(const cv::Mat& result, const cv::Rect& box, const Region& domain
     O* row = dst + static_cast<size_t>(ch.r) * w;
     if constexpr (std::is_same<S, O>::value) {
       std::copy(src + ch.cb, src + ch.ce + 1, row + ch.cb);
+    } else if constexpr (std::is_same<S, float>::value && std::is_integral<O>::value &&
+                         sizeof(O) <= 2 && kOut != PixelType::kCyclic) {
+      // Float to a narrow integer type, the common case of filter results:
+      // clipping first keeps x +- 0.5 exact in float, so truncating it
+      // rounds half away from zero as StorePixel does, without its
+      // conversion to double.
+      constexpr float kLo = std::numeric_limits<O>::min(), kHi = std::numeric_limits<O>::max();
+      for (int32_t c = ch.cb; c <= ch.ce; ++c) {
+        const float x = src[c];
+        const float v = x != x ? 0.0f : std::min(std::max(x, kLo), kHi);
+        row[c] = static_cast<O>(v >= 0 ? v + 0.5f : v - 0.5f);
+      }
     } else {
       for (int32_t c = ch.cb; c <= ch.ce; ++c)
         row[c] = StorePixel<kOut>(static_cast<double>(src[c]));
