@@ -245,6 +245,42 @@ TEST_F(EdgeFilters, HistogramEqualisationSpreadsTheDomainsValues) {
                  [&](int r, int c) { return 255 * below[static_cast<int>(in.At(r, c))] / n; });
 }
 
+TEST_F(EdgeFilters, VariantsAgreeWithTheirPlainForms) {
+  std::mt19937 gen(19);
+  const TestImage in = RandomImage("int2", 21, 17, gen);
+  // Thinning keeps a pixel's amplitude or clears it.
+  Vobject plain, thin, amp, dir;
+  ASSERT_EQ(sobel_amp(in.image, &plain, "sum_abs", Vlong{3}), VRESULT_OK);
+  ASSERT_EQ(sobel_amp(in.image, &thin, "thin_sum_abs", Vlong{3}), VRESULT_OK);
+  int kept = 0;
+  for (int r = 0; r < in.height; ++r)
+    for (int c = 0; c < in.width; ++c) {
+      const double t = Pixels(thin)->Get(r, c);
+      if (t != 0) EXPECT_EQ(t, Pixels(plain)->Get(r, c));
+      kept += t != 0;
+    }
+  EXPECT_GT(kept, 0);
+  // The amplitude-only operators give the amplitude of the _dir ones.
+  for (int k = 0; k < 4; ++k) {
+    Vobject a;
+    if (k == 0) { ASSERT_EQ(prewitt_amp(in.image, &a), VRESULT_OK); prewitt_dir(in.image, &amp, &dir); }
+    if (k == 1) { ASSERT_EQ(frei_amp(in.image, &a), VRESULT_OK); frei_dir(in.image, &amp, &dir); }
+    if (k == 2) { ASSERT_EQ(kirsch_amp(in.image, &a), VRESULT_OK); kirsch_dir(in.image, &amp, &dir); }
+    if (k == 3) { ASSERT_EQ(robinson_amp(in.image, &a), VRESULT_OK); robinson_dir(in.image, &amp, &dir); }
+    ExpectFiltered(a, in, "int2", 0, [&](int r, int c) { return Pixels(amp)->Get(r, c); });
+  }
+  // Flat images: no contrast to change, no difference of Gaussians.
+  Vobject zero, flat, out;
+  ASSERT_EQ(gen_image_const(&zero, "byte", Vlong{12}, Vlong{9}), VRESULT_OK);
+  ASSERT_EQ(gen_image_proto(zero, &flat, 127.0), VRESULT_OK);
+  ASSERT_EQ(illuminate(flat, &out, Vlong{5}, Vlong{5}, 0.7), VRESULT_OK);
+  EXPECT_EQ(Pixels(out)->Get(4, 6), 127.0);
+  ASSERT_EQ(diff_of_gauss(flat, &out, 1.0, 2.0), VRESULT_OK);
+  EXPECT_NEAR(Pixels(out)->Get(4, 6), 0.0, 1e-4);
+  ASSERT_EQ(laplace(flat, &out, "absolute", Vlong{7}, "n_8_isotropic"), VRESULT_OK);
+  EXPECT_EQ(Pixels(out)->Get(4, 6), 0.0);
+}
+
 TEST_F(EdgeFilters, OnePixelImagesHaveNoEdges) {
   std::mt19937 gen(17);
   const TestImage in = RandomImage("byte", 1, 1, gen, true);

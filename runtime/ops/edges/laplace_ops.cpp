@@ -32,8 +32,12 @@ bool ParseLaplaceMask(const char* name, cv::Mat* mask) {
 // The Laplace mask folded with a binomial smoothing of size - 2.
 cv::Mat LaplaceMask(const cv::Mat& mask3, int size) {
   if (size == 3) return mask3;
-  cv::Mat binomial, unused;
-  cv::getDerivKernels(binomial, unused, 0, 0, size - 2, true, CV_64F);
+  // Binomial row of size - 2 entries, summing to 1.
+  cv::Mat binomial = cv::Mat::zeros(size - 2, 1, CV_64F);
+  binomial.at<double>(0) = 1.0;
+  for (int k = 1; k < size - 2; ++k)
+    for (int i = k; i > 0; --i) binomial.at<double>(i) += binomial.at<double>(i - 1);
+  binomial /= cv::sum(binomial)[0];
   const cv::Mat smooth2d = binomial * binomial.t();
   cv::Mat padded;
   cv::copyMakeBorder(smooth2d, padded, 1, 1, 1, 1, cv::BORDER_CONSTANT, 0);
