@@ -224,6 +224,15 @@ TEST_F(TupleArithTest, ResultIsSizedByOneExtension) {
   // The first write goes to the last index: the growth rule sizes from it.
   EXPECT_EQ(Probe(Tup({1, 2, 3, 4, 5}) * 2).AllocNum(), 6);
   EXPECT_EQ(Probe(Tup({1}) - Tup({1, 2, 3, 4, 5})).AllocNum(), 6);
+
+  // The room beyond the length holds undefined values, also where the
+  // block was used before: a block of the same size is freed with a value
+  // in every entry just before the result takes it.
+  const VTuple five = Tup({1, 2, 3, 4, 5});
+  { const VTuple junk(6, VTuple(7)); }
+  VTuple grown = five * 2;
+  grown[5];
+  EXPECT_EQ(Show(grown), "[2, 4, 6, 8, 10, undef]");
 }
 
 TEST_F(TupleArithTest, UndefinedGapsFailByTheirSide) {
@@ -302,6 +311,22 @@ TEST_F(TupleArithTest, IncrementAddsTheIntegerOne) {
   EXPECT_EQ(Show(t), R"([3, 4.0, "x11"])");
   VTuple empty;
   EXPECT_EQ((++empty).Num(), 0);
+}
+
+// The loops write each result element once, into storage that is not
+// cleared first; a failure that throws part way must still leave a result
+// whose written texts are released and whose other entries are harmless.
+TEST_F(TupleArithTest, FailureThrownPartWayReleasesTheWrittenTexts) {
+  control_test::ScopedMemTrace trace;
+  {
+    VTuple gap = Tup({1, "a", "b"});
+    gap[0] = VCtrlVal();
+    ExpectRaise([&] { gap + "x"; }, ElemProc('+'), "not instantiated");
+    ExpectRaise([&] { gap + Tup({"x", "y", "z"}); }, ElemProc('+'), "not instantiated");
+    ExpectRaise([] { -Tup({"a", 1, 2.5}); }, "VTuple VTuple::operator - (void) const",
+                "neg of string value");
+  }
+  EXPECT_EQ(trace.Leaked(), 0) << trace.Report();
 }
 
 TEST_F(TupleArithTest, TextsAndFailuresLeakNothing) {

@@ -1,4 +1,5 @@
-// The runtime's allocator: VXAlloc/VXFree and their checked forms.
+// The runtime's allocator: VXAlloc/VXFree and their checked forms, and
+// VXAllocRaw, whose bytes are not cleared.
 //
 // Every block carries a header in front of the caller's bytes. Its magic
 // (mixed with the header's own address, so that a stale copy elsewhere does
@@ -92,13 +93,19 @@ char* s_default = g_empty_text;
 
 namespace vexa {
 
-Vresult AllocBlock(size_t size, const char* file, int line, void** ptr) {
+namespace {
+
+// A block of `size` caller's bytes, zero-filled when `cleared`.
+Vresult NewBlock(size_t size, const char* file, int line, bool cleared, void** ptr) {
   if (!ptr) return VERR_INTERNAL;
   *ptr = nullptr;
   if (size > kMaxBlockSize) return VERR_TOO_LARGE;
   // Zero-filled: an array of control values is then all undefined values
-  // at no extra cost, as large blocks come as fresh zero pages.
-  auto* h = static_cast<BlockHeader*>(std::calloc(1, sizeof(BlockHeader) + size));
+  // at no extra cost, as large blocks come as fresh zero pages. A reused
+  // heap block is cleared byte by byte, though, which is why callers that
+  // write every byte themselves take the uncleared form.
+  const size_t total = sizeof(BlockHeader) + size;
+  auto* h = static_cast<BlockHeader*>(cleared ? std::calloc(1, total) : std::malloc(total));
   if (!h) return VERR_OUT_OF_MEMORY;
   h->magic = MagicFor(h);
   h->size = size;
@@ -110,6 +117,12 @@ Vresult AllocBlock(size_t size, const char* file, int line, void** ptr) {
   g_alloc_count.fetch_add(1, std::memory_order_relaxed);
   *ptr = h + 1;
   return VRESULT_OK;
+}
+
+}  // namespace
+
+Vresult AllocBlock(size_t size, const char* file, int line, void** ptr) {
+  return NewBlock(size, file, line, true, ptr);
 }
 
 Vresult FreeBlock(void* ptr) {
@@ -133,6 +146,15 @@ Vresult VXAlloc(void* proc, size_t size, void** ptr) {
 Vresult VXAllocMemCheck(void* proc, size_t size, const char* file,
                         int32_t line, int32_t kind, void** ptr) {
   return vexa::AllocBlock(size, file ? file : "(no file)", line, ptr);
+}
+
+Vresult VXAllocRaw(void* proc, size_t size, void** ptr) {
+  return vexa::NewBlock(size, nullptr, 0, false, ptr);
+}
+
+Vresult VXAllocRawMemCheck(void* proc, size_t size, const char* file,
+                           int32_t line, int32_t kind, void** ptr) {
+  return vexa::NewBlock(size, file ? file : "(no file)", line, false, ptr);
 }
 
 Vresult VXFree(void* proc, void* ptr) { return vexa::FreeBlock(ptr); }

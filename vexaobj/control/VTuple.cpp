@@ -9,33 +9,16 @@
 
 #include "raise.h"
 #include "runtime_alloc.h"
+#include "tuple_kernel.h"
 
 namespace Vexa {
 
 VTuple* const _ = nullptr;
 VTuple* const __ = nullptr;
 
-namespace {
-
-// `count` undefined entries from the runtime's allocator, or null after a
-// raised failure. A count whose byte size does not fit is passed on as the
-// largest size, so that the runtime refuses it with its own text.
-VCtrlVal* AllocElems(Vlong count, const char* proc, const char* file, int line) {
-  const size_t max_count = SIZE_MAX / sizeof(VCtrlVal);
-  const size_t size = static_cast<uint64_t>(count) > max_count
-                          ? SIZE_MAX
-                          : static_cast<size_t>(count) * sizeof(VCtrlVal);
-  void* block = internal::RuntimeAlloc(nullptr, size, proc, file, line);
-  if (block == nullptr) return nullptr;
-  // The runtime's blocks come zero-filled, and all-zero bytes are an
-  // undefined value: the array needs no initialising pass.
-  static_assert(VPAR_UNDEF == 0, "an undefined value is all zero bytes");
-  return static_cast<VCtrlVal*>(block);
-}
-
-}  // namespace
-
-#define VEXA_ALLOC_ELEMS(count, proc) AllocElems(count, proc, __FILE__, __LINE__)
+// `count` undefined entries, or null after a raised failure.
+#define VEXA_ALLOC_ELEMS(count, proc) \
+  internal::RuntimeAllocArray<VCtrlVal>(count, internal::Fill::kZero, proc, __FILE__, __LINE__)
 
 VTuple::VTuple() : elems(nullptr), state(1) {}
 
@@ -154,8 +137,7 @@ void VTuple::CopyTuple(const VTuple& in) {
 }
 
 void VTuple::NewLength(Vlong new_num, Vlong old_num) {
-  VCtrlVal* fresh =
-      VEXA_ALLOC_ELEMS(new_num, "VTuple::NewLength(Vlong new_num, Vlong old_num)");
+  VCtrlVal* fresh = VEXA_ALLOC_ELEMS(new_num, internal::kNewLengthProc);
   if (fresh == nullptr) {
     // The old array stays with its first old_num entries. Without any, it
     // is released so that an empty tuple holds no storage.

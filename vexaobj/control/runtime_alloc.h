@@ -6,6 +6,7 @@
 #define VEXAOBJ_CONTROL_RUNTIME_ALLOC_H
 
 #include <stddef.h>
+#include <stdint.h>
 #include <string.h>
 
 #include <vexa/runtime.h>
@@ -18,25 +19,48 @@ namespace internal {
 // Kind tag of the library's checked allocations.
 constexpr int32_t kAllocKind = -112;
 
+// Whether a new block comes zero-filled (the default) or with its bytes as
+// they are, for a caller that writes every byte before it is read.
+enum class Fill { kZero, kNone };
+
 // Allocates on `instance` (null for none) and returns the runtime's code;
 // `*ptr` is null unless the code is success.
 inline Vresult RuntimeAllocCode(void* instance, size_t size, const char* file,
-                                int32_t line, void** ptr) {
+                                int32_t line, void** ptr, Fill fill = Fill::kZero) {
   *ptr = nullptr;
-  const Vresult rc =
-      VTraceMemory ? VXAllocMemCheck(instance, size, file, line, kAllocKind, ptr)
-                   : VXAlloc(instance, size, ptr);
+  Vresult rc;
+  if (fill == Fill::kZero)
+    rc = VTraceMemory ? VXAllocMemCheck(instance, size, file, line, kAllocKind, ptr)
+                      : VXAlloc(instance, size, ptr);
+  else
+    rc = VTraceMemory ? VXAllocRawMemCheck(instance, size, file, line, kAllocKind, ptr)
+                      : VXAllocRaw(instance, size, ptr);
   if (rc != VRESULT_OK) *ptr = nullptr;
   return rc;
 }
 
 // Allocates, or raises the runtime's text under `proc` and returns null.
 inline void* RuntimeAlloc(void* instance, size_t size, const char* proc,
-                          const char* file, int32_t line) {
+                          const char* file, int32_t line, Fill fill = Fill::kZero) {
   void* ptr;
-  const Vresult rc = RuntimeAllocCode(instance, size, file, line, &ptr);
+  const Vresult rc = RuntimeAllocCode(instance, size, file, line, &ptr, fill);
   if (rc != VRESULT_OK) RaiseRuntimeText(file, line, proc, rc);
   return ptr;
+}
+
+// An array of `count` control values, or null after a raised failure. A
+// count whose byte size does not fit is passed on as the largest size, so
+// that the runtime refuses it with its own text. Zero-filled entries are
+// undefined values, so such an array needs no initialising pass.
+template <class Elem>
+Elem* RuntimeAllocArray(int64_t count, Fill fill, const char* proc,
+                        const char* file, int32_t line) {
+  static_assert(VPAR_UNDEF == 0, "an undefined value is all zero bytes");
+  const size_t max_count = SIZE_MAX / sizeof(Elem);
+  const size_t size = static_cast<uint64_t>(count) > max_count
+                          ? SIZE_MAX
+                          : static_cast<size_t>(count) * sizeof(Elem);
+  return static_cast<Elem*>(RuntimeAlloc(nullptr, size, proc, file, line, fill));
 }
 
 // Frees a block of the runtime's allocator; null is accepted.

@@ -4,17 +4,41 @@
 // is sized by one storage extension, as its first write would size it.
 // Elements are read and written in place, without the checks of
 // VTuple::operator[], which is what keeps the inner loops tight.
+//
+// A fresh result gets the capacity of that one extension, but only its
+// tail beyond the written length is cleared: the loops write every live
+// entry anyway, and clearing them first would double the memory traffic.
 #ifndef VEXAOBJ_CONTROL_TUPLE_KERNEL_H
 #define VEXAOBJ_CONTROL_TUPLE_KERNEL_H
 
+#include <string.h>
+
 #include <vexa/types.h>
+#include <vexaobj/VBase.h>
 #include <vexaobj/VCtrlVal.h>
 #include <vexaobj/VTuple.h>
 
 #include "raise.h"
+#include "runtime_alloc.h"
 
 namespace Vexa {
 namespace internal {
+
+// Procedure named when the storage of a tuple cannot be extended.
+inline constexpr char kNewLengthProc[] = "VTuple::NewLength(Vlong new_num, Vlong old_num)";
+
+// The capacity the growth rule gives an empty array on a write to `index`,
+// asked of VBaseArray::Extend itself through an array without storage, so
+// that the rule lives in one place.
+class GrowthCapacity final : public VBaseArray {
+ public:
+  explicit GrowthCapacity(Vlong index) { Extend(index); }
+  Vlong value() const { return AllocNum(); }
+  const char* ClassName() const override { return "GrowthCapacity"; }
+
+ private:
+  void NewLength(Vlong, Vlong) override {}
+};
 
 struct TupleKernel {
   // --- Raw element access --------------------------------------------------
@@ -63,6 +87,44 @@ struct TupleKernel {
     return t.num >= length;
   }
 
+  // Makes `length` (at least 1) elements of the empty tuple `t` live with
+  // the capacity Grow would give, leaving the live entries uncleared for
+  // FillDown to write. False when the storage could not be had; the
+  // failure has been raised.
+  static bool GrowUncleared(VTuple& t, Vlong length) {
+    const Vlong capacity = GrowthCapacity(length - 1).value();
+    VCtrlVal* fresh = RuntimeAllocArray<VCtrlVal>(capacity, Fill::kNone, kNewLengthProc,
+                                                  __FILE__, __LINE__);
+    if (fresh == nullptr) return false;
+    ClearEntries(fresh + length, capacity - length);
+    t.elems = fresh;
+    t.SetArray(length, capacity);
+    return true;
+  }
+
+  // Makes `count` entries undefined values, whatever they held.
+  static void ClearEntries(VCtrlVal* entries, Vlong count) {
+    memset(static_cast<void*>(entries), 0, static_cast<size_t>(count) * sizeof(VCtrlVal));
+  }
+
+  // write(i, out[i]) for i from `top` down to 0 over uncleared entries,
+  // each made undefined just before its write, so a write may decline and
+  // leave it so. If a write throws, the entries not yet reached are
+  // cleared as well, so that the array can be released.
+  template <class Write>
+  static void FillDown(VCtrlVal* out, Vlong top, Write write) {
+    Vlong i = top;
+    try {
+      for (; i >= 0; --i) {
+        ClearEntries(out + i, 1);
+        write(i, out[i]);
+      }
+    } catch (...) {
+      ClearEntries(out, i);
+      throw;
+    }
+  }
+
   // --- Loops ---------------------------------------------------------------
   // A binary element operation is `void op(const VCtrlVal& left, const
   // VCtrlVal& right, VCtrlVal& out)`, writing into a slot that holds no
@@ -73,7 +135,7 @@ struct TupleKernel {
   static VTuple Zip(const VCtrlVal* left, bool left_steps, const VCtrlVal* right,
                     bool right_steps, Vlong n, Op op) {
     VTuple result;
-    if (n <= 0 || !Grow(result, n)) return result;
+    if (n <= 0 || !GrowUncleared(result, n)) return result;
     if (left_steps && right_steps) {
       ZipLoop<true, true>(left, right, result.elems, n, op);
     } else if (left_steps) {
@@ -88,9 +150,9 @@ struct TupleKernel {
   template <bool kLeftSteps, bool kRightSteps, class Op>
   static void ZipLoop(const VCtrlVal* left, const VCtrlVal* right, VCtrlVal* out,
                       Vlong n, Op op) {
-    for (Vlong i = n - 1; i >= 0; --i) {
-      op(left[kLeftSteps ? i : 0], right[kRightSteps ? i : 0], out[i]);
-    }
+    FillDown(out, n - 1, [&](Vlong i, VCtrlVal& slot) {
+      op(left[kLeftSteps ? i : 0], right[kRightSteps ? i : 0], slot);
+    });
   }
 
   // The broadcast rule of two tuples, tested in this order: an empty
@@ -151,12 +213,13 @@ struct TupleKernel {
   template <class Op>
   static VTuple Map(const VTuple& t, Op op) {
     VTuple result;
-    for (Vlong i = t.num - 1; i >= 0; --i) {
-      VCtrlVal value;
-      if (!op(t.elems[i], value)) continue;
-      if (result.num == 0 && !Grow(result, i + 1)) return result;
-      MoveInto(value, result.elems[i]);
-    }
+    Vlong top = t.num - 1;
+    VCtrlVal value;
+    while (top >= 0 && !op(t.elems[top], value)) --top;
+    if (top < 0 || !GrowUncleared(result, top + 1)) return result;
+    ClearEntries(result.elems + top, 1);
+    MoveInto(value, result.elems[top]);
+    FillDown(result.elems, top - 1, [&](Vlong i, VCtrlVal& slot) { op(t.elems[i], slot); });
     return result;
   }
 };

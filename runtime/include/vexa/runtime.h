@@ -52,6 +52,12 @@ VEXA_API Vresult VctConvert2Mixed(void* proc, Vctuple* rec, int32_t mode);
 VEXA_API Vresult VXAlloc(void* proc, size_t size, void** ptr);
 VEXA_API Vresult VXAllocMemCheck(void* proc, size_t size, const char* file,
                                  int32_t line, int32_t kind, void** ptr);
+/* The same blocks with their bytes not cleared, for callers that write
+ * every byte they later read; freed by either free form. Not among the
+ * imports of the interface library's record protocol. */
+VEXA_API Vresult VXAllocRaw(void* proc, size_t size, void** ptr);
+VEXA_API Vresult VXAllocRawMemCheck(void* proc, size_t size, const char* file,
+                                    int32_t line, int32_t kind, void** ptr);
 /* Both free forms accept null. */
 VEXA_API Vresult VXFree(void* proc, void* ptr);
 VEXA_API Vresult VXFreeMemCheck(void* proc, void* ptr, const char* file,
