@@ -9,6 +9,8 @@
 // an expensive function costs one lookup per pixel.
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <type_traits>
@@ -17,6 +19,7 @@
 #include "ops/common/domain_scan.h"
 #include "ops/common/op_objects.h"
 #include "ops/common/pixel_dispatch.h"
+#include "ops/image/byte_affine.h"
 
 namespace vexa {
 
@@ -39,6 +42,60 @@ inline bool SameIntegerType(PixelType in, PixelType* out) {
   *out = in;
   return IsIntegerPixel(in);
 }
+
+// An exact integer form of the stored values of an affine function on a
+// range of integers: clamp((x * m + c) >> shift) to the output type equals
+// StorePixel(x * mult + add) for every x in [lo, hi], which Fit checks
+// against the table of those stored values. The loop over this form
+// vectorises (byte_affine.h), where a table lookup per pixel cannot.
+struct FixedAffine {
+  int64_t m = 0, c = 0;
+  int shift = 0;
+
+  // Fixed-point coefficients for mult and add, with as many fraction bits
+  // (up to 20) as keep x * m + c within int32 over [lo, hi] (|x| below
+  // 2^16); false when none match every entry of table[x - lo].
+  template <class O>
+  bool Fit(double mult, double add, int64_t lo, int64_t hi, const O* table) {
+    if (!std::isfinite(mult) || !std::isfinite(add)) return false;
+    const double reach = std::max(std::fabs(static_cast<double>(lo)),
+                                  std::fabs(static_cast<double>(hi))) * std::fabs(mult) +
+                         std::fabs(add) + 1.0;
+    // Below 2^29, so that a step of the coefficients (|x| + 1 at most in
+    // fixed-point units) still stays within int32.
+    for (shift = 20; shift > 0 && reach * std::ldexp(1.0, shift) >= 0x1p29; --shift) {}
+    if (reach * std::ldexp(1.0, shift) >= 0x1p29) return false;
+    // floor(v + 1/2) is the rounding of StorePixel up to ties below zero.
+    // Where x * mult + add rounds to a tie in double, the nearest fixed
+    // point may fall on the other side of it, so the neighbouring
+    // coefficients are tried as well.
+    const int64_t m0 = std::llround(std::ldexp(mult, shift));
+    const int64_t c0 = std::llround(std::ldexp(add + 0.5, shift));
+    for (const int64_t dm : {0, 1, -1}) {
+      for (const int64_t dc : {0, 1, -1}) {
+        m = m0 + dm;
+        c = c0 + dc;
+        if (Matches(lo, hi, table)) return true;
+      }
+    }
+    return false;
+  }
+
+  template <class O>
+  bool Matches(int64_t lo, int64_t hi, const O* table) const {
+    for (int64_t x = lo; x <= hi; ++x)
+      if (Apply<O>(static_cast<int32_t>(x)) != table[x - lo]) return false;
+    return true;
+  }
+
+  template <class O>
+  O Apply(int32_t x) const {
+    const int32_t v = (x * static_cast<int32_t>(m) + static_cast<int32_t>(c)) >> shift;
+    constexpr int32_t kMin = std::numeric_limits<O>::min();
+    constexpr int32_t kMax = std::numeric_limits<O>::max();
+    return static_cast<O>(std::min(std::max(v, kMin), kMax));
+  }
+};
 
 // Makes the output image for `in` over `scan` and calls
 // channel_fn(channel index, output buffer) for each channel.
@@ -147,6 +204,21 @@ Vresult UnaryMap(const PixelBuffer& in, PixelBuffer* out,
           std::vector<O> table(static_cast<size_t>(kSize));
           for (int64_t v = 0; v < kSize; ++v)
             table[static_cast<size_t>(v)] = StorePixel<kOut>(f(static_cast<double>(v + kLo)));
+          if constexpr (std::is_same<I, uint8_t>::value && std::is_same<O, uint8_t>::value) {
+            // Affine functions (scalings, inversions) get the vectorised
+            // fixed-point loop where it is faster than the table; the line
+            // through the ends is tried as is.
+            const double f_lo = f(0.0);
+            const double mult = (f(255.0) - f_lo) / 255.0;
+            FixedAffine fx;
+            if (FastAffineBytes() && fx.Fit(mult, f_lo, 0, 255, table.data())) {
+              scan.ForEachRun([&](size_t o, size_t n) {
+                MapBytesAffine(src + o, dst + o, n, static_cast<int32_t>(fx.m),
+                               static_cast<int32_t>(fx.c), fx.shift);
+              });
+              return;
+            }
+          }
           const O* t = table.data() - kLo;
           scan.ForEachRun([&](size_t o, size_t n) {
             for (size_t k = o; k < o + n; ++k) dst[k] = t[src[k]];

@@ -1,16 +1,19 @@
 // threshold: the domain pixels whose gray value lies in [min_gray,
 // max_gray], one region per input image (first channel).
 //
-// The scan walks the domain's chords and emits the runs of selected pixels
-// directly in canonical order, so no sort and no per-pixel mask is needed.
-// Integer pixels are compared with integer bounds (ceil of min, floor of
-// max, clipped to the type), which selects exactly the same pixels as a
-// comparison in real numbers; float pixels are compared in double. NaN
-// pixels are never selected.
+// The runs of selected pixels come straight from a mask of each chord
+// (mask_runs.h), in canonical order, so no sort is needed. Integer pixels
+// are compared with integer bounds (ceil of min, floor of max, clipped to
+// the type), which selects exactly the same pixels as a comparison in real
+// numbers; float pixels are compared in double. NaN pixels are never
+// selected.
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <type_traits>
 
+#include "ops/common/domain_scan.h"
+#include "ops/common/mask_runs.h"
 #include "ops/common/op_objects.h"
 #include "registry.h"
 
@@ -18,25 +21,21 @@ namespace vexa {
 namespace {
 
 template <class T, class Bound>
-void ScanRuns(const PixelBuffer& image, const Region& domain, Bound lo,
-              Bound hi, std::vector<Chord>* runs) {
+std::vector<Chord> ScanRuns(const PixelBuffer& image, const DomainScan& scan,
+                            Bound lo, Bound hi) {
   const T* pixels = reinterpret_cast<const T*>(image.data());
-  const int32_t w = image.width();
-  // The database keeps every domain inside its image.
-  for (const Chord& ch : domain.chords()) {
-    const int32_t ce = ch.ce;
-    const T* row = pixels + static_cast<size_t>(ch.r) * w;
-    for (int32_t c = ch.cb; c <= ce;) {
-      while (c <= ce && !(static_cast<Bound>(row[c]) >= lo &&
-                          static_cast<Bound>(row[c]) <= hi))
-        ++c;
-      if (c > ce) break;
-      const int32_t start = c;
-      while (c <= ce && static_cast<Bound>(row[c]) >= lo &&
-             static_cast<Bound>(row[c]) <= hi)
-        ++c;
-      runs->push_back({ch.r, start, c - 1});
-    }
+  if constexpr (std::is_integral<T>::value) {
+    // One unsigned comparison per pixel: v - lo wraps above hi - lo for
+    // every v below lo.
+    using U = std::make_unsigned_t<T>;
+    const U width = static_cast<U>(static_cast<U>(hi) - static_cast<U>(lo));
+    return KeptRuns(scan, pixels, [=](T v) {
+      return static_cast<U>(static_cast<U>(v) - static_cast<U>(lo)) <= width;
+    });
+  } else {
+    return KeptRuns(scan, pixels, [=](T v) {
+      return static_cast<Bound>(v) >= lo && static_cast<Bound>(v) <= hi;
+    });
   }
 }
 
@@ -55,34 +54,35 @@ bool IntegerBounds(double min, double max, T* lo, T* hi) {
 }
 
 template <class T>
-void ScanInteger(const PixelBuffer& image, const Region& domain, double min,
-                 double max, std::vector<Chord>* runs) {
+std::vector<Chord> ScanInteger(const PixelBuffer& image, const DomainScan& scan,
+                               double min, double max) {
   T lo, hi;
-  if (IntegerBounds(min, max, &lo, &hi))
-    ScanRuns<T, T>(image, domain, lo, hi, runs);
+  if (!IntegerBounds(min, max, &lo, &hi)) return {};
+  return ScanRuns<T, T>(image, scan, lo, hi);
 }
 
-void Scan(const PixelBuffer& image, const Region& domain, double min,
-          double max, std::vector<Chord>* runs) {
+std::vector<Chord> Scan(const PixelBuffer& image, const DomainScan& scan,
+                        double min, double max) {
   switch (image.type()) {
     case PixelType::kByte:
     case PixelType::kDirection:
     case PixelType::kCyclic:
-      return ScanInteger<uint8_t>(image, domain, min, max, runs);
+      return ScanInteger<uint8_t>(image, scan, min, max);
     case PixelType::kInt1:
-      return ScanInteger<int8_t>(image, domain, min, max, runs);
+      return ScanInteger<int8_t>(image, scan, min, max);
     case PixelType::kInt2:
-      return ScanInteger<int16_t>(image, domain, min, max, runs);
+      return ScanInteger<int16_t>(image, scan, min, max);
     case PixelType::kUInt2:
-      return ScanInteger<uint16_t>(image, domain, min, max, runs);
+      return ScanInteger<uint16_t>(image, scan, min, max);
     case PixelType::kInt4:
-      return ScanInteger<int32_t>(image, domain, min, max, runs);
+      return ScanInteger<int32_t>(image, scan, min, max);
     case PixelType::kInt8:
-      return ScanInteger<int64_t>(image, domain, min, max, runs);
+      return ScanInteger<int64_t>(image, scan, min, max);
     case PixelType::kReal:
     case PixelType::kComplex:  // the real plane comes first
-      return ScanRuns<float, double>(image, domain, min, max, runs);
+      return ScanRuns<float, double>(image, scan, min, max);
   }
+  return {};
 }
 
 }  // namespace
@@ -99,8 +99,7 @@ VEXA_OPERATOR(threshold) {
     db::ImageData image;
     Vresult r = InpImage(1, key, &image);
     if (r != VRESULT_OK) return r;
-    std::vector<Chord> runs;
-    Scan(*image.channels[0], *image.domain, min, max, &runs);
+    std::vector<Chord> runs = Scan(*image.channels[0], DomainScan::Of(image), min, max);
     Vkey region = VKEY_UNDEF;
     r = db::NewRegion(Region::FromCanonicalChords(std::move(runs)), &region);
     if (r == VRESULT_OK) out.Add(region);

@@ -19,6 +19,7 @@
 #include <cstring>
 #include <vector>
 
+#include "ops/common/mask_runs.h"
 #include "ops/common/pixel_dispatch.h"
 #include "ops/image/gray_histogram.h"
 #include "ops/segmentation/histo_analysis.h"
@@ -28,13 +29,17 @@
 namespace vexa {
 namespace {
 
-// The domain pixels of value <= limit (dark) or > limit (light).
+// The domain pixels of value <= limit (dark) or > limit (light). The
+// limit is a value of the image's histogram, so it is compared in the
+// pixels' own type, which keeps the mask loop narrow.
 std::vector<Chord> SplitAt(const PixelBuffer& im, const DomainScan& s,
                            int64_t limit, bool dark) {
   return DispatchPixelType(im.type(), [&](auto tag) {
-    const auto* p = PixelsOf(im, tag);
-    if (dark) return SelectRuns(s, [&](size_t k) { return int64_t(p[k]) <= limit; });
-    return SelectRuns(s, [&](size_t k) { return int64_t(p[k]) > limit; });
+    using T = typename decltype(tag)::Value;
+    const T* p = PixelsOf(im, tag);
+    const T t = static_cast<T>(limit);
+    if (dark) return KeptRuns(s, p, [=](T v) { return v <= t; });
+    return KeptRuns(s, p, [=](T v) { return v > t; });
   });
 }
 

@@ -1,0 +1,112 @@
+// threshold and binary_threshold on rows wider than one 64-pixel mask word:
+// runs that start or end on word boundaries, cross several words, fill a
+// whole row or hold a single pixel, under a full and a ragged domain, must
+// select exactly the pixels a per-pixel loop selects.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "image_ops_support.h"
+
+namespace {
+
+using namespace Vexa;
+using namespace image_test;
+
+class ThresholdRunsTest : public LeakCheckedTest {};
+
+// A byte image of constant blocks with random lengths of 1 to 150 pixels,
+// so that runs of every length meet the word boundaries at random places;
+// every `period`-th row is one block, a run that fills the row.
+std::vector<uint8_t> BlockPixels(int width, int height, std::mt19937& gen) {
+  std::vector<uint8_t> p(static_cast<size_t>(width) * height);
+  std::uniform_int_distribution<int> len(1, 150), value(0, 255);
+  for (int r = 0; r < height; ++r) {
+    uint8_t* row = p.data() + static_cast<size_t>(r) * width;
+    if (r % 7 == 3) {
+      std::fill(row, row + width, static_cast<uint8_t>(200));
+      continue;
+    }
+    for (int c = 0; c < width;) {
+      const int n = std::min(len(gen), width - c);
+      std::fill(row + c, row + c + n, static_cast<uint8_t>(value(gen)));
+      c += n;
+    }
+  }
+  return p;
+}
+
+// `pixels` under `domain` as an image object.
+Vobject ByteImage(std::vector<uint8_t>& pixels, int width, int height,
+                  const std::vector<uint8_t>& domain) {
+  Vobject full;
+  EXPECT_EQ(gen_image1(&full, "byte", width, height,
+                       static_cast<Vlong>(reinterpret_cast<uintptr_t>(pixels.data()))),
+            VRESULT_OK);
+  Vkey reduced = VKEY_UNDEF;
+  EXPECT_EQ(vexa::db::NewImageWithDomain(full.Id(), MaskRegion(domain, width, height), &reduced),
+            VRESULT_OK);
+  return Vobject(reduced, 1);
+}
+
+template <class Pred>
+std::vector<uint8_t> Expected(const std::vector<uint8_t>& pixels,
+                              const std::vector<uint8_t>& domain, Pred pred) {
+  std::vector<uint8_t> m(pixels.size(), 0);
+  for (size_t k = 0; k < m.size(); ++k) m[k] = domain[k] && pred(pixels[k]);
+  return m;
+}
+
+TEST_F(ThresholdRunsTest, RunsAcrossMaskWordsMatchAPerPixelLoop) {
+  std::mt19937 gen(71);
+  for (const int width : {1, 63, 64, 65, 128, 130, 333}) {
+    const int height = 15;
+    std::vector<uint8_t> pixels = BlockPixels(width, height, gen);
+    for (const bool full : {true, false}) {
+      SCOPED_TRACE("width " + std::to_string(width) + (full ? " full" : " ragged"));
+      const std::vector<uint8_t> domain = RandomMask(width, height, gen, full);
+      const Vobject image = ByteImage(pixels, width, height, domain);
+
+      Vobject region;
+      ASSERT_EQ(threshold(image, &region, 60.5, 200.0), VRESULT_OK);
+      EXPECT_EQ(MaskOf(region, width, height),
+                Expected(pixels, domain, [](uint8_t v) { return v >= 61 && v <= 200; }));
+
+      for (const char* mode : {"dark", "light"}) {
+        Vobject split;
+        Vlong used = 0;
+        ASSERT_EQ(binary_threshold(image, &split, "max_separability", mode, &used), VRESULT_OK);
+        const bool dark = std::string(mode) == "dark";
+        EXPECT_EQ(MaskOf(split, width, height),
+                  Expected(pixels, domain, [&](uint8_t v) { return dark ? v <= used : v > used; }));
+      }
+    }
+  }
+}
+
+// The same pixels under the full domain and under a domain that is the
+// full image given as a non-rectangular union of pieces select the same
+// region, whichever way the scan walks them.
+TEST_F(ThresholdRunsTest, FullDomainAndPiecewiseDomainAgree) {
+  std::mt19937 gen(5);
+  const int width = 200, height = 9;
+  std::vector<uint8_t> pixels = BlockPixels(width, height, gen);
+  const std::vector<uint8_t> all(pixels.size(), 1);
+  std::vector<uint8_t> left = all, right = all;
+  for (int r = 0; r < height; ++r)
+    for (int c = 0; c < width; ++c) (c < 64 + r ? right : left)[static_cast<size_t>(r) * width + c] = 0;
+  Vobject whole, part_left, part_right;
+  ASSERT_EQ(threshold(ByteImage(pixels, width, height, all), &whole, 0.0, 99.0), VRESULT_OK);
+  ASSERT_EQ(threshold(ByteImage(pixels, width, height, left), &part_left, 0.0, 99.0), VRESULT_OK);
+  ASSERT_EQ(threshold(ByteImage(pixels, width, height, right), &part_right, 0.0, 99.0), VRESULT_OK);
+  std::vector<uint8_t> joined = MaskOf(part_left, width, height);
+  const std::vector<uint8_t> second = MaskOf(part_right, width, height);
+  for (size_t k = 0; k < joined.size(); ++k) joined[k] |= second[k];
+  EXPECT_EQ(MaskOf(whole, width, height), joined);
+}
+
+}  // namespace
