@@ -43,6 +43,7 @@ enum class ToolKind {
   kSocket,
   kFramegrabber,
   kMatrix,
+  kMeasure,
 };
 
 // Base of every tool object. A tool class T names its kind as

@@ -1,0 +1,162 @@
+// Clipping of the measure rectangle and sampling of its gray profile.
+#include "measure_tool.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "ops/common/op_objects.h"
+#include "ops/common/pixel_dispatch.h"
+
+namespace vexa {
+namespace {
+
+// Small tolerance so that lines ending exactly on the last pixel centre,
+// up to rounding of sin/cos, count as inside.
+constexpr double kInsideEps = 1e-9;
+
+bool Inside(double r, double c, const MeasureGeometry& g) {
+  return r >= -kInsideEps && c >= -kInsideEps && r <= g.height - 1 + kInsideEps &&
+         c <= g.width - 1 + kInsideEps;
+}
+
+// Reads one channel of type T at real coordinates inside the image.
+template <class T>
+class Sampler {
+ public:
+  Sampler(const T* data, Vlong width, Vlong height) : data_(data), w_(width), h_(height) {}
+
+  double Nearest(double r, double c) const {
+    return At(static_cast<Vlong>(std::floor(r + 0.5)), static_cast<Vlong>(std::floor(c + 0.5)));
+  }
+  double Bilinear(double r, double c) const {
+    const double fr = std::floor(r), fc = std::floor(c);
+    const Vlong r0 = static_cast<Vlong>(fr), c0 = static_cast<Vlong>(fc);
+    const double ar = r - fr, ac = c - fc;
+    const double top = (1 - ac) * At(r0, c0) + ac * At(r0, c0 + 1);
+    const double bottom = (1 - ac) * At(r0 + 1, c0) + ac * At(r0 + 1, c0 + 1);
+    return (1 - ar) * top + ar * bottom;
+  }
+  // Cubic convolution (a = -0.5) over 4x4 pixels, the border repeated.
+  double Bicubic(double r, double c) const {
+    const double fr = std::floor(r), fc = std::floor(c);
+    const Vlong r0 = static_cast<Vlong>(fr), c0 = static_cast<Vlong>(fc);
+    double wr[4], wc[4];
+    CubicWeights(r - fr, wr);
+    CubicWeights(c - fc, wc);
+    double sum = 0;
+    for (int i = 0; i < 4; ++i) {
+      double line = 0;
+      for (int j = 0; j < 4; ++j) line += wc[j] * At(r0 - 1 + i, c0 - 1 + j);
+      sum += wr[i] * line;
+    }
+    return sum;
+  }
+
+ private:
+  // Clamped, so that neighbours with zero weight beyond the last pixel and
+  // the outer taps of the cubic kernel stay inside.
+  double At(Vlong r, Vlong c) const {
+    r = std::min(std::max<Vlong>(r, 0), h_ - 1);
+    c = std::min(std::max<Vlong>(c, 0), w_ - 1);
+    return static_cast<double>(data_[r * w_ + c]);
+  }
+  static void CubicWeights(double t, double w[4]) {
+    const double a = -0.5;
+    auto near = [a](double x) { return ((a + 2) * x - (a + 3)) * x * x + 1; };
+    auto far = [a](double x) { return ((a * x - 5 * a) * x + 8 * a) * x - 4 * a; };
+    w[0] = far(1 + t);
+    w[1] = near(t);
+    w[2] = near(1 - t);
+    w[3] = far(2 - t);
+  }
+
+  const T* data_;
+  Vlong w_, h_;
+};
+
+template <class T>
+void SampleProfile(const Sampler<T>& img, const MeasureGeometry& g, const MeasureSampling& s,
+                   std::vector<double>* profile) {
+  profile->assign(static_cast<size_t>(s.count), 0.0);
+  const double scale = 1.0 / static_cast<double>(s.across.size());
+  for (Vlong i = 0; i < s.count; ++i) {
+    const double r0 = s.RowAt(static_cast<double>(i), g), c0 = s.ColAt(static_cast<double>(i), g);
+    double sum = 0;
+    for (double off : s.across) {
+      const double r = r0 + off * s.across_row, c = c0 + off * s.across_col;
+      switch (g.interpolation) {
+        case MeasureInterpolation::kNearest: sum += img.Nearest(r, c); break;
+        case MeasureInterpolation::kBilinear: sum += img.Bilinear(r, c); break;
+        case MeasureInterpolation::kBicubic: sum += img.Bicubic(r, c); break;
+      }
+    }
+    (*profile)[static_cast<size_t>(i)] = sum * scale;
+  }
+}
+
+}  // namespace
+
+Vresult PlanSampling(const MeasureGeometry& g, MeasureSampling* s) {
+  s->dir_row = -std::sin(g.phi);
+  s->dir_col = std::cos(g.phi);
+  s->across_row = s->dir_col;
+  s->across_col = -s->dir_row;
+  const Vlong along = static_cast<Vlong>(std::floor(2 * g.length1)) + 1;
+  const Vlong lines = static_cast<Vlong>(std::floor(2 * g.length2)) + 1;
+  const double half_across = (lines - 1) / 2.0;
+  // A line across longer than the image's diagonal never fits.
+  if (2 * half_across > std::hypot(g.width - 1.0, g.height - 1.0) + kInsideEps)
+    return VERR_COORD_RANGE;
+  s->across.resize(static_cast<size_t>(lines));
+  for (Vlong j = 0; j < lines; ++j) s->across[static_cast<size_t>(j)] = j - half_across;
+  // The rectangle and the image are convex, so the positions whose whole
+  // line across is inside form one run.
+  Vlong first = -1, last = -1;
+  for (Vlong i = 0; i < along; ++i) {
+    const double t = i - (along - 1) / 2.0;
+    const double r = g.row + t * s->dir_row, c = g.column + t * s->dir_col;
+    if (Inside(r - half_across * s->across_row, c - half_across * s->across_col, g) &&
+        Inside(r + half_across * s->across_row, c + half_across * s->across_col, g)) {
+      if (first < 0) first = i;
+      last = i;
+    }
+  }
+  if (first < 0) return VERR_COORD_RANGE;
+  s->first_t = first - (along - 1) / 2.0;
+  s->count = last - first + 1;
+  return VRESULT_OK;
+}
+
+Vresult InpMeasure(const OpContext& ctx, int par, MeasureGeometry* g,
+                   std::shared_ptr<MeasureTool>* tool) {
+  std::shared_ptr<MeasureTool> found;
+  const Vresult rc = InpTool(ctx, par, &found);
+  if (rc != VRESULT_OK) return rc;
+  *g = found->Get();
+  if (tool != nullptr) *tool = std::move(found);
+  return VRESULT_OK;
+}
+
+Vresult InpProfile(OpContext& ctx, MeasureGeometry* g, MeasureSampling* s,
+                   std::vector<double>* profile) {
+  Vkey key = VKEY_UNDEF;
+  Vresult rc = ctx.InpObjSingle(1, &key);
+  if (rc != VRESULT_OK) return rc;
+  db::ImageData image;
+  rc = InpImage(1, key, &image);
+  if (rc != VRESULT_OK) return rc;
+  rc = InpMeasure(ctx, 0, g);
+  if (rc != VRESULT_OK) return rc;
+  if (image.channels.empty()) return VERR_CHANNEL;
+  const PixelBuffer& channel = *image.channels[0];
+  if (channel.type() == PixelType::kComplex) return VERR_PIXEL_TYPE;
+  if (channel.width() != g->width || channel.height() != g->height) return VERR_IMAGE_SIZE;
+  rc = PlanSampling(*g, s);
+  if (rc != VRESULT_OK) return rc;
+  DispatchPixelType(channel.type(), [&](auto tag) {
+    SampleProfile(Sampler(PixelsOf(channel, tag), g->width, g->height), *g, *s, profile);
+  });
+  return VRESULT_OK;
+}
+
+}  // namespace vexa

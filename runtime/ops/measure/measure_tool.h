@@ -1,0 +1,81 @@
+// The tool behind a measure handle: a rectangle in an image of known size
+// along whose main axis gray profiles are taken, and the sampling of that
+// profile.
+//
+// Geometry. The rectangle has its centre at (row, column); its main axis
+// points at angle phi (counter-clockwise from the column axis, rows grow
+// downwards) and reaches length1 to both sides; across it the rectangle
+// reaches length2 to both sides. Pixel centres lie at integer coordinates.
+// The profile has one sample per pixel along the axis, each the mean of
+// the samples on the line across the axis at that position (one per pixel
+// as well).
+//
+// Clipping. Only the positions along the axis whose whole line across lies
+// inside the image (between the first and the last pixel centre) are
+// sampled, so a rectangle that reaches outside the image gives a shorter
+// profile; one with no such position is refused with VERR_COORD_RANGE.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "handle_registry.h"
+#include "objdb.h"
+
+namespace vexa {
+
+enum class MeasureInterpolation { kNearest, kBilinear, kBicubic };
+
+struct MeasureGeometry {
+  double row = 0, column = 0, phi = 0, length1 = 0, length2 = 0;
+  Vlong width = 0, height = 0;
+  MeasureInterpolation interpolation = MeasureInterpolation::kBilinear;
+};
+
+// The sample positions of a geometry after clipping.
+struct MeasureSampling {
+  double dir_row = 0, dir_col = 0;      // unit step along the axis
+  double across_row = 0, across_col = 0;  // unit step across it
+  double first_t = 0;                   // axis coordinate of sample 0
+  Vlong count = 0;                      // samples along the axis
+  std::vector<double> across;           // offsets of the lines across
+  // Image coordinates of profile position `x` (in samples, fractional).
+  double RowAt(double x, const MeasureGeometry& g) const { return g.row + (first_t + x) * dir_row; }
+  double ColAt(double x, const MeasureGeometry& g) const { return g.column + (first_t + x) * dir_col; }
+};
+
+// VERR_COORD_RANGE when no position along the axis lies inside the image.
+Vresult PlanSampling(const MeasureGeometry& g, MeasureSampling* s);
+
+class MeasureTool : public Tool {
+ public:
+  static constexpr ToolKind kKind = ToolKind::kMeasure;
+  explicit MeasureTool(MeasureGeometry g) : g_(g) {}
+  MeasureGeometry Get() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return g_;
+  }
+  void Set(const MeasureGeometry& g) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    g_ = g;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  MeasureGeometry g_;
+};
+
+// The geometry of the measure whose handle is input control `par`.
+Vresult InpMeasure(const OpContext& ctx, int par, MeasureGeometry* g,
+                   std::shared_ptr<MeasureTool>* tool = nullptr);
+
+// The mean gray profile of the single image at input object 1 under the
+// measure at input control 0, with the sampling it used. The image must
+// have the measure's size (VERR_IMAGE_SIZE) and a real-valued pixel type
+// (VERR_PIXEL_TYPE for complex); its first channel is measured and its
+// domain is not looked at.
+Vresult InpProfile(OpContext& ctx, MeasureGeometry* g, MeasureSampling* s,
+                   std::vector<double>* profile);
+
+}  // namespace vexa
