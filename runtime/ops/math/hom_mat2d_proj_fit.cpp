@@ -49,11 +49,11 @@ bool SolveDlt(const HomPoints& p, const HomPoints& q, bool normalize, Mat2D* h) 
     a.block<1, 3>(2 * i + 1, 0) = qn(2, i) * pt;
     a.block<1, 3>(2 * i + 1, 6) = -qn(0, i) * pt;
   }
-  // The null space of A is that of A^T A; a second small singular value
-  // means the correspondences leave H open.
-  Eigen::JacobiSVD<Eigen::MatrixXd> svd(a.transpose() * a, Eigen::ComputeFullV);
+  // H is the right singular vector of the smallest singular value; a
+  // second one near 0 means the correspondences leave H open.
+  Eigen::JacobiSVD<Eigen::MatrixXd> svd(a, Eigen::ComputeFullV);
   const Eigen::VectorXd sv = svd.singularValues();
-  if (!(sv[7] > 1e-12 * sv[0])) return false;
+  if (!(sv[7] > 1e-10 * sv[0])) return false;
   const Eigen::VectorXd x = svd.matrixV().col(8);
   Mat2D hn;
   hn << x[0], x[1], x[2], x[3], x[4], x[5], x[6], x[7], x[8];

@@ -1,0 +1,146 @@
+// Poses and quaternions: the rotation orders against explicit products of
+// axis rotations, every pose type converted back and forth with the map
+// kept, inversion and composition identities, quaternions against Eigen,
+// and matrices that are no poses.
+#include <cmath>
+
+#include "math_test_support.h"
+
+namespace {
+
+using namespace math_test;
+using namespace Vexa;
+
+class PoseTest : public LeakCheckedTest {};
+
+Eigen::Matrix3d Axis(int axis, double deg) {
+  return Eigen::AngleAxisd(deg * M_PI / 180, Eigen::Vector3d::Unit(axis)).toRotationMatrix();
+}
+
+Eigen::Matrix4d Map(const VTuple& pose) {
+  VTuple m;
+  EXPECT_EQ(pose_to_hom_mat3d(pose, &m), VRESULT_OK);
+  return Mat4(m);
+}
+
+TEST_F(PoseTest, RotationOrdersAndTransformOrder) {
+  VTuple pose;
+  ASSERT_EQ(create_pose(1.0, 2.0, 3.0, 10.0, 20.0, 30.0, "Rp+T", "gba", "point", &pose), VRESULT_OK);
+  ASSERT_EQ(pose.Num(), 7);
+  EXPECT_EQ(pose[6].L(), 0);
+  Eigen::Matrix4d expect = Eigen::Matrix4d::Identity();
+  expect.topLeftCorner<3, 3>() = Axis(0, 10) * Axis(1, 20) * Axis(2, 30);
+  expect.topRightCorner<3, 1>() << 1, 2, 3;
+  ExpectNear(Map(pose), expect);
+
+  ASSERT_EQ(create_pose(1.0, 2.0, 3.0, 10.0, 20.0, 30.0, "R(p-T)", "abg", "point", &pose), VRESULT_OK);
+  const Eigen::Matrix3d abg = Axis(2, 30) * Axis(1, 20) * Axis(0, 10);
+  expect.topLeftCorner<3, 3>() = abg;
+  expect.topRightCorner<3, 1>() = -abg * Eigen::Vector3d(1, 2, 3);
+  ExpectNear(Map(pose), expect);
+
+  // "coordinate_system": the values move the frame, points move back.
+  ASSERT_EQ(create_pose(1.0, 2.0, 3.0, 10.0, 20.0, 30.0, "R(p-T)", "abg", "coordinate_system", &pose),
+            VRESULT_OK);
+  ExpectNear(Map(pose), Eigen::Matrix4d(expect.inverse()));
+
+  EXPECT_EQ(create_pose(1.0, 2.0, 3.0, 1.0, 2.0, 3.0, "Rp+T", "xyz", "point", &pose),
+            VERR_CTRL_VALUE(7));
+}
+
+TEST_F(PoseTest, EveryTypeKeepsTheMap) {
+  VTuple pose;
+  ASSERT_EQ(create_pose(-4.0, 0.5, 9.0, 350.0, 75.0, 123.0, "Rp+T", "gba", "point", &pose), VRESULT_OK);
+  const Eigen::Matrix4d map = Map(pose);
+  for (const char* transform : {"Rp+T", "R(p-T)"})
+    for (const char* rotation : {"gba", "abg", "rodriguez"})
+      for (const char* view : {"point", "coordinate_system"}) {
+        VTuple other;
+        ASSERT_EQ(convert_pose_type(pose, transform, rotation, view, &other), VRESULT_OK);
+        ExpectNear(Map(other), map, 1e-9);
+      }
+  VTuple back;
+  ASSERT_EQ(hom_mat3d_to_pose(Tup3D(map), &back), VRESULT_OK);
+  ExpectNear(Map(back), map, 1e-9);
+  for (int i = 0; i < 6; ++i) EXPECT_NEAR(back[i].D(), pose[i].D(), 1e-9) << i;
+
+  // Gimbal lock: b = 90 degrees still gives a pose of the same map.
+  ASSERT_EQ(create_pose(0.0, 0.0, 0.0, 30.0, 90.0, 40.0, "Rp+T", "gba", "point", &pose), VRESULT_OK);
+  ASSERT_EQ(hom_mat3d_to_pose(Tup3D(Map(pose)), &back), VRESULT_OK);
+  ExpectNear(Map(back), Map(pose), 1e-9);
+
+  Eigen::Matrix4d scaled = map;
+  scaled.topLeftCorner<3, 3>() *= 2.0;
+  EXPECT_EQ(hom_mat3d_to_pose(Tup3D(scaled), &back), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(pose_to_hom_mat3d(Tup({0, 0, 0, 0, 0, 0, 6}), &back), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(pose_to_hom_mat3d(Tup({0, 0, 0, 0, 0, 0}), &back), VERR_CTRL_NUM(0));
+}
+
+TEST_F(PoseTest, InvertAndCompose) {
+  VTuple a, b, inv, out;
+  ASSERT_EQ(create_pose(1.0, 2.0, 3.0, 10.0, 200.0, 30.0, "R(p-T)", "abg", "point", &a), VRESULT_OK);
+  ASSERT_EQ(create_pose(-5.0, 0.0, 7.0, 45.0, 0.0, 300.0, "Rp+T", "gba", "point", &b), VRESULT_OK);
+  ASSERT_EQ(pose_invert(a, &inv), VRESULT_OK);
+  EXPECT_EQ(inv[6].L(), a[6].L());
+  ASSERT_EQ(pose_compose(a, inv, &out), VRESULT_OK);
+  ExpectNear(Map(out), Eigen::Matrix4d::Identity(), 1e-9);
+  ASSERT_EQ(pose_compose(a, b, &out), VRESULT_OK);
+  ExpectNear(Map(out), Eigen::Matrix4d(Map(a) * Map(b)), 1e-9);
+}
+
+TEST_F(PoseTest, QuaternionsAgreeWithEigen) {
+  const Eigen::Quaterniond qa(Eigen::AngleAxisd(0.7, Eigen::Vector3d(1, 2, 2).normalized()));
+  const Eigen::Quaterniond qb(Eigen::AngleAxisd(-1.9, Eigen::Vector3d(0, 1, 0)));
+  auto tup = [](const Eigen::Quaterniond& q) { return Tup({q.w(), q.x(), q.y(), q.z()}); };
+  auto quat = [](const VTuple& t) { return Eigen::Quaterniond(t[0].D(), t[1].D(), t[2].D(), t[3].D()); };
+  VTuple out, x, y, z;
+  ASSERT_EQ(axis_angle_to_quat(1.0, 2.0, 2.0, 0.7, &out), VRESULT_OK);
+  ExpectNear(quat(out).coeffs(), qa.coeffs());
+  ASSERT_EQ(quat_compose(tup(qa), tup(qb), &out), VRESULT_OK);
+  ExpectNear(quat(out).coeffs(), (qa * qb).coeffs());
+  ASSERT_EQ(quat_conjugate(tup(qa), &out), VRESULT_OK);
+  ExpectNear(quat(out).coeffs(), qa.conjugate().coeffs());
+  ASSERT_EQ(quat_normalize(Tup({2, 0, 0, 0}), &out), VRESULT_OK);
+  ExpectNear(quat(out).coeffs(), Eigen::Quaterniond::Identity().coeffs());
+  EXPECT_EQ(quat_normalize(Tup({0, 0, 0, 0}), &out), VERR_CTRL_VALUE(0));
+
+  ASSERT_EQ(quat_rotate_point_3d(tup(qa), 1.0, 2.0, 3.0, &x, &y, &z), VRESULT_OK);
+  const Eigen::Vector3d r = qa * Eigen::Vector3d(1, 2, 3);
+  EXPECT_NEAR(x[0].D(), r[0], 1e-12);
+  EXPECT_NEAR(y[0].D(), r[1], 1e-12);
+  EXPECT_NEAR(z[0].D(), r[2], 1e-12);
+  ASSERT_EQ(quat_to_hom_mat3d(tup(qa), &out), VRESULT_OK);
+  ExpectNear(Eigen::Matrix3d(Mat4(out).topLeftCorner<3, 3>()), qa.toRotationMatrix());
+
+  // Pose and quaternion carry the same rotation.
+  VTuple pose, q;
+  ASSERT_EQ(quat_to_pose(tup(qa), &pose), VRESULT_OK);
+  ExpectNear(Eigen::Matrix3d(Map(pose).topLeftCorner<3, 3>()), qa.toRotationMatrix(), 1e-9);
+  ASSERT_EQ(pose_to_quat(pose, &q), VRESULT_OK);
+  ExpectNear(quat(q).coeffs(), qa.coeffs(), 1e-9);
+
+  ASSERT_EQ(quat_interpolate(tup(qa), tup(qb), Tup({0, 0.5, 1}), &out), VRESULT_OK);
+  ASSERT_EQ(out.Num(), 12);
+  const Eigen::Quaterniond mid(out[4].D(), out[5].D(), out[6].D(), out[7].D());
+  ExpectNear(mid.coeffs(), qa.slerp(0.5, qb).coeffs(), 1e-12);
+}
+
+TEST_F(PoseTest, AverageOfPoses) {
+  VTuple a, b, mean, quality;
+  ASSERT_EQ(create_pose(0.0, 0.0, 0.0, 0.0, 0.0, 10.0, "Rp+T", "gba", "point", &a), VRESULT_OK);
+  ASSERT_EQ(create_pose(2.0, 4.0, 0.0, 0.0, 0.0, 30.0, "Rp+T", "gba", "point", &b), VRESULT_OK);
+  VTuple both = a;
+  both.Append(b);
+  ASSERT_EQ(pose_average(both, VTuple(), "iterative", VTuple(), VTuple(), &mean, &quality), VRESULT_OK);
+  EXPECT_NEAR(mean[0].D(), 1.0, 1e-9);
+  EXPECT_NEAR(mean[1].D(), 2.0, 1e-9);
+  EXPECT_NEAR(mean[5].D(), 20.0, 1e-9);
+  EXPECT_NEAR(quality[1].D(), 10.0, 1e-9);
+  ASSERT_EQ(pose_average(both, Tup({1, 0}), "iterative", VTuple(), VTuple(), &mean, &quality),
+            VRESULT_OK);
+  EXPECT_NEAR(mean[5].D(), 10.0, 1e-9);
+  EXPECT_EQ(pose_average(both, Tup({0, 0}), "iterative", VTuple(), VTuple(), &mean, &quality),
+            VERR_CTRL_VALUE(1));
+}
+
+}  // namespace

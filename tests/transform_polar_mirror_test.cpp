@@ -1,0 +1,144 @@
+// Mirroring, polar transforms and map images against per-pixel
+// references, including the domain each carries along.
+#include "transform_test_support.h"
+
+namespace {
+
+using namespace transform_test;
+using namespace Vexa;
+using image_test::RandomImage;
+using image_test::RandomMask;
+
+class TransformPolarMirrorTest : public LeakCheckedTest {
+ protected:
+  std::mt19937 rng_{1122};
+};
+
+TEST_F(TransformPolarMirrorTest, MirrorEveryModeAndType) {
+  const int w = 13, h = 7;
+  const struct { const char* mode; bool swap; } kModes[] = {
+      {"row", false}, {"column", false}, {"diagonal", true}, {"anti_diagonal", true}};
+  for (const char* type : {"byte", "int2", "int8", "real"}) {
+    const TestImage in = RandomImage(type, w, h, rng_);
+    for (const auto& m : kModes) {
+      const int ow = m.swap ? h : w, oh = m.swap ? w : h;
+      Source source = [&](int y, int x) -> Eigen::Vector2d {
+        const std::string mode = m.mode;
+        if (mode == "row") return {h - 1 - y, x};
+        if (mode == "column") return {y, w - 1 - x};
+        if (mode == "diagonal") return {x, y};
+        return {h - 1 - x, w - 1 - y};
+      };
+      Vobject out;
+      ASSERT_EQ(mirror_image(in.image, &out, m.mode), VRESULT_OK);
+      ExpectMatches(out, Reference(in, ow, oh, source, false), 0.0);
+    }
+  }
+  Vobject out;
+  EXPECT_EQ(mirror_image(RandomImage("byte", 3, 3, rng_).image, &out, "up"), VERR_CTRL_VALUE(0));
+}
+
+Eigen::Vector2d PolarPoint(double row, double col, double a0, double a1, double r0, double r1, int w,
+                           int h, int y, int x) {
+  const double a = a0 + (a1 - a0) * x / (w - 1), r = r0 + (r1 - r0) * y / (h - 1);
+  return {row - r * std::sin(a), col + r * std::cos(a)};
+}
+
+TEST_F(TransformPolarMirrorTest, PolarTransformOfRamp) {
+  const int w = 60, h = 50;
+  const TestImage in = Ramp(w, h, RandomMask(w, h, rng_, false));
+  const double row = 24.3, col = 30.7, a0 = 0.2, a1 = 5.5, r0 = 3, r1 = 22;
+  const int pw = 90, ph = 20;
+  Vobject polar;
+  ASSERT_EQ(polar_trans_image_ext(in.image, &polar, row, col, a0, a1, r0, r1, pw, ph, "bilinear"),
+            VRESULT_OK);
+  const long n = ExpectMatches(polar, Reference(in, pw, ph, [&](int y, int x) {
+    return PolarPoint(row, col, a0, a1, r0, r1, pw, ph, y, x);
+  }, true), 1.0);
+  EXPECT_GT(n, 400);
+
+  // Back to the image: every pixel of the ring inside the range finds its
+  // polar point, the ramp comes back close to where it was.
+  const TestImage full = Ramp(w, h, RandomMask(w, h, rng_, true));
+  ASSERT_EQ(polar_trans_image_ext(full.image, &polar, row, col, a0, a1, r0, r1, pw, ph, "bilinear"),
+            VRESULT_OK);
+  Vobject back;
+  ASSERT_EQ(polar_trans_image_inv(polar, &back, row, col, a0, a1, r0, r1, w, h, "bilinear"), VRESULT_OK);
+  vexa::RegionPtr domain;
+  const vexa::PixelBuffer* px = image_test::Pixels(back, &domain);
+  long checked = 0;
+  for (const vexa::Chord& ch : domain->chords())
+    for (int c = ch.cb; c <= ch.ce; ++c) {
+      const double radius = std::hypot(ch.r - row, c - col);
+      EXPECT_GE(radius, r0 - 1.0);
+      EXPECT_LE(radius, r1 + 1.0);
+      if (radius < r0 + 1 || radius > r1 - 1) continue;
+      EXPECT_NEAR(px->Get(ch.r, c), 10 + 2 * ch.r + 3 * c, 2.0) << ch.r << "," << c;
+      ++checked;
+    }
+  EXPECT_GT(checked, 500);
+
+  Vobject out;
+  EXPECT_EQ(polar_trans_image_inv(polar, &out, row, col, a0, a0, r0, r1, w, h, "bilinear"),
+            VERR_CTRL_VALUE(3));
+  ASSERT_EQ(polar_trans_image(full.image, &out, 20, 25, 64, 10), VRESULT_OK);
+  ExpectMatches(out, Reference(full, 64, 10, [&](int y, int x) {
+    return PolarPoint(20, 25, 0, 2 * M_PI * 63 / 64, 0, 9, 64, 10, y, x);
+  }, true), 1.0);
+}
+
+// The region of a polar image carried back covers the pixels whose polar
+// point rounds into it.
+TEST_F(TransformPolarMirrorTest, PolarRegionInverse) {
+  const int pw = 40, ph = 12, w = 50, h = 45;
+  std::vector<uint8_t> mask = RandomMask(pw, ph, rng_, false);
+  const Vobject region = image_test::RegionOf(mask, pw, ph);
+  const double row = 22, col = 25, a0 = -1.0, a1 = 3.0, r0 = 4, r1 = 18;
+  Vobject out;
+  ASSERT_EQ(polar_trans_region_inv(region, &out, row, col, a0, a1, r0, r1, pw, ph, w, h,
+                                   "nearest_neighbor"),
+            VRESULT_OK);
+  const std::vector<uint8_t> got = image_test::MaskOf(out, w, h);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      double a = std::atan2(row - y, x - col);
+      if (a < a0) a += 2 * M_PI;
+      if (a > a1 && a - a1 > a0 - (a - 2 * M_PI)) a -= 2 * M_PI;
+      const double px = std::floor((a - a0) * (pw - 1) / (a1 - a0) + 0.5);
+      const double py = std::floor((std::hypot(y - row, x - col) - r0) * (ph - 1) / (r1 - r0) + 0.5);
+      const bool in = px >= 0 && px < pw && py >= 0 && py < ph &&
+                      mask[static_cast<size_t>(py) * pw + static_cast<size_t>(px)];
+      EXPECT_EQ(got[static_cast<size_t>(y) * w + x], in) << y << "," << x;
+    }
+}
+
+TEST_F(TransformPolarMirrorTest, MapImageByPointsAndByIndices) {
+  const int w = 20, h = 15, mw = 18, mh = 11;
+  const TestImage in = Ramp(w, h, RandomMask(w, h, rng_, false));
+  std::vector<double> rows, cols, index;
+  for (int y = 0; y < mh; ++y)
+    for (int x = 0; x < mw; ++x) {
+      rows.push_back(y * 1.2 + 0.3), cols.push_back(x * 0.9 + 1.6);
+      index.push_back(x % 5 == 4 ? -1 : (y + 2) * w + (mw - 1 - x));
+    }
+  const std::vector<uint8_t> all(static_cast<size_t>(mw) * mh, 1);
+  const TestImage map_r = FromValues("real", mw, mh, all, rows);
+  const TestImage map_c = FromValues("real", mw, mh, all, cols);
+  Vobject map, out;
+  ASSERT_EQ(append_channel(map_r.image, map_c.image, &map), VRESULT_OK);
+  ASSERT_EQ(map_image(in.image, map, &out), VRESULT_OK);
+  ExpectMatches(out, Reference(in, mw, mh, [&](int y, int x) {
+    return Eigen::Vector2d(y * 1.2 + 0.3, x * 0.9 + 1.6);
+  }, true), 1.0);
+
+  const TestImage by_index = FromValues("int4", mw, mh, all, index);
+  ASSERT_EQ(map_image(in.image, by_index.image, &out), VRESULT_OK);
+  ExpectMatches(out, Reference(in, mw, mh, [&](int y, int x) {
+    const double i = index[static_cast<size_t>(y) * mw + x];
+    return i < 0 ? Eigen::Vector2d(-9, -9) : Eigen::Vector2d(std::floor(i / w), std::fmod(i, w));
+  }, false), 0.0);
+
+  EXPECT_EQ(map_image(in.image, in.image, &out), VERR_PIXEL_TYPE);
+}
+
+}  // namespace
