@@ -312,7 +312,14 @@ Vresult WarpImage(const db::ImageData& image, const Warp& w, Vkey* out) {
     const PixelBuffer& in = *image.channels[i];
     const Vresult rc = PixelBuffer::Create(in.type(), w.width, w.height, &channels[i]);
     if (rc != VRESULT_OK) return rc;
-    if (!FastWarp(in, w, channels[i].get())) SlowWarp(in, w, channels[i].get());
+    // OpenCV refuses some extreme sizes and maps; the pixel loop takes any.
+    bool fast = false;
+    try {
+      fast = FastWarp(in, w, channels[i].get());
+    } catch (const cv::Exception&) {
+      fast = false;
+    }
+    if (!fast) SlowWarp(in, w, channels[i].get());
   }
   return db::NewImage(w.domain, std::move(channels), out);
 }
