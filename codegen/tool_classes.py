@@ -57,10 +57,12 @@ class ToolError(Exception):
     pass
 
 
-def read_tools(decl_dir):
-    """The tool classes of decl/tools.txt, in file order."""
-    classes, current = [], None
-    path = os.path.join(decl_dir, "tools.txt")
+def read_blocks(path):
+    """The blocks of a class list file: a line that starts in column 0
+    heads a block (its words), indented lines add to its lists: `fill`,
+    `methods` (also continued on further lines) and `members`. Returns
+    [(head words, {list name: words})] in file order."""
+    blocks = []
     with open(path) as f:
         for no, line in enumerate(f, 1):
             text = line.split("#", 1)[0]
@@ -68,20 +70,25 @@ def read_tools(decl_dir):
             if not words:
                 continue
             if not text[0].isspace():
-                if len(words) != 3:
-                    raise ToolError("%s:%d: expected CLASS HANDLE_CLASS CLOSER" % (path, no))
-                current = ToolClass(words[0], words[1], words[2], [], [], [])
-                classes.append(current)
-            elif current is None:
+                blocks.append((words, {"fill": [], "methods": [], "members": []}))
+            elif not blocks:
                 raise ToolError("%s:%d: a list before the first class" % (path, no))
-            elif words[0] == "fill":
-                current.fills.extend(words[1:])
-            elif words[0] == "methods":
-                current.methods.extend(words[1:])
-            elif words[0] == "members":
-                current.members.extend(words[1:])
+            elif words[0] in blocks[-1][1]:
+                blocks[-1][1][words[0]].extend(words[1:])
             else:
-                current.methods.extend(words)
+                blocks[-1][1]["methods"].extend(words)
+    return blocks
+
+
+def read_tools(decl_dir):
+    """The tool classes of decl/tools.txt, in file order."""
+    path = os.path.join(decl_dir, "tools.txt")
+    classes = []
+    for head, lists in read_blocks(path):
+        if len(head) != 3:
+            raise ToolError("%s: expected CLASS HANDLE_CLASS CLOSER, not %r" % (path, " ".join(head)))
+        classes.append(ToolClass(head[0], head[1], head[2], lists["fill"], lists["methods"],
+                                 lists["members"]))
     return classes
 
 

@@ -32,28 +32,14 @@ class ValueMethodBuilder(tool_classes.ToolMethodBuilder):
 
 
 def read_values(decl_dir):
-    classes = []
     path = os.path.join(decl_dir, "values.txt")
-    with open(path) as f:
-        for no, line in enumerate(f, 1):
-            text = line.split("#", 1)[0]
-            words = text.split()
-            if not words:
-                continue
-            if not text[0].isspace():
-                # CLASS SET_HANDLE_TYPE CARRIER...
-                if len(words) < 3:
-                    raise tool_classes.ToolError(
-                        "%s:%d: expected CLASS SET_HANDLE_TYPE CARRIER..." % (path, no))
-                classes.append(ValueClass(words[0], words[2:], [], [], words[1]))
-            elif not classes:
-                raise tool_classes.ToolError("%s:%d: a list before the first class" % (path, no))
-            elif words[0] == "fill":
-                classes[-1].fills.extend(words[1:])
-            elif words[0] == "methods":
-                classes[-1].methods.extend(words[1:])
-            else:
-                classes[-1].methods.extend(words)
+    classes = []
+    for head, lists in tool_classes.read_blocks(path):
+        # CLASS SET_HANDLE_TYPE CARRIER...
+        if len(head) < 3:
+            raise tool_classes.ToolError("%s: expected CLASS SET_HANDLE_TYPE CARRIER..., not %r"
+                                         % (path, " ".join(head)))
+        classes.append(ValueClass(head[0], head[2:], lists["fill"], lists["methods"], head[1]))
     return classes
 
 
