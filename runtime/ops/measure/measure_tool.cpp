@@ -19,6 +19,11 @@ bool Inside(double r, double c, const MeasureGeometry& g) {
          c <= g.width - 1 + kInsideEps;
 }
 
+// Sample coordinates lie inside the image (>= -kInsideEps), where
+// truncation is the floor up to that tolerance and, unlike std::floor,
+// needs no library call.
+inline Vlong Floor(double x) { return static_cast<Vlong>(x); }
+
 // Reads one channel of type T at real coordinates inside the image.
 template <class T>
 class Sampler {
@@ -26,23 +31,27 @@ class Sampler {
   Sampler(const T* data, Vlong width, Vlong height) : data_(data), w_(width), h_(height) {}
 
   double Nearest(double r, double c) const {
-    return At(static_cast<Vlong>(std::floor(r + 0.5)), static_cast<Vlong>(std::floor(c + 0.5)));
+    return At(Floor(r + 0.5), Floor(c + 0.5));
   }
   double Bilinear(double r, double c) const {
-    const double fr = std::floor(r), fc = std::floor(c);
-    const Vlong r0 = static_cast<Vlong>(fr), c0 = static_cast<Vlong>(fc);
-    const double ar = r - fr, ac = c - fc;
+    const Vlong r0 = Floor(r), c0 = Floor(c);
+    const double ar = r - static_cast<double>(r0), ac = c - static_cast<double>(c0);
+    if (r0 + 1 < h_ && c0 + 1 < w_) {  // all four neighbours inside: no clamping
+      const T* p = data_ + r0 * w_ + c0;
+      const double top = (1 - ac) * p[0] + ac * p[1];
+      const double bottom = (1 - ac) * p[w_] + ac * p[w_ + 1];
+      return (1 - ar) * top + ar * bottom;
+    }
     const double top = (1 - ac) * At(r0, c0) + ac * At(r0, c0 + 1);
     const double bottom = (1 - ac) * At(r0 + 1, c0) + ac * At(r0 + 1, c0 + 1);
     return (1 - ar) * top + ar * bottom;
   }
   // Cubic convolution (a = -0.5) over 4x4 pixels, the border repeated.
   double Bicubic(double r, double c) const {
-    const double fr = std::floor(r), fc = std::floor(c);
-    const Vlong r0 = static_cast<Vlong>(fr), c0 = static_cast<Vlong>(fc);
+    const Vlong r0 = Floor(r), c0 = Floor(c);
     double wr[4], wc[4];
-    CubicWeights(r - fr, wr);
-    CubicWeights(c - fc, wc);
+    CubicWeights(r - static_cast<double>(r0), wr);
+    CubicWeights(c - static_cast<double>(c0), wc);
     double sum = 0;
     for (int i = 0; i < 4; ++i) {
       double line = 0;
@@ -74,23 +83,31 @@ class Sampler {
   Vlong w_, h_;
 };
 
-template <class T>
-void SampleProfile(const Sampler<T>& img, const MeasureGeometry& g, const MeasureSampling& s,
+// `read(r, c)` gives the interpolated value; one loop per mode, so that
+// the mode is not decided per sample.
+template <class Read>
+void SampleProfile(Read read, const MeasureGeometry& g, const MeasureSampling& s,
                    std::vector<double>* profile) {
   profile->assign(static_cast<size_t>(s.count), 0.0);
   const double scale = 1.0 / static_cast<double>(s.across.size());
   for (Vlong i = 0; i < s.count; ++i) {
     const double r0 = s.RowAt(static_cast<double>(i), g), c0 = s.ColAt(static_cast<double>(i), g);
     double sum = 0;
-    for (double off : s.across) {
-      const double r = r0 + off * s.across_row, c = c0 + off * s.across_col;
-      switch (g.interpolation) {
-        case MeasureInterpolation::kNearest: sum += img.Nearest(r, c); break;
-        case MeasureInterpolation::kBilinear: sum += img.Bilinear(r, c); break;
-        case MeasureInterpolation::kBicubic: sum += img.Bicubic(r, c); break;
-      }
-    }
+    for (double off : s.across) sum += read(r0 + off * s.across_row, c0 + off * s.across_col);
     (*profile)[static_cast<size_t>(i)] = sum * scale;
+  }
+}
+
+template <class T>
+void SampleProfile(const Sampler<T>& img, const MeasureGeometry& g, const MeasureSampling& s,
+                   std::vector<double>* profile) {
+  switch (g.interpolation) {
+    case MeasureInterpolation::kNearest:
+      return SampleProfile([&](double r, double c) { return img.Nearest(r, c); }, g, s, profile);
+    case MeasureInterpolation::kBilinear:
+      return SampleProfile([&](double r, double c) { return img.Bilinear(r, c); }, g, s, profile);
+    case MeasureInterpolation::kBicubic:
+      return SampleProfile([&](double r, double c) { return img.Bicubic(r, c); }, g, s, profile);
   }
 }
 
