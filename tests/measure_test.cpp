@@ -227,6 +227,33 @@ TEST_F(MeasureTest, ProjectionOfARampIsTheRampAlongTheClippedAxis) {
   }
 }
 
+TEST_F(MeasureTest, EdgesAlongArcsLieOnTheirRay) {
+  // The image rises across the line through the centre at angle a0, so an
+  // arc around the centre meets a rising edge at a0 counter-clockwise.
+  for (double a0 : {0.4, 2.2, -2.9}) {
+    SCOPED_TRACE(testing::Message() << "a0 " << a0);
+    Image img([=](double r, double c) {
+      return 40 + 160 * Phi(-(c - kCol) * std::sin(a0) + (kRow - r) * std::cos(a0));
+    });
+    const double radius = 40;
+    const double expected_r = kRow - radius * std::sin(a0), expected_c = kCol + radius * std::cos(a0);
+    for (double extent : {2.0, -2.0}) {
+      Vlong m = -1;
+      ASSERT_EQ(gen_measure_arc(kRow, kCol, radius, a0 - extent / 2, extent, 5.0, kW, kH, "bilinear", &m),
+                VRESULT_OK);
+      VTuple rows, cols, amp, dist;
+      ASSERT_EQ(measure_pos(img.obj, m, 1.0, 10.0, "all", "all", &rows, &cols, &amp, &dist), VRESULT_OK);
+      ASSERT_EQ(rows.Num(), 1);
+      EXPECT_EQ(amp[0].D() > 0, extent > 0);
+      EXPECT_LT(std::hypot(rows[0].D() - expected_r, cols[0].D() - expected_c), 0.05);
+    }
+  }
+  Vlong m = -1;
+  EXPECT_EQ(gen_measure_arc(kRow, kCol, 80.0, 0.0, 1.0, 2.0, kW, kH, "bilinear", &m), VERR_COORD_RANGE);
+  EXPECT_EQ(gen_measure_arc(kRow, kCol, 4.0, 0.0, 1.0, 5.0, kW, kH, "bilinear", &m), VERR_CTRL_VALUE(5));
+  EXPECT_EQ(gen_measure_arc(kRow, kCol, 20.0, 0.0, 0.0, 2.0, kW, kH, "bilinear", &m), VERR_CTRL_VALUE(4));
+}
+
 TEST_F(MeasureTest, TranslationMovesTheFoundEdge) {
   Image img = StepAt(0, 3.3);
   const Vlong m = Measure(0, "nearest_neighbor");

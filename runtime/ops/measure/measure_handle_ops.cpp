@@ -61,6 +61,26 @@ VEXA_OPERATOR(gen_measure_rectangle2) {
   return OutpNewMeasure(ctx, g);
 }
 
+VEXA_OPERATOR(gen_measure_arc) {
+  MeasureGeometry g;
+  g.arc = true;
+  Vresult rc = InpImageSide(ctx, 6, &g.width);
+  if (rc == VRESULT_OK) rc = InpImageSide(ctx, 7, &g.height);
+  if (rc == VRESULT_OK) rc = InpFinite(ctx, 0, &g.row);
+  if (rc == VRESULT_OK) rc = InpFinite(ctx, 1, &g.column);
+  if (rc == VRESULT_OK) rc = InpHalfLength(ctx, 2, g, &g.radius);
+  if (rc == VRESULT_OK && g.radius <= 0) rc = VERR_CTRL_VALUE(2);
+  if (rc == VRESULT_OK) rc = InpFinite(ctx, 3, &g.angle_start);
+  if (rc == VRESULT_OK) rc = InpFinite(ctx, 4, &g.angle_extent);
+  if (rc == VRESULT_OK && (g.angle_extent == 0 || std::fabs(g.angle_extent) > 2 * M_PI))
+    rc = VERR_CTRL_VALUE(4);
+  if (rc == VRESULT_OK) rc = InpHalfLength(ctx, 5, g, &g.length2);
+  if (rc == VRESULT_OK) rc = InpInterpolation(ctx, 8, &g.interpolation);
+  if (rc != VRESULT_OK) return rc;
+  g.angle_start = std::remainder(g.angle_start, 2 * M_PI);
+  return OutpNewMeasure(ctx, g);
+}
+
 VEXA_OPERATOR(translate_measure) {
   std::shared_ptr<MeasureTool> tool;
   MeasureGeometry g;

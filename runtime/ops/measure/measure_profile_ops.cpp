@@ -24,8 +24,10 @@ Vresult OutpPositions(OpContext& ctx, int row_par, const std::vector<double>& po
                       const MeasureGeometry& g, const MeasureSampling& s) {
   std::vector<double> rows, cols;
   for (double x : pos) {
-    rows.push_back(s.RowAt(x, g));
-    cols.push_back(s.ColAt(x, g));
+    double r = 0, c = 0;
+    s.PointAt(x, g, &r, &c);
+    rows.push_back(r);
+    cols.push_back(c);
   }
   const Vresult rc = ctx.SetOutpDoubles(row_par, rows);
   return rc == VRESULT_OK ? ctx.SetOutpDoubles(row_par + 1, cols) : rc;

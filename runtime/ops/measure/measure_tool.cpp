@@ -91,9 +91,11 @@ void SampleProfile(Read read, const MeasureGeometry& g, const MeasureSampling& s
   profile->assign(static_cast<size_t>(s.count), 0.0);
   const double scale = 1.0 / static_cast<double>(s.across.size());
   for (Vlong i = 0; i < s.count; ++i) {
-    const double r0 = s.RowAt(static_cast<double>(i), g), c0 = s.ColAt(static_cast<double>(i), g);
+    double r0 = 0, c0 = 0, ar = 0, ac = 0;
+    s.PointAt(static_cast<double>(i), g, &r0, &c0);
+    s.AcrossAt(static_cast<double>(i), g, &ar, &ac);
     double sum = 0;
-    for (double off : s.across) sum += read(r0 + off * s.across_row, c0 + off * s.across_col);
+    for (double off : s.across) sum += read(r0 + off * ar, c0 + off * ac);
     (*profile)[static_cast<size_t>(i)] = sum * scale;
   }
 }
@@ -113,19 +115,74 @@ void SampleProfile(const Sampler<T>& img, const MeasureGeometry& g, const Measur
 
 }  // namespace
 
+void MeasureSampling::PointAt(double x, const MeasureGeometry& g, double* r, double* c) const {
+  if (g.arc) {
+    const double a = g.angle_start + x * angle_step;
+    *r = g.row - g.radius * std::sin(a);
+    *c = g.column + g.radius * std::cos(a);
+  } else {
+    *r = g.row + (first_t + x) * dir_row;
+    *c = g.column + (first_t + x) * dir_col;
+  }
+}
+
+void MeasureSampling::AcrossAt(double x, const MeasureGeometry& g, double* r, double* c) const {
+  if (g.arc) {  // outwards along the radius
+    const double a = g.angle_start + x * angle_step;
+    *r = -std::sin(a);
+    *c = std::cos(a);
+  } else {
+    *r = across_row;
+    *c = across_col;
+  }
+}
+
+namespace {
+
+// Offsets of the lines across: floor(2 half) + 1 of them, one pixel apart,
+// centred; VERR_COORD_RANGE when they are longer than the image's diagonal.
+Vresult PlanAcross(const MeasureGeometry& g, MeasureSampling* s, double* half_across) {
+  const Vlong lines = static_cast<Vlong>(std::floor(2 * g.length2)) + 1;
+  *half_across = (lines - 1) / 2.0;
+  if (2 * *half_across > std::hypot(g.width - 1.0, g.height - 1.0) + kInsideEps)
+    return VERR_COORD_RANGE;
+  s->across.resize(static_cast<size_t>(lines));
+  for (Vlong j = 0; j < lines; ++j) s->across[static_cast<size_t>(j)] = j - *half_across;
+  return VRESULT_OK;
+}
+
+// Arcs are convex only piecewise, so every sample must be inside; the
+// extreme radii of each sample's line are checked.
+Vresult PlanArc(const MeasureGeometry& g, MeasureSampling* s) {
+  double half_across = 0;
+  const Vresult rc = PlanAcross(g, s, &half_across);
+  if (rc != VRESULT_OK) return rc;
+  if (g.radius <= half_across) return VERR_CTRL_VALUE(5);  // lines would cross the centre
+  s->count = static_cast<Vlong>(std::floor(std::fabs(g.angle_extent) * g.radius)) + 1;
+  s->angle_step = (g.angle_extent < 0 ? -1.0 : 1.0) / g.radius;
+  for (Vlong i = 0; i < s->count; ++i) {
+    double r = 0, c = 0, ar = 0, ac = 0;
+    s->PointAt(static_cast<double>(i), g, &r, &c);
+    s->AcrossAt(static_cast<double>(i), g, &ar, &ac);
+    if (!Inside(r - half_across * ar, c - half_across * ac, g) ||
+        !Inside(r + half_across * ar, c + half_across * ac, g))
+      return VERR_COORD_RANGE;
+  }
+  return VRESULT_OK;
+}
+
+}  // namespace
+
 Vresult PlanSampling(const MeasureGeometry& g, MeasureSampling* s) {
+  if (g.arc) return PlanArc(g, s);
   s->dir_row = -std::sin(g.phi);
   s->dir_col = std::cos(g.phi);
   s->across_row = s->dir_col;
   s->across_col = -s->dir_row;
   const Vlong along = static_cast<Vlong>(std::floor(2 * g.length1)) + 1;
-  const Vlong lines = static_cast<Vlong>(std::floor(2 * g.length2)) + 1;
-  const double half_across = (lines - 1) / 2.0;
-  // A line across longer than the image's diagonal never fits.
-  if (2 * half_across > std::hypot(g.width - 1.0, g.height - 1.0) + kInsideEps)
-    return VERR_COORD_RANGE;
-  s->across.resize(static_cast<size_t>(lines));
-  for (Vlong j = 0; j < lines; ++j) s->across[static_cast<size_t>(j)] = j - half_across;
+  double half_across = 0;
+  const Vresult rc = PlanAcross(g, s, &half_across);
+  if (rc != VRESULT_OK) return rc;
   // The rectangle and the image are convex, so the positions whose whole
   // line across is inside form one run.
   Vlong first = -1, last = -1;

@@ -1,6 +1,6 @@
-// The tool behind a measure handle: a rectangle in an image of known size
-// along whose main axis gray profiles are taken, and the sampling of that
-// profile.
+// The tool behind a measure handle: a rectangle or an annular arc in an
+// image of known size along which gray profiles are taken, and the
+// sampling of that profile.
 //
 // Geometry. The rectangle has its centre at (row, column); its main axis
 // points at angle phi (counter-clockwise from the column axis, rows grow
@@ -10,10 +10,16 @@
 // the samples on the line across the axis at that position (one per pixel
 // as well).
 //
+// Arcs. An arc runs from angle_start through angle_extent (counter-clockwise
+// for a positive extent) at `radius` around (row, column); the profile has
+// one sample per pixel of arc length from the start, each the mean along
+// the radius within annulus_radius (kept in length2).
+//
 // Clipping. Only the positions along the axis whose whole line across lies
 // inside the image (between the first and the last pixel centre) are
 // sampled, so a rectangle that reaches outside the image gives a shorter
-// profile; one with no such position is refused with VERR_COORD_RANGE.
+// profile; one with no such position is refused with VERR_COORD_RANGE. An
+// arc must lie inside the image as a whole (VERR_COORD_RANGE otherwise).
 #pragma once
 
 #include <memory>
@@ -28,21 +34,26 @@ namespace vexa {
 enum class MeasureInterpolation { kNearest, kBilinear, kBicubic };
 
 struct MeasureGeometry {
+  bool arc = false;
   double row = 0, column = 0, phi = 0, length1 = 0, length2 = 0;
+  double radius = 0, angle_start = 0, angle_extent = 0;  // arcs only
   Vlong width = 0, height = 0;
   MeasureInterpolation interpolation = MeasureInterpolation::kBilinear;
 };
 
 // The sample positions of a geometry after clipping.
 struct MeasureSampling {
-  double dir_row = 0, dir_col = 0;      // unit step along the axis
-  double across_row = 0, across_col = 0;  // unit step across it
-  double first_t = 0;                   // axis coordinate of sample 0
-  Vlong count = 0;                      // samples along the axis
-  std::vector<double> across;           // offsets of the lines across
-  // Image coordinates of profile position `x` (in samples, fractional).
-  double RowAt(double x, const MeasureGeometry& g) const { return g.row + (first_t + x) * dir_row; }
-  double ColAt(double x, const MeasureGeometry& g) const { return g.column + (first_t + x) * dir_col; }
+  // Rectangles: unit steps along and across the axis, and the axis
+  // coordinate of sample 0.
+  double dir_row = 0, dir_col = 0, across_row = 0, across_col = 0, first_t = 0;
+  // Arcs: angle per sample.
+  double angle_step = 0;
+  Vlong count = 0;             // samples along the axis
+  std::vector<double> across;  // offsets of the lines across
+  // Image coordinates of profile position `x` (in samples, fractional)
+  // and the unit step across there.
+  void PointAt(double x, const MeasureGeometry& g, double* r, double* c) const;
+  void AcrossAt(double x, const MeasureGeometry& g, double* r, double* c) const;
 };
 
 // VERR_COORD_RANGE when no position along the axis lies inside the image.
