@@ -8,8 +8,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <vector>
 
 #include <vexaobj.h>
@@ -252,6 +254,33 @@ TEST_F(MeasureTest, EdgesAlongArcsLieOnTheirRay) {
   EXPECT_EQ(gen_measure_arc(kRow, kCol, 80.0, 0.0, 1.0, 2.0, kW, kH, "bilinear", &m), VERR_COORD_RANGE);
   EXPECT_EQ(gen_measure_arc(kRow, kCol, 4.0, 0.0, 1.0, 5.0, kW, kH, "bilinear", &m), VERR_CTRL_VALUE(5));
   EXPECT_EQ(gen_measure_arc(kRow, kCol, 20.0, 0.0, 0.0, 2.0, kW, kH, "bilinear", &m), VERR_CTRL_VALUE(4));
+}
+
+TEST_F(MeasureTest, MeasuresThroughItemsAndFilesFindTheSameEdges) {
+  Image img = StepAt(0.7, 1.9);
+  auto edges = [&](Vlong m) {
+    VTuple rows, cols, amp, dist;
+    EXPECT_EQ(measure_pos(img.obj, m, 1.0, 10.0, "all", "all", &rows, &cols, &amp, &dist), VRESULT_OK);
+    return std::vector<double>{rows.Num() ? rows[0].D() : -1, cols.Num() ? cols[0].D() : -1};
+  };
+  Vlong arc = -1;
+  ASSERT_EQ(gen_measure_arc(kRow, kCol, 30.0, 0.0, 2.5, 3.0, kW, kH, "bicubic", &arc), VRESULT_OK);
+  const std::string path = testing::TempDir() + "/measure_test.vxm";
+  for (Vlong m : {Measure(0.7, "bicubic"), arc}) {
+    Vlong item = -1, copy = -1, read = -1;
+    ASSERT_EQ(serialize_measure(m, &item), VRESULT_OK);
+    ASSERT_EQ(deserialize_measure(item, &copy), VRESULT_OK);
+    EXPECT_EQ(edges(copy), edges(m));
+    ASSERT_EQ(write_measure(m, path.c_str()), VRESULT_OK);
+    ASSERT_EQ(read_measure(path.c_str(), &read), VRESULT_OK);
+    EXPECT_EQ(edges(read), edges(m));
+  }
+  std::remove(path.c_str());
+  Vlong tuple_item = -1, m = -1;
+  ASSERT_EQ(serialize_tuple(1.5, &tuple_item), VRESULT_OK);
+  EXPECT_EQ(deserialize_measure(tuple_item, &m), VERR_DATA_KIND);
+  EXPECT_NE(read_measure(path.c_str(), &m), VRESULT_OK);
+  EXPECT_EQ(clear_all_serialized_items(), VRESULT_OK);
 }
 
 TEST_F(MeasureTest, TranslationMovesTheFoundEdge) {

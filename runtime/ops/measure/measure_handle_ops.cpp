@@ -8,13 +8,10 @@
 namespace vexa {
 namespace {
 
-// Largest image side a measure accepts.
-constexpr Vlong kMaxImageSide = Vlong{1} << 20;
-
 Vresult InpImageSide(const OpContext& ctx, int par, Vlong* side) {
   const Vresult rc = ctx.GetLong(par, side);
   if (rc != VRESULT_OK) return rc;
-  return *side >= 1 && *side <= kMaxImageSide ? VRESULT_OK : VERR_CTRL_VALUE(par);
+  return *side >= 1 && *side <= kMaxMeasureImageSide ? VRESULT_OK : VERR_CTRL_VALUE(par);
 }
 
 // A half length: not negative and not beyond the image's width plus

@@ -31,6 +31,9 @@
 
 namespace vexa {
 
+// Largest image side a measure accepts.
+constexpr Vlong kMaxMeasureImageSide = Vlong{1} << 20;
+
 enum class MeasureInterpolation { kNearest, kBilinear, kBicubic };
 
 struct MeasureGeometry {

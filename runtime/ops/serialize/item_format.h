@@ -25,6 +25,7 @@ enum class ItemKind : uint16_t {
   kRegion = 3,
   kObject = 4,
   kMatrix = 5,
+  kMeasure = 6,
 };
 
 constexpr size_t kItemHeaderSize = 20;
