@@ -211,7 +211,12 @@ VEXA_OPERATOR(fit_rectangle2_contour_xld) {
         int side = -1;
         d[i] = SideDistance(k, p[i], &side);
       }
-      RobustWeights(weighting, o.clipping_factor, d, &w);
+      // Tukey weights drop every point beyond the clipping distance. Right
+      // after a fit that an outlier pulled, that can be a whole side, which
+      // then holds the fit where it is; the first half of the iterations
+      // therefore use Huber weights, which only lessen such points.
+      const bool early = weighting == Weighting::kTukey && 2 * it < o.iterations;
+      RobustWeights(early ? Weighting::kHuber : weighting, o.clipping_factor, d, &w);
       k = FitRectangle(p, w, k);
     }
     // Report length1 >= length2 and phi in (-pi/2, pi/2].

@@ -61,8 +61,11 @@ void RobustWeights(Weighting w, double clipping_factor, const std::vector<double
   for (size_t i = 0; i < d.size(); ++i) a[i] = std::fabs(d[i]);
   std::nth_element(a.begin(), a.begin() + static_cast<std::ptrdiff_t>(a.size() / 2), a.end());
   const double sigma = a[a.size() / 2] / 0.6745;
-  const double s = clipping_factor * sigma;
-  if (!(s > 0)) return;  // an exact fit: every point counts fully
+  // When the points that fit do so exactly, the median residual is 0: a
+  // floor keeps the scale positive, so that the remaining outliers still
+  // lose their weight instead of all points regaining it.
+  constexpr double kMinScale = 1e-6;
+  const double s = std::max(clipping_factor * sigma, kMinScale);
   for (size_t i = 0; i < d.size(); ++i) {
     const double e = std::fabs(d[i]);
     double& v = (*weights)[i];

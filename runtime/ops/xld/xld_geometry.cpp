@@ -193,7 +193,13 @@ double SegmentsDistance(const Pt& a, const Pt& b, const Pt& c, const Pt& d) {
                   std::min(SegmentDistance(c, a, b), SegmentDistance(d, a, b)));
 }
 
-bool SelfIntersects(const std::vector<Pt>& p, bool closed) {
+bool SelfIntersects(const std::vector<Pt>& points, bool closed) {
+  // A closed outline that repeats its first point at the end is tested
+  // without the repeat: otherwise its first and last segments, which meet
+  // at that point, would count as touching.
+  const bool repeated = closed && points.size() > 1 && points.front().r == points.back().r &&
+                        points.front().c == points.back().c;
+  const std::vector<Pt> p(points.begin(), points.end() - (repeated ? 1 : 0));
   const size_t n = p.size();
   if (n < 3) return false;
   const size_t segs = closed ? n : n - 1;
