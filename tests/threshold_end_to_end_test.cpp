@@ -109,6 +109,13 @@ TEST_F(ThresholdEndToEnd, AMisspeltOperatorNameRaises) {
 }
 
 TEST_F(ThresholdEndToEnd, AnUnimplementedOperatorAnswersNotAvailableOnBothFaces) {
+  // sobel_amp made unavailable for the test: its slot holds no function.
+  void* proc = nullptr;
+  int32_t index = -1;
+  ASSERT_EQ(VGetVProc(-1, &proc), VRESULT_OK);
+  ASSERT_EQ(VFindProcNumber(proc, "sobel_amp", &index), VRESULT_OK);
+  ASSERT_EQ(VPutVProc(proc), VRESULT_OK);
+  const VOperatorFn implementation = VSetOperatorFn(index, nullptr);
   Vobject edges;
   EXPECT_EQ(sobel_amp(image_, &edges, "sum_abs", 3), VERR_NOT_AVAILABLE);
   VOperator op((char*)"sobel_amp");
@@ -116,6 +123,8 @@ TEST_F(ThresholdEndToEnd, AnUnimplementedOperatorAnswersNotAvailableOnBothFaces)
   op.SetInputCtrl(1, VTuple("sum_abs"));
   op.SetInputCtrl(2, VTuple(3));
   EXPECT_EQ(op.Execute(), VERR_NOT_AVAILABLE);
+  VSetOperatorFn(index, implementation);
+  EXPECT_EQ(sobel_amp(image_, &edges, "sum_abs", 3), VRESULT_OK);
 }
 
 }  // namespace
