@@ -1,6 +1,7 @@
 // The whole interface of the library in one include: control values and
-// tuples, exceptions, the call frame, object keys, the dynamic operator and
-// the procedural operator functions. Headers of class families that are
+// tuples, exceptions, the call frame, object keys, the dynamic operator,
+// the procedural operator functions, and the iconic, geometric, tool and
+// value classes. Headers of class families that are
 // not part of every build are taken only when present.
 #ifndef VEXAOBJ_H
 #define VEXAOBJ_H
@@ -23,6 +24,12 @@
 #include <vexaobj/VImageArray.h>
 #include <vexaobj/VTypedImage.h>
 #include <vexaobj/VIterator.h>
+#include <vexaobj/VContour.h>
+#include <vexaobj/VToolBase.h>
+#include <vexaobj/VTools.h>
+#include <vexaobj/VFunction1D.h>
+#include <vexaobj/VBarCode1D.h>
+#include <vexaobj/VBarCode2D.h>
 
 #if __has_include(<vexaobj/VCPP.h>)
 #include <vexaobj/VCPP.h>
