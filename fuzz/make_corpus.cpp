@@ -1,7 +1,14 @@
-// Writes small valid files of every image format and of the region format
-// into the two directories given, as seeds for the file-reading fuzz
-// targets: each pixel type and channel count a format holds, and the
-// format options that change the file's layout.
+// Writes small valid files of every image format and of the region format,
+// serialised items of every kind, and the frames sockets send, into the
+// four directories given, as
+// seeds for the file-reading fuzz targets: each pixel type and channel
+// count a format holds, and the format options that change the file's
+// layout.
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <string>
 
@@ -81,14 +88,109 @@ bool WriteRegions(const std::string& dir) {
   return ok;
 }
 
+// Writes the bytes of serialised item `item` as seed `name`, behind a first
+// byte with the top bit set: the deserialize target takes such an input
+// as a whole item. Clears the item.
+bool WriteItem(const std::string& dir, const char* name, Vlong item) {
+  Vlong pointer = 0, size = 0;
+  bool ok = get_serialized_item_ptr(item, &pointer, &size) == VRESULT_OK;
+  if (ok) {
+    FILE* f = std::fopen((dir + "/" + name).c_str(), "wb");
+    const unsigned char whole = 0x80;
+    ok = f != nullptr && std::fwrite(&whole, 1, 1, f) == 1 &&
+         std::fwrite(reinterpret_cast<const void*>(pointer), 1, static_cast<size_t>(size), f) ==
+             static_cast<size_t>(size);
+    if (f != nullptr) std::fclose(f);
+  }
+  clear_serialized_item(item);
+  if (!ok) std::fprintf(stderr, "cannot write %s\n", name);
+  return ok;
+}
+
+bool WriteSerialized(const std::string& dir) {
+  Vlong item = 0, matrix = 0;
+  Vobject region;
+  gen_circle(&region, 10.0, 12.0, 4.5);
+  bool ok = serialize_tuple(VTuple(Vlong{7}).Append(2.5).Append("text"), &item) == VRESULT_OK &&
+            WriteItem(dir, "tuple.item", item);
+  ok = serialize_image(TestImage("byte", 3), &item) == VRESULT_OK &&
+       WriteItem(dir, "image.item", item) && ok;
+  ok = serialize_image(TestImage("real", 1), &item) == VRESULT_OK &&
+       WriteItem(dir, "real_image.item", item) && ok;
+  ok = serialize_region(region, &item) == VRESULT_OK && WriteItem(dir, "region.item", item) && ok;
+  if (create_matrix(2, 3, 1.5, &matrix) == VRESULT_OK) {
+    ok = serialize_matrix(matrix, &item) == VRESULT_OK && WriteItem(dir, "matrix.item", item) && ok;
+    clear_matrix(matrix);
+  } else {
+    ok = false;
+  }
+  return ok;
+}
+
+// The frames the runtime sends, caught on a plain TCP socket: `send` writes
+// one frame through a runtime socket connected to it. Each seed is the
+// socket_receive target's selector byte, then the frame.
+bool WriteFrames(const std::string& dir) {
+  const int listener = socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in addr{};
+  addr.sin_family = AF_INET;
+  addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t len = sizeof addr;
+  if (listener < 0 || bind(listener, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 ||
+      listen(listener, 4) != 0 ||
+      getsockname(listener, reinterpret_cast<sockaddr*>(&addr), &len) != 0)
+    return false;
+  const Vlong port = ntohs(addr.sin_port);
+  Vobject region;
+  gen_circle(&region, 10.0, 12.0, 4.5);
+  struct Frame {
+    const char* name;
+    unsigned char selector;  // the receive operator the target calls
+    unsigned int (*send)(Vlong socket, const Vobject& region);
+  };
+  const Frame frames[] = {
+      {"tuple.frame", 0,
+       [](Vlong s, const Vobject&) {
+         return send_tuple(VTuple(s), VTuple(Vlong{5}).Append(1.25).Append("frame"));
+       }},
+      {"image.frame", 1, [](Vlong s, const Vobject&) { return send_image(TestImage("byte", 1), s); }},
+      {"region.frame", 2, [](Vlong s, const Vobject& r) { return send_region(r, s); }},
+  };
+  bool ok = true;
+  for (const Frame& f : frames) {
+    Vlong runtime_socket = -1;
+    if (open_socket_connect(VTuple("127.0.0.1"), VTuple(port), VTuple(), VTuple(),
+                            &runtime_socket) != VRESULT_OK) {
+      ok = false;
+      continue;
+    }
+    const int peer = accept(listener, nullptr, nullptr);
+    const bool sent = f.send(runtime_socket, region) == VRESULT_OK;
+    close_socket(runtime_socket);
+    std::string bytes(1, static_cast<char>(f.selector));
+    char buffer[4096];
+    for (ssize_t n; peer >= 0 && (n = recv(peer, buffer, sizeof buffer, 0)) > 0;)
+      bytes.append(buffer, static_cast<size_t>(n));
+    if (peer >= 0) close(peer);
+    FILE* out = std::fopen((dir + "/" + f.name).c_str(), "wb");
+    ok = sent && out != nullptr && std::fwrite(bytes.data(), 1, bytes.size(), out) == bytes.size() &&
+         ok;
+    if (out != nullptr) std::fclose(out);
+  }
+  close(listener);
+  return ok;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 3) {
-    std::fprintf(stderr, "usage: %s IMAGE_DIR REGION_DIR\n", argv[0]);
+  if (argc != 5) {
+    std::fprintf(stderr, "usage: %s IMAGE_DIR REGION_DIR ITEM_DIR FRAME_DIR\n", argv[0]);
     return 2;
   }
   const bool images = WriteImages(argv[1]);
   const bool regions = WriteRegions(argv[2]);
-  return images && regions ? 0 : 1;
+  const bool items = WriteSerialized(argv[3]);
+  const bool frames = WriteFrames(argv[4]);
+  return images && regions && items && frames ? 0 : 1;
 }

@@ -1,15 +1,17 @@
 #!/usr/bin/env bash
 # Writes the seed corpus of every fuzz target into fuzz/corpus/<target>/:
-# image and region files through the runtime's own writers (the
-# fuzz_make_corpus program of a fuzz build), texts from here.
+# image and region files, serialised items and socket frames through the
+# runtime's own writers (the fuzz_make_corpus program of a fuzz build),
+# texts from here.
 # Usage: fuzz/make_corpus.sh BUILD_DIR
 set -euo pipefail
 build=${1:?usage: $0 BUILD_DIR}
 here=$(cd "$(dirname "$0")" && pwd)
 corpus=$here/corpus
 
-mkdir -p "$corpus"/{read_image,read_region,tuple_string,tuple_regexp,convol_text}
-"$build"/fuzz/fuzz_make_corpus "$corpus/read_image" "$corpus/read_region"
+mkdir -p "$corpus"/{read_image,read_region,deserialize,socket_receive,tuple_string,tuple_regexp,convol_text}
+"$build"/fuzz/fuzz_make_corpus "$corpus/read_image" "$corpus/read_region" "$corpus/deserialize" \
+  "$corpus/socket_receive"
 
 # seed DIR NAME TEXT: one seed file; TEXT goes through printf, so \0
 # separates the strings of one input.
