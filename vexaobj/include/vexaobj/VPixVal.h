@@ -226,7 +226,9 @@ class VPixVal : public VBasePixVal {
   VAbstractPixVal* val;
 };
 
-enum VPixValues { VPixClear = 0, VPixSet = 1 };
+// The underlying type is fixed so that every int value of it is a valid
+// value of the enum: values other than 0 and 1 are stored as they are.
+enum VPixValues : int { VPixClear = 0, VPixSet = 1 };
 
 // A binary pixel. Values other than 0 and 1 can be stored through the enum
 // constructor; such a value is neither set nor equal to 1.
