@@ -57,9 +57,9 @@ Vresult ReadImage(const std::string& path, Vkey* key) {
 
 }  // namespace
 
-Vresult FileSource::Open(const std::string& spec, std::shared_ptr<FileSource>* source) {
+Vresult FileSource::Open(const std::string& location, std::shared_ptr<FileSource>* source) {
   std::error_code ec;
-  const fs::path p(spec);
+  const fs::path p(location);
   if (!fs::exists(p, ec)) return VERR_FILE_NOT_FOUND;
   std::vector<std::string> files;
   if (fs::is_directory(p, ec)) {
@@ -67,10 +67,10 @@ Vresult FileSource::Open(const std::string& spec, std::shared_ptr<FileSource>* s
   } else if (p.extension() == ".seq") {
     files = ListedImages(p);
   } else {
-    files.push_back(spec);
+    files.push_back(location);
   }
   if (files.empty()) return VERR_GRAB_SOURCE;
-  source->reset(new FileSource(spec, std::move(files)));
+  source->reset(new FileSource(location, std::move(files)));
   return VRESULT_OK;
 }
 

@@ -21,15 +21,15 @@ namespace vexa {
 class FileSource : public Tool {
  public:
   static constexpr ToolKind kKind = ToolKind::kFramegrabber;
-  // VERR_FILE_NOT_FOUND when `spec` names nothing, VERR_GRAB_SOURCE when
+  // VERR_FILE_NOT_FOUND when `location` names nothing, VERR_GRAB_SOURCE when
   // it holds no image file.
-  static Vresult Open(const std::string& spec, std::shared_ptr<FileSource>* source);
+  static Vresult Open(const std::string& location, std::shared_ptr<FileSource>* source);
 
   // The next image as a new object, and its file name. With looping off,
   // VERR_GRAB_SOURCE after the last.
   Vresult Grab(Vkey* image, std::string* file);
 
-  const std::string& spec() const { return spec_; }
+  const std::string& location() const { return location_; }
   size_t count() const { return files_.size(); }
   size_t next_index() const;
   // VERR_CTRL_VALUE(2) for an index beyond the list.
@@ -39,10 +39,10 @@ class FileSource : public Tool {
   std::string last_file() const;
 
  private:
-  FileSource(std::string spec, std::vector<std::string> files)
-      : spec_(std::move(spec)), files_(std::move(files)) {}
+  FileSource(std::string location, std::vector<std::string> files)
+      : location_(std::move(location)), files_(std::move(files)) {}
 
-  const std::string spec_;
+  const std::string location_;
   const std::vector<std::string> files_;
   mutable std::mutex m_;
   size_t next_ = 0;

@@ -127,7 +127,7 @@ VEXA_OPERATOR(get_framegrabber_param) {
     if (name == "name") {
       out.push_back(TupleValue::String(kInterface));
     } else if (name == "camera_type") {
-      out.push_back(TupleValue::String(source->spec()));
+      out.push_back(TupleValue::String(source->location()));
     } else if (name == "num_images") {
       out.push_back(TupleValue::Long(static_cast<Vlong>(source->count())));
     } else if (name == "image_index") {
