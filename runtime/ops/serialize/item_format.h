@@ -26,6 +26,7 @@ enum class ItemKind : uint16_t {
   kObject = 4,
   kMatrix = 5,
   kMeasure = 6,
+  kXld = 7,
 };
 
 constexpr size_t kItemHeaderSize = 20;
@@ -40,6 +41,7 @@ class ByteWriter {
   void U64(uint64_t v) { Raw(&v, 8); }
   void I32(int32_t v) { Raw(&v, 4); }
   void I64(int64_t v) { Raw(&v, 8); }
+  void F32(float v) { Raw(&v, 4); }
   void F64(double v) { Raw(&v, 8); }
   void Bytes(const void* p, size_t n);
   void String(const std::string& s);
@@ -61,6 +63,7 @@ class ByteReader {
   bool U64(uint64_t* v) { return Raw(v, 8); }
   bool I32(int32_t* v) { return Raw(v, 4); }
   bool I64(int64_t* v) { return Raw(v, 8); }
+  bool F32(float* v) { return Raw(v, 4); }
   bool F64(double* v) { return Raw(v, 8); }
   // `n` bytes in place (valid while the source lives).
   bool Bytes(size_t n, const unsigned char** p);
