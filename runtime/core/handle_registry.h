@@ -44,6 +44,8 @@ enum class ToolKind {
   kFramegrabber,
   kMatrix,
   kMeasure,
+  kBarCode,
+  kDataCode2D,
 };
 
 // Base of every tool object. A tool class T names its kind as

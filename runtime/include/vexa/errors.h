@@ -71,5 +71,6 @@
 #define VERR_MATRIX_FORM 9222u          /* matrix lacks the required form */
 #define VERR_GRAB_SOURCE 9230u          /* frame grabber source unusable */
 #define VERR_FILE_MODE 9231u            /* file not open for this access */
+#define VERR_SYMBOLOGY 9250u            /* code type not supported by the decoder */
 
 #endif /* VEXA_ERRORS_H */

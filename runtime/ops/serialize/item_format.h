@@ -26,6 +26,8 @@ enum class ItemKind : uint16_t {
   kObject = 4,
   kMatrix = 5,
   kMeasure = 6,
+  kBarCodeModel = 7,
+  kDataCode2DModel = 8,
   kXld = 7,
 };
 

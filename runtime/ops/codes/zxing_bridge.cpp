@@ -1,0 +1,263 @@
+#include "ops/codes/zxing_bridge.h"
+
+#include <ZXing/ReadBarcode.h>
+
+#include <algorithm>
+#include <cmath>
+#include <tuple>
+#include <utility>
+#include <opencv2/imgproc.hpp>
+
+#include "ops/codes/linear_symbol_geometry.h"
+#include "ops/common/op_objects.h"
+
+namespace vexa {
+namespace {
+
+using ZXing::BarcodeFormat;
+
+// Formats whose reader scans rows and therefore needs turned views.
+const ZXing::BarcodeFormats kScanLineFormats =
+    ZXing::BarcodeFormats(BarcodeFormat::LinearCodes) | BarcodeFormat::PDF417;
+
+// Pixels the engine reads and the map from their (x, y) to image
+// coordinates: row = m[0] x + m[1] y + m[2], col = m[3] x + m[4] y + m[5].
+// With `quarter`, the engine reads the pixels turned by a quarter turn
+// (a view with swapped strides, no copy).
+struct View {
+  cv::Mat pixels;  // CV_8U; a header over the input where no copy is needed
+  double m[6];
+  bool quarter = false;
+};
+
+View UprightView(const CodeImage& image) {
+  View v;
+  v.pixels = cv::Mat(image.height, image.width, CV_8U, const_cast<uint8_t*>(image.data),
+                     static_cast<size_t>(image.stride));
+  const double m[6] = {0, 1, static_cast<double>(image.row0), 1, 0, static_cast<double>(image.col0)};
+  std::copy(m, m + 6, v.m);
+  return v;
+}
+
+// The view whose pixel (x, y) lies at crop coordinates
+// (x, y) -> (a[0] x + a[1] y + a[2], a[3] x + a[4] y + a[5]) as (col, row).
+View ResampledView(const CodeImage& image, const cv::Matx23d& to_crop, cv::Size size) {
+  View v;
+  cv::warpAffine(UprightView(image).pixels, v.pixels, cv::Mat(to_crop), size,
+                 cv::INTER_LINEAR | cv::WARP_INVERSE_MAP, cv::BORDER_REPLICATE);
+  v.m[0] = to_crop(1, 0), v.m[1] = to_crop(1, 1), v.m[2] = to_crop(1, 2) + image.row0;
+  v.m[3] = to_crop(0, 0), v.m[4] = to_crop(0, 1), v.m[5] = to_crop(0, 2) + image.col0;
+  return v;
+}
+
+// The crop turned by `degrees` counter-clockwise, on a canvas that holds
+// all of it.
+View TurnedView(const CodeImage& image, double degrees) {
+  const double a = degrees * M_PI / 180, c = std::cos(a), s = std::sin(a);
+  const double w = image.width, h = image.height;
+  const int out_w = static_cast<int>(std::ceil(std::fabs(w * c) + std::fabs(h * s)));
+  const int out_h = static_cast<int>(std::ceil(std::fabs(w * s) + std::fabs(h * c)));
+  // Centre to centre; a view pixel (x, y) turned back by `a` about the
+  // centre (rows grow downwards, so a counter-clockwise turn of the image
+  // is a clockwise one in (x, y)).
+  const double cx = (w - 1) / 2, cy = (h - 1) / 2, ox = (out_w - 1) / 2.0, oy = (out_h - 1) / 2.0;
+  const cv::Matx23d to_crop(c, -s, cx - c * ox + s * oy,  //
+                            s, c, cy - s * ox - c * oy);
+  return ResampledView(image, to_crop, cv::Size(out_w, out_h));
+}
+
+// ZXing's quarter turn shows pixel (x, y) of the view at (h - 1 - y, x).
+CodeHit HitOf(const ZXing::Result& r, const View& view) {
+  CodeHit hit;
+  hit.format = r.format();
+  hit.valid = r.isValid();
+  hit.text = r.text();
+  hit.bytes.assign(r.bytes().begin(), r.bytes().end());
+  hit.ec_level = r.ecLevel();
+  hit.mirrored = r.isMirrored();
+  const auto& pos = r.position();
+  for (int i = 0; i < 4; ++i) {
+    double x = pos[i].x, y = pos[i].y;
+    if (view.quarter) std::tie(x, y) = std::make_pair(y, view.pixels.rows - 1 - x);
+    hit.rows[i] = view.m[0] * x + view.m[1] * y + view.m[2];
+    hit.cols[i] = view.m[3] * x + view.m[4] * y + view.m[5];
+  }
+  return hit;
+}
+
+// The engine merges the scan lines of several linear codes in one read
+// only for codes parallel to the rows (it stops on an internal check
+// otherwise), so a read of linear codes asks for one code.
+bool IsLinear(ZXing::BarcodeFormats formats) {
+  return !(formats & BarcodeFormat::LinearCodes).empty();
+}
+
+ZXing::DecodeHints HintsOf(const CodeReadOptions& o) {
+  ZXing::DecodeHints hints;
+  hints.setFormats(o.formats)
+      .setTryHarder(o.try_harder)
+      .setTryRotate(false)
+      .setMaxNumberOfSymbols(static_cast<uint8_t>(
+          IsLinear(o.formats) ? 1 : o.max_symbols > 0 && o.max_symbols < 255 ? o.max_symbols : 255))
+      .setMinLineCount(static_cast<uint8_t>(std::clamp(o.min_line_count, 1, 255)))
+      .setValidateCode39CheckSum(o.code39_check)
+      .setValidateITFCheckSum(o.itf_check)
+      .setReturnErrors(true);
+  return hints;
+}
+
+// Reads one view; true when it gave a decoded symbol.
+// The pixels the engine reads for `view`: as they are (a header, never
+// written), inverted, and/or sharpened (twice the pixels minus their
+// Gaussian blur of sigma 1, which restores the contrast of bars of one or
+// two pixels that a blur has flattened).
+cv::Mat Prepared(const View& view, bool inverted, bool sharpened) {
+  if (!inverted && !sharpened) return view.pixels;
+  cv::Mat out;
+  if (sharpened) {
+    cv::Mat blurred;
+    cv::GaussianBlur(view.pixels, blurred, cv::Size(0, 0), 1.0);
+    cv::addWeighted(view.pixels, 2.0, blurred, -1.0, 0, out);
+  }
+  if (inverted) cv::bitwise_not(sharpened ? out : view.pixels, out);
+  return out;
+}
+
+// Reads one view; true when it gave a decoded symbol.
+bool ReadView(const View& view, const ZXing::DecodeHints& hints, bool inverted, bool sharpened,
+              std::vector<CodeHit>* hits) {
+  const cv::Mat pixels = Prepared(view, inverted, sharpened);
+  ZXing::ImageView zx(pixels.ptr<uint8_t>(), pixels.cols, pixels.rows, ZXing::ImageFormat::Lum,
+                      static_cast<int>(pixels.step[0]));
+  if (view.quarter) zx = zx.rotated(90);
+  bool decoded = false;
+  for (const ZXing::Result& r : ZXing::ReadBarcodes(zx, hints)) {
+    hits->push_back(HitOf(r, view));
+    decoded = decoded || hits->back().valid;
+  }
+  return decoded;
+}
+
+std::vector<bool> InversionsOf(CodePolarity p) {
+  if (p == CodePolarity::kAny) return {false, true};
+  return {p == CodePolarity::kLightOnDark};
+}
+
+// The decoded symbols of the first view (in the given order) that has
+// some; when none has, every symbol seen that could not be decoded.
+// Linear codes that no view decodes are tried once more on sharpened
+// pixels.
+template <class MakeView>
+std::vector<CodeHit> ReadViews(const CodeReadOptions& options, int num_views, MakeView make) {
+  const ZXing::DecodeHints hints = HintsOf(options);
+  std::vector<CodeHit> undecoded;
+  const int passes = IsLinear(options.formats) ? 2 : 1;
+  for (int pass = 0; pass < passes; ++pass)
+    for (int i = 0; i < num_views; ++i) {
+      const View view = make(i);
+      for (bool inverted : InversionsOf(options.polarity)) {
+        std::vector<CodeHit> hits;
+        if (ReadView(view, hints, inverted, pass == 1, &hits)) return hits;
+        undecoded.insert(undecoded.end(), hits.begin(), hits.end());
+      }
+    }
+  return undecoded;
+}
+
+// The view of the rectangle with centre (row, col), half lengths len1
+// along phi and len2 across: view x runs along phi, view y across it
+// (clockwise from phi on screen), both centred on (row, col).
+View RectangleView(const CodeImage& image, double row, double col, double phi, double len1,
+                   double len2) {
+  const double c = std::cos(phi), s = std::sin(phi);
+  const int out_w = static_cast<int>(std::floor(2 * len1)) + 1;
+  const int out_h = static_cast<int>(std::floor(2 * len2)) + 1;
+  const double x0 = (out_w - 1) / 2.0, y0 = (out_h - 1) / 2.0;
+  const double cc = col - image.col0, rc = row - image.row0;
+  const cv::Matx23d to_crop(c, s, cc - c * x0 - s * y0,  //
+                            -s, c, rc + s * x0 - c * y0);
+  return ResampledView(image, to_crop, cv::Size(out_w, out_h));
+}
+
+double Gap(double a, double b) { return std::fabs(std::remainder(a - b, 2 * M_PI)); }
+
+// Outlines the linear codes among `hits`. A code that was read along a
+// scan line more than 2 degrees off its measured axis may have been read
+// in part (a scan line that leaves the bars early can still make a valid
+// code of some types, e.g. 2/5 Interleaved); it is read again in a view
+// along that axis, twice as long as what was read plus a margin, and the
+// new reading replaces the first when it decodes the same type.
+void FinishLinear(const CodeImage& image, const CodeReadOptions& options,
+                  std::vector<CodeHit>* hits) {
+  constexpr double kMaxSkew = 2 * M_PI / 180;
+  for (CodeHit& hit : *hits) {
+    if (!IsLinear(hit.format)) continue;
+    const double scan = hit.Orientation();
+    MeasureLinearSymbol(image, &hit);
+    if (!hit.valid || Gap(scan, hit.Orientation()) <= kMaxSkew) continue;
+    const double row = (hit.rows[0] + hit.rows[2]) / 2, col = (hit.cols[0] + hit.cols[2]) / 2;
+    const double half = std::hypot(hit.rows[1] - hit.rows[0], hit.cols[1] - hit.cols[0]) / 2;
+    const double high = std::hypot(hit.rows[3] - hit.rows[0], hit.cols[3] - hit.cols[0]);
+    const View view = RectangleView(image, row, col, hit.Orientation(), 2 * half + 20,
+                                    std::max(high / 2, 8.0));
+    std::vector<CodeHit> again;
+    ReadViews(options, 1, [&](int) { return view; }).swap(again);
+    if (!again.empty() && again.front().valid && again.front().format == hit.format) {
+      hit = again.front();
+      MeasureLinearSymbol(image, &hit);
+    }
+  }
+}
+
+}  // namespace
+
+double CodeHit::Orientation() const {
+  return std::atan2(-(rows[1] - rows[0]), cols[1] - cols[0]);
+}
+
+Vresult InpCodeImage(OpContext& ctx, int par, CodeImage* image) {
+  Vkey key = VKEY_UNDEF;
+  db::ImageData data;
+  Vresult rc = ctx.InpObjSingle(par, &key);
+  if (rc == VRESULT_OK) rc = InpImage(par, key, &data);
+  if (rc != VRESULT_OK) return rc;
+  const PixelBuffer& channel = *data.channels.front();
+  if (channel.type() != PixelType::kByte) return VERR_PIXEL_TYPE;
+  *image = CodeImage{};
+  int32_t r1 = 0, c1 = 0, r2 = 0, c2 = 0;
+  if (!data.domain->BoundingBox(&r1, &c1, &r2, &c2)) return VRESULT_OK;
+  r1 = std::max(r1, 0), c1 = std::max(c1, 0);
+  r2 = std::min(r2, channel.height() - 1), c2 = std::min(c2, channel.width() - 1);
+  if (r1 > r2 || c1 > c2) return VRESULT_OK;
+  image->stride = channel.width();
+  image->data = channel.data() + static_cast<size_t>(r1) * channel.width() + c1;
+  image->width = c2 - c1 + 1, image->height = r2 - r1 + 1;
+  image->row0 = r1, image->col0 = c1;
+  return VRESULT_OK;
+}
+
+std::vector<CodeHit> ReadCodes(const CodeImage& image, const CodeReadOptions& options) {
+  if (image.width == 0) return {};
+  // Upright and its quarter turn first, then the tilted views.
+  static const double kTurns[] = {0, 0, 30, 30, 60, 60};
+  const int views = (options.formats & kScanLineFormats).empty() ? 1 : 6;
+  std::vector<CodeHit> hits = ReadViews(options, views, [&](int i) {
+    View v = kTurns[i] == 0 ? UprightView(image) : TurnedView(image, kTurns[i]);
+    v.quarter = i % 2 == 1;
+    return v;
+  });
+  FinishLinear(image, options, &hits);
+  return hits;
+}
+
+std::vector<CodeHit> ReadCodesInRectangle(const CodeImage& image, const CodeReadOptions& options,
+                                          double row, double col, double phi, double len1,
+                                          double len2) {
+  if (image.width == 0) return {};
+  const View view = RectangleView(image, row, col, phi, len1, len2);
+  std::vector<CodeHit> hits = ReadViews(options, 1, [&](int) { return view; });
+  FinishLinear(image, options, &hits);
+  return hits;
+}
+
+}  // namespace vexa

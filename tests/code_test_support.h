@@ -1,0 +1,115 @@
+// Scenes for the bar code and data code tests: a symbol written by the
+// decoding engine's own encoder (an independent source of the bit
+// pattern), drawn at 4 pixels per module in the middle of a light canvas
+// with a quiet zone, then scaled, turned and blurred by the runtime's
+// operators, with white noise added here.
+#pragma once
+
+#define ZX_USE_UTF8 1
+#include <ZXing/BitMatrix.h>
+#include <ZXing/MultiFormatWriter.h>
+#include <gtest/gtest.h>
+#include <vexaobj.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "vexa/errors.h"
+
+namespace code_test {
+
+using Vexa::Vobject;
+using Vexa::VTuple;
+
+constexpr int kBaseModule = 4;   // pixels per module before scaling
+constexpr int kQuietModules = 10;
+constexpr int kLight = 220, kDark = 30;
+
+struct SceneSpec {
+  ZXing::BarcodeFormat format;
+  std::string content;  // what the encoder writes
+  double module = 4;    // pixels per module after scaling
+  double angle = 0;     // degrees, counter-clockwise
+  double blur = 1;      // Gaussian sigma
+  double noise = 5;     // white noise sigma
+};
+
+// A byte image from row-ordered pixels.
+inline Vobject ByteImage(const std::vector<uint8_t>& pixels, int width, int height) {
+  Vobject image;
+  EXPECT_EQ(Vexa::gen_image1(&image, "byte", width, height,
+                             static_cast<Vlong>(reinterpret_cast<uintptr_t>(pixels.data()))),
+            VRESULT_OK);
+  return image;
+}
+
+// The symbol on a square canvas wide enough to stay whole when turned.
+// Linear codes get bars half as high as the code is long.
+inline std::vector<uint8_t> DrawSymbol(const SceneSpec& spec, int* side) {
+  const ZXing::BitMatrix bits =
+      ZXing::MultiFormatWriter(spec.format).setMargin(0).encode(spec.content, 0, 0);
+  const bool linear = bits.height() == 1;
+  const int cols = bits.width(), rows = linear ? std::max(30, cols / 2) : bits.height();
+  const double w = (cols + 2.0 * kQuietModules) * kBaseModule;
+  const double h = (rows + 2.0 * kQuietModules) * kBaseModule;
+  *side = static_cast<int>(std::ceil(std::hypot(w, h)));
+  std::vector<uint8_t> pixels(static_cast<size_t>(*side) * *side, kLight);
+  const int r0 = (*side - rows * kBaseModule) / 2, c0 = (*side - cols * kBaseModule) / 2;
+  for (int r = 0; r < rows * kBaseModule; ++r)
+    for (int c = 0; c < cols * kBaseModule; ++c)
+      if (bits.get(c / kBaseModule, linear ? 0 : r / kBaseModule))
+        pixels[static_cast<size_t>(r0 + r) * *side + c0 + c] = kDark;
+  return pixels;
+}
+
+// Adds rounded Gaussian noise of `sigma` to a byte image, clipped to 0..255.
+inline Vobject AddNoise(const Vobject& image, double sigma, std::mt19937* rng) {
+  Vlong pointer = 0, width = 0, height = 0;
+  char type[32];
+  EXPECT_EQ(Vexa::get_image_pointer1(image, &pointer, type, &width, &height), VRESULT_OK);
+  const auto* src = reinterpret_cast<const uint8_t*>(static_cast<uintptr_t>(pointer));
+  std::vector<uint8_t> noisy(src, src + width * height);
+  std::normal_distribution<double> noise(0, sigma);
+  for (uint8_t& p : noisy) p = static_cast<uint8_t>(std::clamp(std::lround(p + noise(*rng)), 0L, 255L));
+  return ByteImage(noisy, static_cast<int>(width), static_cast<int>(height));
+}
+
+// The finished scene; the symbol's centre is the image centre.
+inline Vobject MakeScene(const SceneSpec& spec, std::mt19937* rng) {
+  int side = 0;
+  const std::vector<uint8_t> pixels = DrawSymbol(spec, &side);
+  const Vobject drawn = ByteImage(pixels, side, side);
+  Vobject scaled, turned, blurred;
+  const double scale = spec.module / kBaseModule;
+  EXPECT_EQ(Vexa::zoom_image_factor(drawn, &scaled, scale, scale, "bilinear"), VRESULT_OK);
+  EXPECT_EQ(Vexa::rotate_image(scaled, &turned, spec.angle, "bilinear"), VRESULT_OK);
+  EXPECT_EQ(Vexa::smooth_image(turned, &blurred, "gauss", spec.blur), VRESULT_OK);
+  return AddNoise(blurred, spec.noise, rng);
+}
+
+inline int ImageSide(const Vobject& image) {
+  Vlong pointer = 0, width = 0, height = 0;
+  char type[32];
+  EXPECT_EQ(Vexa::get_image_pointer1(image, &pointer, type, &width, &height), VRESULT_OK);
+  return static_cast<int>(width);
+}
+
+// Difference of two angles in degrees, in [0, 180].
+inline double AngleGap(double a, double b) { return std::fabs(std::remainder(a - b, 360.0)); }
+
+// Ten turns (fixed seed) paired with module sizes spread over 2..6 pixels.
+inline std::vector<std::pair<double, double>> TurnsAndModules(unsigned seed) {
+  std::mt19937 rng(seed);
+  std::uniform_real_distribution<double> turn(-180, 180);
+  std::vector<std::pair<double, double>> out;
+  for (int i = 0; i < 10; ++i) out.emplace_back(turn(rng), 2 + 4 * i / 9.0);
+  return out;
+}
+
+inline std::string Str(const VTuple& t, Vlong i) { return t[i].S(); }
+
+}  // namespace code_test
