@@ -72,6 +72,7 @@ const FixedText kFixedTexts[] = {
     {VERR_MATRIX_FORM, "Matrix does not have the form required by its type"},
     {VERR_GRAB_SOURCE, "Image acquisition source holds no readable image"},
     {VERR_FILE_MODE, "File is not open for this kind of access"},
+    {VERR_MODEL_POINTS, "Model has too few edge points: contrast too high or model region too small"},
     {VERR_SYMBOLOGY, "Code type is not supported by the decoder (Micro QR Code cannot be read)"},
 };
 

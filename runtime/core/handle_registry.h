@@ -46,6 +46,7 @@ enum class ToolKind {
   kMeasure,
   kBarCode,
   kDataCode2D,
+  kShapeModel,
 };
 
 // Base of every tool object. A tool class T names its kind as

@@ -72,5 +72,6 @@
 #define VERR_GRAB_SOURCE 9230u          /* frame grabber source unusable */
 #define VERR_FILE_MODE 9231u            /* file not open for this access */
 #define VERR_SYMBOLOGY 9250u            /* code type not supported by the decoder */
+#define VERR_MODEL_POINTS 9260u         /* model has too few edge points */
 
 #endif /* VEXA_ERRORS_H */

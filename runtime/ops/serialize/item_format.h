@@ -29,6 +29,7 @@ enum class ItemKind : uint16_t {
   kBarCodeModel = 7,
   kDataCode2DModel = 8,
   kXld = 7,
+  kShapeModel = 20,
 };
 
 constexpr size_t kItemHeaderSize = 20;

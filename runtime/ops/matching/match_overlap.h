@@ -1,0 +1,24 @@
+// Overlap of two matches, for the suppression of matches that cover the
+// same object: the model's bounding rectangle (axis-parallel in model
+// coordinates, around the level-0 points) placed at each pose; the overlap
+// is the area of the intersection over the smaller area.
+#pragma once
+
+#include <vector>
+
+#include "shape_model.h"
+
+namespace vexa {
+namespace matching {
+
+struct ModelBox {
+  double r1, c1, r2, c2;  // relative to the reference point
+};
+ModelBox BoundingBox(const std::vector<ModelPoint>& points);
+
+// Overlap in 0..1 of `box` at (row_a, col_a, angle_a) and at b.
+double PoseOverlap(const ModelBox& box, double row_a, double col_a, double angle_a, double row_b,
+                   double col_b, double angle_b);
+
+}  // namespace matching
+}  // namespace vexa

@@ -1,0 +1,96 @@
+// The tool behind a shape model handle: the edge points of a template on
+// each pyramid level, with the parameters the model was made with.
+//
+// Points. A model point is an edge pixel of the template (gradient
+// magnitude at least the model contrast, a local maximum across the edge),
+// moved to its sub-pixel position along the gradient. It holds that
+// position relative to the model's reference point, the centre of gravity
+// of the model region (in the coordinates of its level), and the unit
+// gradient direction (row and column components). Points are stored in a
+// fixed pseudo-random order, so that a partial sum over the first points
+// of the list is not biased towards one part of the object: the early
+// termination of the score relies on that.
+//
+// Origin. get/set_shape_model_origin move the point that matches report,
+// relative to the reference point (default 0, 0). The search itself always
+// works with the reference point.
+//
+// Angles. A match is a rotation of the model by an angle counter-clockwise
+// in the displayed image (rows grow downwards) about the reference point:
+// a model point at (r, c) goes to (cos a r - sin a c, sin a r + cos a c)
+// with rows and columns swapped for the display sense, see RotatePoint.
+#pragma once
+
+#include <cmath>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "handle_registry.h"
+
+namespace vexa {
+namespace matching {
+
+enum class Metric { kUsePolarity, kIgnoreGlobalPolarity, kIgnoreLocalPolarity };
+
+struct ModelPoint {
+  float r, c;    // position relative to the reference point
+  float dr, dc;  // unit gradient direction
+};
+
+struct ModelLevel {
+  std::vector<ModelPoint> points;
+  double radius = 0;      // largest distance of a point from the reference point
+  double angle_step = 0;  // angle step of the search on this level
+};
+
+// (r, c) rotated by the angle with cosine `ca` and sine `sa`
+// counter-clockwise as displayed.
+inline void RotatePoint(double r, double c, double ca, double sa, double* out_r, double* out_c) {
+  *out_r = ca * r - sa * c;
+  *out_c = sa * r + ca * c;
+}
+
+struct ShapeModelParams {
+  int num_levels = 0;  // levels the model holds
+  double angle_start = 0, angle_extent = 0, angle_step = 0;
+  double scale_min = 1, scale_max = 1, scale_step = 0;
+  Metric metric = Metric::kUsePolarity;
+  std::string optimization = "auto";
+  std::vector<double> contrast;  // low [, high [, minimum component size]]
+  double min_contrast = 0;       // gradient magnitude below which search pixels are ignored
+};
+
+struct ShapeModel {
+  ShapeModelParams params;
+  std::shared_ptr<const std::vector<ModelLevel>> levels;
+  double ref_row = 0, ref_col = 0;        // reference point in the template
+  double origin_row = 0, origin_col = 0;  // reported point, relative to ref
+};
+
+class ShapeModelTool : public Tool {
+ public:
+  static constexpr ToolKind kKind = ToolKind::kShapeModel;
+  explicit ShapeModelTool(ShapeModel m) : model_(std::move(m)) {}
+  // A copy of the model; the point lists are shared and immutable.
+  ShapeModel Get() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return model_;
+  }
+  void Set(ShapeModel m) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    model_ = std::move(m);
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  ShapeModel model_;
+};
+
+// The model whose handle is input control `par`.
+Vresult InpShapeModel(const OpContext& ctx, int par, ShapeModel* model,
+                      std::shared_ptr<ShapeModelTool>* tool = nullptr);
+
+}  // namespace matching
+}  // namespace vexa

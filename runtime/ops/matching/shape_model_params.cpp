@@ -1,0 +1,152 @@
+#include "shape_model_params.h"
+
+#include <cmath>
+#include <cstring>
+
+namespace vexa {
+namespace matching {
+namespace {
+
+constexpr double kTwoPi = 2 * M_PI;
+
+const char* const kMetricNames[] = {"use_polarity", "ignore_global_polarity",
+                                    "ignore_local_polarity"};
+
+// The index of the string at `par` among `names`.
+Vresult InpChoice(const OpContext& ctx, int par, const char* const* names, int n, int* choice) {
+  const char* s = nullptr;
+  const Vresult rc = ctx.GetString(par, &s);
+  if (rc != VRESULT_OK) return rc;
+  for (int i = 0; i < n; ++i)
+    if (std::strcmp(s, names[i]) == 0) {
+      *choice = i;
+      return VRESULT_OK;
+    }
+  return VERR_CTRL_VALUE(par);
+}
+
+// One real value in [lo, hi].
+Vresult InpRange(const OpContext& ctx, int par, double lo, double hi, double* v) {
+  const Vresult rc = ctx.GetDouble(par, v);
+  if (rc != VRESULT_OK) return rc;
+  return *v >= lo && *v <= hi ? VRESULT_OK : VERR_CTRL_VALUE(par);
+}
+
+// An angle range: any finite start, an extent of 0 .. 2 pi (more is the
+// full circle).
+Vresult InpAngles(const OpContext& ctx, int par, double* start, double* extent) {
+  Vresult rc = InpRange(ctx, par, -1e6, 1e6, start);
+  if (rc == VRESULT_OK) rc = InpRange(ctx, par + 1, 0, 1e6, extent);
+  if (rc == VRESULT_OK) *extent = std::min(*extent, kTwoPi);
+  return rc;
+}
+
+// "auto" (0) or an integer count in [lo, hi].
+Vresult InpAutoLong(const OpContext& ctx, int par, Vlong lo, Vlong hi, Vlong* v) {
+  if (IsAuto(ctx, par)) {
+    *v = 0;
+    return VRESULT_OK;
+  }
+  const Vresult rc = ctx.GetLong(par, v);
+  if (rc != VRESULT_OK) return rc;
+  return *v >= lo && *v <= hi ? VRESULT_OK : VERR_CTRL_VALUE(par);
+}
+
+// "auto" (the contrast is then taken from the template: empty) or one to
+// three numbers: low, high (hysteresis), minimum size of an edge.
+Vresult InpContrast(const OpContext& ctx, int par, std::vector<double>* contrast) {
+  contrast->clear();
+  if (IsAuto(ctx, par)) return VRESULT_OK;
+  const Vresult rc = ctx.GetDoubles(par, *contrast);
+  if (rc != VRESULT_OK) return rc;
+  if (contrast->empty() || contrast->size() > 3) return VERR_CTRL_NUM(par);
+  for (double v : *contrast)
+    if (!(v >= 0 && v <= 1e6)) return VERR_CTRL_VALUE(par);
+  if ((*contrast)[0] <= 0 || (contrast->size() > 1 && (*contrast)[1] < (*contrast)[0]))
+    return VERR_CTRL_VALUE(par);
+  return VRESULT_OK;
+}
+
+// The optimization names; the point reduction keeps every (1 + i)-th
+// point for the i-th "point_reduction_*". Pregeneration is accepted and
+// has no effect: rotated point sets are made per search anyway.
+Vresult InpOptimization(const OpContext& ctx, int par, std::string* name, int* reduction) {
+  static const char* const kNames[] = {"auto",  "none",  "point_reduction_low", "point_reduction_medium",
+                                       "point_reduction_high", "pregeneration", "no_pregeneration"};
+  static const int kReduction[] = {0, 0, 1, 2, 3, 0, 0};
+  int i = 0;
+  const Vresult rc = InpChoice(ctx, par, kNames, 7, &i);
+  if (rc != VRESULT_OK) return rc;
+  *name = kNames[i];
+  *reduction = kReduction[i];
+  return VRESULT_OK;
+}
+
+}  // namespace
+
+bool IsAuto(const OpContext& ctx, int par) {
+  if (ctx.CtrlNum(par) != 1) return false;
+  const Vcpar& v = ctx.CtrlElem(par, 0);
+  return v.type == VPAR_STRING && v.par.s != nullptr && std::strcmp(v.par.s, "auto") == 0;
+}
+
+const char* MetricName(Metric m) { return kMetricNames[static_cast<int>(m)]; }
+
+Vresult InpCreateParams(const OpContext& ctx, int first, int contrast_par, int min_contrast_par,
+                        BuildRequest* build, ShapeModelParams* params) {
+  Vlong levels = 0;
+  Vresult rc = InpAutoLong(ctx, first, 1, kMaxModelLevels, &levels);
+  build->num_levels = static_cast<int>(levels);
+  if (rc == VRESULT_OK) rc = InpAngles(ctx, first + 1, &params->angle_start, &params->angle_extent);
+  if (rc == VRESULT_OK && !IsAuto(ctx, first + 3)) {
+    rc = InpRange(ctx, first + 3, 0, M_PI, &build->angle_step);
+    if (rc == VRESULT_OK && build->angle_step <= 0) rc = VERR_CTRL_VALUE(first + 3);
+  }
+  if (rc == VRESULT_OK)
+    rc = InpOptimization(ctx, first + 4, &params->optimization, &build->point_reduction);
+  int metric = 0;
+  if (rc == VRESULT_OK) rc = InpChoice(ctx, first + 5, kMetricNames, 3, &metric);
+  params->metric = static_cast<Metric>(metric);
+  if (rc == VRESULT_OK && contrast_par >= 0) rc = InpContrast(ctx, contrast_par, &build->contrast);
+  if (rc == VRESULT_OK && !IsAuto(ctx, min_contrast_par)) {
+    Vlong min_contrast = 0;
+    rc = InpAutoLong(ctx, min_contrast_par, 0, 1000000, &min_contrast);
+    build->min_contrast = static_cast<double>(min_contrast);
+  }
+  return rc;
+}
+
+Vresult InpSearchParams(const OpContext& ctx, int first, SearchRequest* q) {
+  Vresult rc = InpAngles(ctx, first, &q->angle_start, &q->angle_extent);
+  if (rc == VRESULT_OK) rc = InpRange(ctx, first + 2, 0, 1, &q->min_score);
+  Vlong num = 0;
+  if (rc == VRESULT_OK) rc = ctx.GetLong(first + 3, &num);
+  if (rc == VRESULT_OK && (num < 0 || num > 100000)) rc = VERR_CTRL_VALUE(first + 3);
+  q->num_matches = static_cast<int>(num);
+  if (rc == VRESULT_OK) rc = InpRange(ctx, first + 4, 0, 1, &q->max_overlap);
+  static const char* const kSubPixel[] = {"none", "interpolation", "least_squares",
+                                          "least_squares_high", "least_squares_very_high"};
+  int sub = 0;
+  if (rc == VRESULT_OK) rc = InpChoice(ctx, first + 5, kSubPixel, 5, &sub);
+  q->sub_pixel = static_cast<SubPixel>(std::min(sub, 2));
+  // NumLevels: the number of levels, optionally followed by the lowest
+  // level the tracking descends to (counting from 1); 0 is every level.
+  std::vector<Vlong> levels;
+  if (rc == VRESULT_OK) rc = ctx.GetLongs(first + 6, levels);
+  if (rc == VRESULT_OK && (levels.empty() || levels.size() > 2)) rc = VERR_CTRL_NUM(first + 6);
+  if (rc == VRESULT_OK) {
+    const bool ok = levels[0] >= 0 && levels[0] <= kMaxModelLevels &&
+                    (levels.size() < 2 || (levels[1] >= 1 && levels[1] <= kMaxModelLevels &&
+                                           (levels[0] == 0 || levels[1] <= levels[0])));
+    if (!ok) rc = VERR_CTRL_VALUE(first + 6);
+  }
+  if (rc == VRESULT_OK) {
+    q->num_levels = static_cast<int>(levels[0]);
+    q->lowest_level = levels.size() > 1 ? static_cast<int>(levels[1]) - 1 : 0;
+  }
+  if (rc == VRESULT_OK) rc = InpRange(ctx, first + 7, 0, 1, &q->greediness);
+  return rc;
+}
+
+}  // namespace matching
+}  // namespace vexa

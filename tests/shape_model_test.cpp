@@ -1,0 +1,338 @@
+// Shape-based matching on scenes rendered here: a non-symmetric object (an
+// L with a hole and a separate disc) drawn anti-aliased at known poses,
+// with Gaussian noise and a bar painted over part of it. Matches must come
+// out at the true pose to a twentieth of a pixel and of a degree; empty
+// scenes give nothing; several instances, polarity, the model origin and
+// stored models behave; bad handles and parameters are refused.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <vexaobj.h>
+
+#include "leak_checked_test.h"
+#include "vexa/errors.h"
+
+namespace {
+
+using namespace Vexa;
+
+constexpr int kW = 640, kH = 480;
+constexpr double kFullCircle = 2 * M_PI;
+constexpr double kBackground = 60, kObject = 190, kBar = 120;
+
+struct Pose {
+  double row, col, angle;
+};
+
+// The object in model coordinates (row and column relative to its
+// centre): an L of two bars with a round hole, and a disc beside it.
+bool InObject(double r, double c) {
+  const bool vertical = c >= -40 && c <= -15 && r >= -40 && r <= 40;
+  const bool foot = c >= -40 && c <= 40 && r >= 15 && r <= 40;
+  const bool hole = std::hypot(r + 20, c + 27) <= 6;
+  const bool disc = std::hypot(r + 15, c - 15) <= 14;
+  return ((vertical || foot) && !hole) || disc;
+}
+constexpr double kObjectRadius = 58;
+
+// A byte scene: background, the objects at `poses` (each pixel the mean of
+// 8x8 samples), optionally a bar over rows bar_r1..bar_r2 and noise.
+struct Scene {
+  std::vector<double> gray;
+  int w, h;
+  Scene(int width, int height) : gray(static_cast<size_t>(width) * height, kBackground), w(width), h(height) {}
+
+  void Draw(const Pose& p, double object = kObject) {
+    constexpr int kSub = 8;
+    const double ca = std::cos(p.angle), sa = std::sin(p.angle);
+    for (int r = std::max(0, int(p.row - kObjectRadius)); r < std::min(h, int(p.row + kObjectRadius) + 2); ++r)
+      for (int c = std::max(0, int(p.col - kObjectRadius)); c < std::min(w, int(p.col + kObjectRadius) + 2); ++c) {
+        int inside = 0;
+        for (int i = 0; i < kSub; ++i)
+          for (int j = 0; j < kSub; ++j) {
+            const double dr = r - 0.5 + (i + 0.5) / kSub - p.row, dc = c - 0.5 + (j + 0.5) / kSub - p.col;
+            // Back into model coordinates: rotate by -angle.
+            inside += InObject(ca * dr + sa * dc, -sa * dr + ca * dc);
+          }
+        double& g = gray[static_cast<size_t>(r) * w + c];
+        g += (object - g) * inside / (kSub * kSub);
+      }
+  }
+  void Bar(int r1, int r2) {
+    for (int r = std::max(0, r1); r <= std::min(h - 1, r2); ++r)
+      for (int c = 0; c < w; ++c) gray[static_cast<size_t>(r) * w + c] = kBar;
+  }
+  void Noise(double sigma, std::mt19937* gen) {
+    std::normal_distribution<double> n(0, sigma);
+    for (double& g : gray) g += n(*gen);
+  }
+  Vobject Image() const {
+    std::vector<uint8_t> bytes(gray.size());
+    for (size_t i = 0; i < gray.size(); ++i)
+      bytes[i] = static_cast<uint8_t>(std::lround(std::min(255.0, std::max(0.0, gray[i]))));
+    Vobject img;
+    EXPECT_EQ(gen_image1(&img, "byte", w, h, static_cast<Vlong>(reinterpret_cast<uintptr_t>(bytes.data()))),
+              VRESULT_OK);
+    return img;
+  }
+};
+
+// The template: the object upright at the centre of a 200x200 image, the
+// model region a square around it, whose centre is the object's centre.
+constexpr double kTemplateCentre = 100;
+Vobject TemplateImage(double object = kObject) {
+  Scene s(200, 200);
+  s.Draw({kTemplateCentre, kTemplateCentre, 0}, object);
+  Vobject img = s.Image(), box, reduced;
+  EXPECT_EQ(gen_rectangle1(&box, 40, 40, 160, 160), VRESULT_OK);
+  EXPECT_EQ(reduce_domain(img, box, &reduced), VRESULT_OK);
+  return reduced;
+}
+
+double AngleErrorDeg(double found, double truth) {
+  return std::fabs(std::remainder(found - truth, kFullCircle)) * 180 / M_PI;
+}
+
+struct Found {
+  VTuple row, col, angle, score;
+};
+
+class ShapeModelTest : public LeakCheckedTest {
+ protected:
+  void TearDown() override {
+    EXPECT_EQ(clear_all_shape_models(), VRESULT_OK);
+    LeakCheckedTest::TearDown();
+  }
+  static Vlong Model(const char* metric = "use_polarity", const Vobject& tmpl = TemplateImage()) {
+    Vlong model = -1;
+    EXPECT_EQ(create_shape_model(tmpl, VTuple("auto"), VTuple(0.0), VTuple(kFullCircle), VTuple("auto"),
+                                 VTuple("auto"), VTuple(metric), VTuple("auto"), VTuple("auto"), &model),
+              VRESULT_OK);
+    return model;
+  }
+  static Found Find(const Vobject& scene, Vlong model, double min_score, Vlong num = 1,
+                    const char* sub_pixel = "least_squares", double greediness = 0.8) {
+    Found f;
+    EXPECT_EQ(find_shape_model(scene, model, 0.0, kFullCircle, min_score, num, 0.5, sub_pixel, 0,
+                               greediness, &f.row, &f.col, &f.angle, &f.score),
+              VRESULT_OK);
+    return f;
+  }
+};
+
+TEST_F(ShapeModelTest, OccludedNoisyObjectIsFoundToAFiftiethOfAPixelAtRandomPoses) {
+  const Vlong model = Model();
+  std::mt19937 gen(20261122);
+  std::uniform_real_distribution<double> row(90, kH - 90), col(90, kW - 90), angle(0, kFullCircle);
+  double worst_pos = 0, worst_angle = 0;
+  for (int i = 0; i < 20; ++i) {
+    const Pose truth{row(gen), col(gen), angle(gen)};
+    SCOPED_TRACE(testing::Message() << "pose " << truth.row << ", " << truth.col << ", " << truth.angle);
+    Scene s(kW, kH);
+    s.Draw(truth);
+    // A bar across about 30% of the object's height.
+    const int bar = static_cast<int>(truth.row) + (i % 2 ? 4 : -30);
+    s.Bar(bar, bar + 25);
+    s.Noise(5, &gen);
+    const Found f = Find(s.Image(), model, 0.5);
+    ASSERT_EQ(f.row.Num(), 1);
+    const double pos = std::hypot(f.row[0].D() - truth.row, f.col[0].D() - truth.col);
+    const double ang = AngleErrorDeg(f.angle[0].D(), truth.angle);
+    EXPECT_LT(pos, 0.05);
+    EXPECT_LT(ang, 0.05);
+    EXPECT_GT(f.score[0].D(), 0.5);
+    EXPECT_LT(f.score[0].D(), 0.9);  // the bar hides part of the points
+    worst_pos = std::max(worst_pos, pos);
+    worst_angle = std::max(worst_angle, ang);
+  }
+  std::printf("worst position error %.4f px, worst angle error %.4f deg\n", worst_pos, worst_angle);
+}
+
+TEST_F(ShapeModelTest, SceneWithoutTheObjectGivesNoMatch) {
+  const Vlong model = Model();
+  std::mt19937 gen(7);
+  Scene s(kW, kH);
+  s.Bar(200, 260);  // straight edges only
+  s.Noise(5, &gen);
+  EXPECT_EQ(Find(s.Image(), model, 0.7, 0).row.Num(), 0);
+}
+
+TEST_F(ShapeModelTest, SeveralInstancesBestFirstAndCoarserSubPixelModes) {
+  const Vlong model = Model();
+  const Pose poses[] = {{120.3, 150.6, 0.4}, {300.2, 420.7, 2.5}, {330.9, 140.1, -1.2}};
+  Scene s(kW, kH);
+  for (const Pose& p : poses) s.Draw(p);
+  const Vobject img = s.Image();
+  const Found all = Find(img, model, 0.7, 0);
+  ASSERT_EQ(all.row.Num(), 3);
+  for (Vlong i = 0; i < 3; ++i) {
+    if (i > 0) EXPECT_LE(all.score[i].D(), all.score[i - 1].D());
+    double nearest = 1e9;
+    for (const Pose& p : poses) nearest = std::min(nearest, std::hypot(all.row[i].D() - p.row, all.col[i].D() - p.col));
+    EXPECT_LT(nearest, 0.05);
+  }
+  EXPECT_EQ(Find(img, model, 0.7, 2).row.Num(), 2);
+  // Without least squares the pose is coarser but still close.
+  const Found none = Find(img, model, 0.7, 0, "none");
+  const Found interp = Find(img, model, 0.7, 0, "interpolation");
+  ASSERT_EQ(none.row.Num(), 3);
+  ASSERT_EQ(interp.row.Num(), 3);
+  for (Vlong i = 0; i < 3; ++i) {
+    EXPECT_LT(std::hypot(none.row[i].D() - all.row[i].D(), none.col[i].D() - all.col[i].D()), 1.0);
+    EXPECT_LT(std::hypot(interp.row[i].D() - all.row[i].D(), interp.col[i].D() - all.col[i].D()), 0.5);
+    EXPECT_LT(AngleErrorDeg(interp.angle[i].D(), all.angle[i].D()), 1.0);
+  }
+}
+
+TEST_F(ShapeModelTest, PolarityMetricsAndSearchDomain) {
+  const Pose truth{240.4, 320.8, 1.0};
+  Scene s(kW, kH);
+  s.Draw(truth, 10);  // dark object on a brighter background: inverted contrast
+  const Vobject inverted = s.Image();
+  const Vlong strict = Model("use_polarity");
+  EXPECT_EQ(Find(inverted, strict, 0.7).row.Num(), 0);
+  for (const char* metric : {"ignore_global_polarity", "ignore_local_polarity"}) {
+    SCOPED_TRACE(metric);
+    const Found f = Find(inverted, Model(metric), 0.7);
+    ASSERT_EQ(f.row.Num(), 1);
+    EXPECT_LT(std::hypot(f.row[0].D() - truth.row, f.col[0].D() - truth.col), 0.05);
+  }
+  // The reference point must lie in the image's domain.
+  Scene bright(kW, kH);
+  bright.Draw(truth);
+  Vobject away, near, reduced;
+  ASSERT_EQ(gen_rectangle1(&away, 0, 0, 100, 100), VRESULT_OK);
+  ASSERT_EQ(reduce_domain(bright.Image(), away, &reduced), VRESULT_OK);
+  EXPECT_EQ(Find(reduced, strict, 0.7).row.Num(), 0);
+  ASSERT_EQ(gen_rectangle1(&near, 230, 310, 250, 330), VRESULT_OK);
+  ASSERT_EQ(reduce_domain(bright.Image(), near, &reduced), VRESULT_OK);
+  EXPECT_EQ(Find(reduced, strict, 0.7).row.Num(), 1);
+}
+
+TEST_F(ShapeModelTest, OriginParamsContoursAndStoredModels) {
+  const Vlong model = Model();
+  Vlong levels = 0, min_contrast = 0;
+  double start = 0, extent = 0, step = 0, smin = 0, smax = 0, sstep = 0;
+  char metric[64] = {0};
+  ASSERT_EQ(get_shape_model_params(model, &levels, &start, &extent, &step, &smin, &smax, &sstep, metric,
+                                   &min_contrast),
+            VRESULT_OK);
+  EXPECT_GE(levels, 3);
+  EXPECT_DOUBLE_EQ(extent, kFullCircle);
+  // About one pixel of movement at the object's outermost edge point.
+  EXPECT_NEAR(step, std::atan(1 / 57.0), 0.004);
+  EXPECT_EQ(std::string(metric), "use_polarity");
+  EXPECT_GT(min_contrast, 0);
+
+  // Level-1 contours lie on the object's outline around the origin.
+  Vobject contours;
+  ASSERT_EQ(get_shape_model_contours(&contours, model, 1), VRESULT_OK);
+  Vlong n = 0;
+  ASSERT_EQ(count_obj(contours, &n), VRESULT_OK);
+  EXPECT_GE(n, 3);  // outer L, hole, disc
+  EXPECT_NE(get_shape_model_contours(&contours, model, levels + 1), VRESULT_OK);
+
+  // A moved origin moves (and turns with) every match.
+  ASSERT_EQ(set_shape_model_origin(model, -20.0, 10.0), VRESULT_OK);
+  double orow = 0, ocol = 0;
+  ASSERT_EQ(get_shape_model_origin(model, &orow, &ocol), VRESULT_OK);
+  EXPECT_EQ(orow, -20.0);
+  EXPECT_EQ(ocol, 10.0);
+  const Pose truth{250.5, 300.25, M_PI / 2};
+  Scene s(kW, kH);
+  s.Draw(truth);
+  const Vobject img = s.Image();
+  const Found moved = Find(img, model, 0.7);
+  ASSERT_EQ(moved.row.Num(), 1);
+  // (-20, 10) turned by 90 degrees counter-clockwise is (-10, -20).
+  EXPECT_NEAR(moved.row[0].D(), truth.row - 10, 0.05);
+  EXPECT_NEAR(moved.col[0].D(), truth.col - 20, 0.05);
+
+  // Serialised, written and read back models find the same.
+  Vlong item = 0, copy = 0, read = 0;
+  ASSERT_EQ(serialize_shape_model(model, &item), VRESULT_OK);
+  ASSERT_EQ(deserialize_shape_model(item, &copy), VRESULT_OK);
+  ASSERT_EQ(clear_serialized_item(item), VRESULT_OK);
+  const std::string path = testing::TempDir() + "shape_model_test.vsm";
+  ASSERT_EQ(write_shape_model(model, path.c_str()), VRESULT_OK);
+  ASSERT_EQ(read_shape_model(path.c_str(), &read), VRESULT_OK);
+  for (Vlong other : {copy, read}) {
+    const Found f = Find(img, other, 0.7);
+    ASSERT_EQ(f.row.Num(), 1);
+    EXPECT_EQ(f.row[0].D(), moved.row[0].D());
+    EXPECT_EQ(f.angle[0].D(), moved.angle[0].D());
+  }
+  // A damaged file is refused.
+  std::FILE* file = std::fopen(path.c_str(), "r+b");
+  ASSERT_NE(file, nullptr);
+  std::fseek(file, 60, SEEK_SET);
+  std::fputc(0x5A, file);
+  std::fclose(file);
+  EXPECT_EQ(read_shape_model(path.c_str(), &read), VERR_FILE_CORRUPT);
+  std::remove(path.c_str());
+}
+
+TEST_F(ShapeModelTest, BadHandlesParametersAndModelRegions) {
+  const Vobject tmpl = TemplateImage();
+  const Vlong model = Model();
+  Scene s(kW, kH);
+  const Vobject img = s.Image();
+  VTuple r, c, a, sc;
+  // A measure handle is no shape model; a cleared model is gone.
+  Vlong measure = 0;
+  ASSERT_EQ(gen_measure_rectangle2(50.0, 50.0, 0.0, 10.0, 5.0, kW, kH, "bilinear", &measure), VRESULT_OK);
+  EXPECT_EQ(find_shape_model(img, measure, 0.0, 1.0, 0.5, 1, 0.5, "none", 0, 0.9, &r, &c, &a, &sc),
+            VERR_HANDLE_TYPE);
+  EXPECT_EQ(close_measure(measure), VRESULT_OK);
+  Vlong gone = Model();
+  ASSERT_EQ(clear_shape_model(gone), VRESULT_OK);
+  EXPECT_EQ(find_shape_model(img, gone, 0.0, 1.0, 0.5, 1, 0.5, "none", 0, 0.9, &r, &c, &a, &sc),
+            VERR_HANDLE_CLOSED);
+  // Search parameters out of range.
+  EXPECT_EQ(find_shape_model(img, model, 0.0, 1.0, 1.5, 1, 0.5, "none", 0, 0.9, &r, &c, &a, &sc),
+            VERR_CTRL_VALUE(3));
+  EXPECT_EQ(find_shape_model(img, model, 0.0, -1.0, 0.5, 1, 0.5, "none", 0, 0.9, &r, &c, &a, &sc),
+            VERR_CTRL_VALUE(2));
+  EXPECT_EQ(find_shape_model(img, model, 0.0, 1.0, 0.5, 1, 0.5, "cubic", 0, 0.9, &r, &c, &a, &sc),
+            VERR_CTRL_VALUE(6));
+  EXPECT_EQ(find_shape_model(img, model, 0.0, 1.0, 0.5, 1, 0.5, "none", 0, 1.1, &r, &c, &a, &sc),
+            VERR_CTRL_VALUE(8));
+  EXPECT_EQ(find_shape_model(img, model, 0.0, 1.0, 0.5, 1, 0.5, "none", -1, 0.9, &r, &c, &a, &sc),
+            VERR_CTRL_VALUE(7));
+  // Creation parameters out of range.
+  Vlong m = 0;
+  EXPECT_EQ(create_shape_model(tmpl, VTuple("auto"), VTuple(0.0), VTuple(1.0), VTuple("auto"), VTuple("auto"),
+                               VTuple("use_colour"), VTuple("auto"), VTuple("auto"), &m),
+            VERR_CTRL_VALUE(5));
+  EXPECT_EQ(create_shape_model(tmpl, VTuple(0), VTuple(0.0), VTuple(1.0), VTuple("auto"), VTuple("auto"),
+                               VTuple("use_polarity"), VTuple("auto"), VTuple("auto"), &m),
+            VERR_CTRL_VALUE(0));
+  EXPECT_EQ(create_shape_model(tmpl, VTuple("auto"), VTuple(0.0), VTuple(1.0), VTuple(-0.1), VTuple("auto"),
+                               VTuple("use_polarity"), VTuple("auto"), VTuple("auto"), &m),
+            VERR_CTRL_VALUE(3));
+  VTuple hysteresis(40);
+  hysteresis[1] = 20;  // high below low
+  EXPECT_EQ(create_shape_model(tmpl, VTuple("auto"), VTuple(0.0), VTuple(1.0), VTuple("auto"), VTuple("auto"),
+                               VTuple("use_polarity"), hysteresis, VTuple("auto"), &m),
+            VERR_CTRL_VALUE(6));
+  // Regions without edges: a flat template, an empty domain, a contrast
+  // above every edge.
+  Vobject flat, none, reduced;
+  ASSERT_EQ(gen_empty_region(&none), VRESULT_OK);
+  ASSERT_EQ(reduce_domain(img, none, &reduced), VRESULT_OK);
+  for (const Vobject* t : std::vector<const Vobject*>{&img, &reduced})
+    EXPECT_EQ(create_shape_model(*t, VTuple("auto"), VTuple(0.0), VTuple(1.0), VTuple("auto"), VTuple("auto"),
+                                 VTuple("use_polarity"), VTuple("auto"), VTuple("auto"), &m),
+              VERR_MODEL_POINTS);
+  EXPECT_EQ(create_shape_model(tmpl, VTuple("auto"), VTuple(0.0), VTuple(1.0), VTuple("auto"), VTuple("auto"),
+                               VTuple("use_polarity"), VTuple(500), VTuple("auto"), &m),
+            VERR_MODEL_POINTS);
+}
+
+}  // namespace
