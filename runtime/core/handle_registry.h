@@ -44,6 +44,7 @@ enum class ToolKind {
   kFramegrabber,
   kMatrix,
   kMeasure,
+  kMetrologyModel,
   kBarCode,
   kDataCode2D,
   kShapeModel,

@@ -222,13 +222,17 @@ Vresult InpProfile(OpContext& ctx, MeasureGeometry* g, MeasureSampling* s,
   rc = InpMeasure(ctx, 0, g);
   if (rc != VRESULT_OK) return rc;
   if (image.channels.empty()) return VERR_CHANNEL;
-  const PixelBuffer& channel = *image.channels[0];
+  return ProfileOf(*image.channels[0], *g, s, profile);
+}
+
+Vresult ProfileOf(const PixelBuffer& channel, const MeasureGeometry& g, MeasureSampling* s,
+                  std::vector<double>* profile) {
   if (channel.type() == PixelType::kComplex) return VERR_PIXEL_TYPE;
-  if (channel.width() != g->width || channel.height() != g->height) return VERR_IMAGE_SIZE;
-  rc = PlanSampling(*g, s);
+  if (channel.width() != g.width || channel.height() != g.height) return VERR_IMAGE_SIZE;
+  const Vresult rc = PlanSampling(g, s);
   if (rc != VRESULT_OK) return rc;
   DispatchPixelType(channel.type(), [&](auto tag) {
-    SampleProfile(Sampler(PixelsOf(channel, tag), g->width, g->height), *g, *s, profile);
+    SampleProfile(Sampler(PixelsOf(channel, tag), g.width, g.height), g, *s, profile);
   });
   return VRESULT_OK;
 }

@@ -84,11 +84,17 @@ class MeasureTool : public Tool {
 Vresult InpMeasure(const OpContext& ctx, int par, MeasureGeometry* g,
                    std::shared_ptr<MeasureTool>* tool = nullptr);
 
+// The mean gray profile of `channel` under geometry `g`, with the sampling
+// it used. The channel must have the geometry's size (VERR_IMAGE_SIZE) and
+// a real-valued pixel type (VERR_PIXEL_TYPE for complex).
+Vresult ProfileOf(const PixelBuffer& channel, const MeasureGeometry& g, MeasureSampling* s,
+                  std::vector<double>* profile);
+
 // The mean gray profile of the single image at input object 1 under the
 // measure at input control 0, with the sampling it used. The image must
 // have the measure's size (VERR_IMAGE_SIZE) and a real-valued pixel type
 // (VERR_PIXEL_TYPE for complex); its first channel is measured and its
-// domain is not looked at.
+// domain is not looked at (see ProfileOf).
 Vresult InpProfile(OpContext& ctx, MeasureGeometry* g, MeasureSampling* s,
                    std::vector<double>* profile);
 
