@@ -1,8 +1,9 @@
 // Serialised items: byte-exact round trips of tuples, images of every
-// pixel type under random domains, regions and mixed objects, through the
-// handle, through raw pointers and through files; refusal of items of the
-// wrong kind; and damaged items (cut at every length, every byte flipped)
-// that must give a code and no object, never a crash.
+// pixel type under random domains, regions, sub-pixel objects and mixed
+// objects, through the handle, through raw pointers and through files;
+// refusal of items of the wrong kind; and damaged items (cut at every
+// length, every byte flipped) that must give a code and no object, never
+// a crash.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -186,6 +187,73 @@ TEST_F(SerializeTest, ItemsFollowEachOtherInAFile) {
   EXPECT_EQ(fwrite_serialized_item(a, file), VERR_HANDLE_TYPE);
   ASSERT_EQ(close_file(file), VRESULT_OK);
   std::filesystem::remove(path);
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(SerializeTest, SubPixelObjectsRoundTripAloneAndAmongOtherObjects) {
+  const std::vector<Vobject> xlds = serial_test::XldSamples(rng_);
+  std::vector<Vobject> mixed = serial_test::Samples(rng_);
+  mixed.insert(mixed.begin() + 2, xlds.begin(), xlds.end());
+  Vlong xld_item = -1, object_item = -1;
+  ASSERT_EQ(serialize_xld(image_test::Concat(xlds), &xld_item), VRESULT_OK);
+  ASSERT_EQ(serialize_object(image_test::Concat(mixed), &object_item), VRESULT_OK);
+  Vobject back;
+  ASSERT_EQ(deserialize_xld(&back, xld_item), VRESULT_OK);
+  ExpectSameObjects(xlds, back);
+  ASSERT_EQ(deserialize_object(&back, object_item), VRESULT_OK);
+  ExpectSameObjects(mixed, back);
+  ASSERT_EQ(deserialize_object(&back, xld_item), VRESULT_OK);
+  ExpectSameObjects(xlds, back);
+
+  Vlong item = -1;
+  EXPECT_EQ(serialize_xld(mixed.back(), &item), VERR_OBJ_CLASS(1));
+  EXPECT_EQ(serialize_region(xlds[0], &item), VERR_OBJ_CLASS(1));
+  EXPECT_EQ(serialize_image(xlds[0], &item), VERR_OBJ_CLASS(1));
+  EXPECT_EQ(deserialize_xld(&back, object_item), VERR_DATA_KIND);
+  EXPECT_EQ(deserialize_region(&back, xld_item), VERR_DATA_KIND);
+}
+
+// Payloads with a valid checksum but inconsistent contents: every cut and
+// many changed bytes must give a code (or, for a changed coordinate or
+// value, an object) and never leave an object behind on failure.
+TEST_F(SerializeTest, DamagedSubPixelPayloadsAreRefused) {
+  const std::vector<Vobject> xlds = serial_test::XldSamples(rng_);
+  Vlong good = -1;
+  ASSERT_EQ(serialize_xld(image_test::Concat(xlds), &good), VRESULT_OK);
+  const std::vector<unsigned char> bytes = BytesOf(good);
+  const std::vector<unsigned char> payload(bytes.begin() + 20, bytes.end());
+  const Vlong before = vexa::db::GetStats().xlds;
+  auto decode = [&](const std::vector<unsigned char>& p) {
+    const Vlong item = ItemOf(serial_test::WithPayload(bytes, p));
+    Vobject back;
+    const unsigned int rc = deserialize_xld(&back, item);
+    EXPECT_EQ(clear_serialized_item(item), VRESULT_OK);
+    return rc;
+  };
+  for (size_t len = 0; len < payload.size(); len += 1 + len / 64) {
+    EXPECT_EQ(decode(std::vector<unsigned char>(payload.begin(), payload.begin() + len)),
+              VERR_FILE_CORRUPT)
+        << "cut at " << len;
+    EXPECT_EQ(vexa::db::GetStats().xlds, before);
+  }
+  for (size_t i = 0; i < payload.size(); i += 1 + i / 64) {
+    std::vector<unsigned char> changed = payload;
+    changed[i] ^= 0xa5;
+    const unsigned int rc = decode(changed);
+    EXPECT_TRUE(rc == VRESULT_OK || rc == VERR_FILE_CORRUPT) << "byte " << i << ": " << rc;
+    EXPECT_EQ(vexa::db::GetStats().xlds, before);
+  }
+
+  // Sub-pixel objects under the kind of a region item.
+  std::vector<unsigned char> as_region = bytes;
+  as_region[6] = 3;
+  Vobject back;
+  const Vlong item = ItemOf(as_region);
+  EXPECT_EQ(deserialize_region(&back, item), VERR_FILE_CORRUPT);
+  EXPECT_EQ(vexa::db::GetStats().xlds, before);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Sockets over the loopback interface: images, regions, tuples and items
-// arrive byte-exact over TCP, tuples over UDP; the next frame's type can be
+// Sockets over the loopback interface: images, regions, sub-pixel
+// objects, tuples and items arrive byte-exact over TCP, tuples over UDP; the next frame's type can be
 // peeked; wrong kinds, timeouts, closed peers, refused connections and
 // listening sockets used for data give their codes.
 #include <gtest/gtest.h>
@@ -64,6 +64,7 @@ TEST_F(SocketTest, ObjectsTuplesAndItemsArriveByteExactOverTcp) {
   const std::vector<Vobject> samples = serial_test::Samples(rng_);
   const std::vector<Vobject> images(samples.begin(), samples.end() - 2);
   const std::vector<Vobject> regions(samples.end() - 2, samples.end());
+  const std::vector<Vobject> xlds = serial_test::XldSamples(rng_);
   Vlong item = -1;
   ASSERT_EQ(serialize_tuple(VTuple("in an item"), &item), VRESULT_OK);
 
@@ -73,6 +74,7 @@ TEST_F(SocketTest, ObjectsTuplesAndItemsArriveByteExactOverTcp) {
     EXPECT_EQ(send_tuple(client, VTuple(Vlong{5}).Append(VTuple(-2.5)).Append(VTuple("x"))),
               VRESULT_OK);
     EXPECT_EQ(send_serialized_item(client, item), VRESULT_OK);
+    EXPECT_EQ(send_xld(image_test::Concat(xlds), client), VRESULT_OK);
     EXPECT_EQ(send_tuple(client, VTuple()), VRESULT_OK);
   });
   VTuple type;
@@ -95,6 +97,10 @@ TEST_F(SocketTest, ObjectsTuplesAndItemsArriveByteExactOverTcp) {
   ASSERT_EQ(receive_serialized_item(server, &got), VRESULT_OK);
   ASSERT_EQ(deserialize_tuple(got, &t), VRESULT_OK);
   EXPECT_STREQ(t[0].S(), "in an item");
+  ASSERT_EQ(get_next_socket_data_type(server, &type), VRESULT_OK);
+  EXPECT_STREQ(type[0].S(), "xld");
+  ASSERT_EQ(receive_xld(&back, server), VRESULT_OK);
+  serial_test::ExpectSameObjects(xlds, back);
   // A tuple where an image is expected: refused.
   EXPECT_EQ(receive_image(&back, server), VERR_DATA_KIND);
   sender.join();

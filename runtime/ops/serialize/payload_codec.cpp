@@ -1,12 +1,14 @@
 #include "ops/serialize/payload_codec.h"
 
+#include "ops/serialize/xld_codec.h"
+
 #include <memory>
 #include <utility>
 
 namespace vexa {
 namespace {
 
-enum ObjectTag : uint8_t { kRegionTag = 1, kImageTag = 2 };
+enum ObjectTag : uint8_t { kRegionTag = 1, kImageTag = 2, kXldTag = 3 };
 constexpr size_t kChordBytes = 12;
 constexpr int kNumPixelTypes = static_cast<int>(PixelType::kCyclic) + 1;
 
@@ -35,19 +37,40 @@ Vresult DecodeRegion(ByteReader* r, RegionPtr* region) {
   return VRESULT_OK;
 }
 
-Vresult EncodeObject(Vkey key, bool as_region, ByteWriter* w) {
-  RegionPtr region;
-  Vresult rc = db::GetRegion(key, &region);
+// The tag `key` goes under in an item of `kind`, or VERR_OBJ_CLASS(par).
+Vresult TagFor(int par, Vkey key, ItemKind kind, ObjectTag* tag) {
+  db::ObjKind obj;
+  const Vresult rc = db::KindOf(key, &obj);
   if (rc != VRESULT_OK) return rc;
-  db::ImageData image;
-  rc = db::GetImage(key, &image);
-  if (rc == VERR_NOT_IMAGE || (rc == VRESULT_OK && as_region)) {
-    w->U8(kRegionTag);
-    EncodeRegion(*region, w);
-    return VRESULT_OK;
+  switch (obj) {
+    case db::ObjKind::kXld: *tag = kXldTag; break;
+    case db::ObjKind::kImage: *tag = kind == ItemKind::kRegion ? kRegionTag : kImageTag; break;
+    case db::ObjKind::kRegion: *tag = kRegionTag; break;
+    default: return VERR_OBJ_CLASS(par);
   }
+  const bool fits = kind == ItemKind::kObject || (kind == ItemKind::kImage && *tag == kImageTag) ||
+                    (kind == ItemKind::kRegion && *tag == kRegionTag) ||
+                    (kind == ItemKind::kXld && *tag == kXldTag);
+  return fits ? VRESULT_OK : VERR_OBJ_CLASS(par);
+}
+
+Vresult EncodeObject(Vkey key, ObjectTag tag, ByteWriter* w) {
+  w->U8(tag);
+  if (tag == kXldTag) {
+    XldPtr xld;
+    const Vresult rc = db::GetXld(key, &xld);
+    if (rc == VRESULT_OK) EncodeXld(*xld, w);
+    return rc;
+  }
+  if (tag == kRegionTag) {
+    RegionPtr region;
+    const Vresult rc = db::GetRegion(key, &region);
+    if (rc == VRESULT_OK) EncodeRegion(*region, w);
+    return rc;
+  }
+  db::ImageData image;
+  const Vresult rc = db::GetImage(key, &image);
   if (rc != VRESULT_OK) return rc;
-  w->U8(kImageTag);
   EncodeRegion(*image.domain, w);
   const PixelBuffer& first = *image.channels[0];
   w->U8(static_cast<uint8_t>(first.type()));
@@ -56,6 +79,15 @@ Vresult EncodeObject(Vkey key, bool as_region, ByteWriter* w) {
   w->U32(static_cast<uint32_t>(image.channels.size()));
   for (const PixelBuffer* channel : image.channels) w->Bytes(channel->data(), channel->pixel_bytes());
   return VRESULT_OK;
+}
+
+bool Holds(ItemKind kind, uint8_t tag) {
+  switch (kind) {
+    case ItemKind::kImage: return tag == kImageTag;
+    case ItemKind::kRegion: return tag == kRegionTag;
+    case ItemKind::kXld: return tag == kXldTag;
+    default: return tag == kImageTag || tag == kRegionTag || tag == kXldTag;
+  }
 }
 
 Vresult DecodeImage(ByteReader* r, Vkey* key) {
@@ -120,22 +152,31 @@ Vresult DecodeTuple(ByteReader* r, TupleValues* values) {
   return r->remaining() == 0 ? VRESULT_OK : VERR_FILE_CORRUPT;
 }
 
-Vresult EncodeObjects(const std::vector<Vkey>& keys, bool as_regions, ByteWriter* w) {
-  w->U64(keys.size());
-  for (Vkey key : keys) {
-    const Vresult rc = EncodeObject(key, as_regions, w);
+Vresult EncodeInpObjects(OpContext& ctx, int par, ItemKind kind, ByteWriter* w) {
+  const std::vector<Vkey>* keys = nullptr;
+  Vresult rc = ctx.InpObjs(par, &keys);
+  if (rc != VRESULT_OK) return rc;
+  // Every object is checked before any is written.
+  std::vector<ObjectTag> tags(keys->size());
+  for (size_t i = 0; i < keys->size(); ++i) {
+    rc = TagFor(par, (*keys)[i], kind, &tags[i]);
+    if (rc != VRESULT_OK) return rc;
+  }
+  w->U64(keys->size());
+  for (size_t i = 0; i < keys->size(); ++i) {
+    rc = EncodeObject((*keys)[i], tags[i], w);
     if (rc != VRESULT_OK) return rc;
   }
   return VRESULT_OK;
 }
 
-Vresult DecodeObjects(ByteReader* r, NewKeys* out) {
+Vresult DecodeObjects(ByteReader* r, ItemKind kind, NewKeys* out) {
   uint64_t n = 0;
-  // Each object is at least its tag and a chord count.
+  // Each object is at least its tag and a count.
   if (!r->Count(9, &n)) return VERR_FILE_CORRUPT;
   for (uint64_t i = 0; i < n; ++i) {
     uint8_t tag = 0;
-    if (!r->U8(&tag)) return VERR_FILE_CORRUPT;
+    if (!r->U8(&tag) || !Holds(kind, tag)) return VERR_FILE_CORRUPT;
     Vkey key = VKEY_UNDEF;
     Vresult rc;
     if (tag == kRegionTag) {
@@ -144,6 +185,10 @@ Vresult DecodeObjects(ByteReader* r, NewKeys* out) {
       if (rc == VRESULT_OK) rc = db::NewRegion(std::move(region), &key);
     } else if (tag == kImageTag) {
       rc = DecodeImage(r, &key);
+    } else if (tag == kXldTag) {
+      XldPtr xld;
+      rc = DecodeXld(r, &xld);
+      if (rc == VRESULT_OK) rc = db::NewXld(std::move(xld), &key);
     } else {
       rc = VERR_FILE_CORRUPT;
     }

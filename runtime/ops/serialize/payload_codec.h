@@ -1,5 +1,6 @@
 // Payloads of serialised items: control tuples and lists of iconic
-// objects (regions and images with their domains, every pixel type).
+// objects (regions, images with their domains and every pixel type,
+// sub-pixel objects).
 #pragma once
 
 #include <vector>
@@ -14,10 +15,14 @@ void EncodeTuple(const TupleValues& values, ByteWriter* w);
 // VERR_FILE_CORRUPT for a payload that is not a whole tuple.
 Vresult DecodeTuple(ByteReader* r, TupleValues* values);
 
-// The objects of `keys`, each tagged as region or image; with
-// `as_regions`, an image goes as its domain.
-Vresult EncodeObjects(const std::vector<Vkey>& keys, bool as_regions, ByteWriter* w);
-// New objects in `out`; VERR_FILE_CORRUPT for inconsistent data.
-Vresult DecodeObjects(ByteReader* r, NewKeys* out);
+// The objects of input object parameter `par` as the payload of an item
+// of `kind`: kImage takes images, kRegion regions (an image goes as its
+// domain), kXld sub-pixel objects, kObject any of them; another class is
+// VERR_OBJ_CLASS(par).
+Vresult EncodeInpObjects(OpContext& ctx, int par, ItemKind kind, ByteWriter* w);
+// New objects in `out` from the payload of an item of `kind`;
+// VERR_FILE_CORRUPT for inconsistent data or an object the kind does not
+// hold.
+Vresult DecodeObjects(ByteReader* r, ItemKind kind, NewKeys* out);
 
 }  // namespace vexa

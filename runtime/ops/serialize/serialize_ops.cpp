@@ -21,24 +21,14 @@ Vresult InpPayload(const OpContext& ctx, int par, ItemKind kind,
   return rc == VRESULT_OK ? OpenItem((*item)->data(), (*item)->size(), kind, payload) : rc;
 }
 
-// serialize_image/region/object: the objects of input 1 as an item.
+// serialize_image/region/xld/object: the objects of input 1 as an item.
 Vresult SerializeObjects(OpContext& ctx, ItemKind kind) {
-  const std::vector<Vkey>* keys = nullptr;
-  Vresult rc = ctx.InpObjs(1, &keys);
-  if (rc != VRESULT_OK) return rc;
-  if (kind == ItemKind::kImage) {
-    for (Vkey key : *keys) {
-      db::ImageData image;
-      rc = InpImage(1, key, &image);
-      if (rc != VRESULT_OK) return rc;
-    }
-  }
   ByteWriter w;
-  rc = EncodeObjects(*keys, kind == ItemKind::kRegion, &w);
+  const Vresult rc = EncodeInpObjects(ctx, 1, kind, &w);
   return rc == VRESULT_OK ? OutpNewItem(ctx, 0, WrapItem(kind, w.bytes())) : rc;
 }
 
-// deserialize_image/region/object: the objects of the item at control 0.
+// deserialize_image/region/xld/object: the objects of the item at control 0.
 Vresult DeserializeObjects(OpContext& ctx, ItemKind kind) {
   std::shared_ptr<SerializedItem> item;
   ByteReader payload(nullptr, 0);
@@ -49,11 +39,12 @@ Vresult DeserializeObjects(OpContext& ctx, ItemKind kind) {
   if (rc != VRESULT_OK) return rc;
   // deserialize_object takes any item of objects.
   const bool fits = actual == kind || (kind == ItemKind::kObject &&
-                                       (actual == ItemKind::kImage || actual == ItemKind::kRegion));
+                                       (actual == ItemKind::kImage || actual == ItemKind::kRegion ||
+                                        actual == ItemKind::kXld));
   if (!fits) return VERR_DATA_KIND;
   rc = OpenItem(item->data(), item->size(), actual, &payload);
   NewKeys objects;
-  if (rc == VRESULT_OK) rc = DecodeObjects(&payload, &objects);
+  if (rc == VRESULT_OK) rc = DecodeObjects(&payload, actual, &objects);
   return rc == VRESULT_OK ? objects.HandOver(ctx, 1) : rc;
 }
 
@@ -81,6 +72,8 @@ VEXA_OPERATOR(serialize_image) { return SerializeObjects(ctx, ItemKind::kImage);
 VEXA_OPERATOR(deserialize_image) { return DeserializeObjects(ctx, ItemKind::kImage); }
 VEXA_OPERATOR(serialize_region) { return SerializeObjects(ctx, ItemKind::kRegion); }
 VEXA_OPERATOR(deserialize_region) { return DeserializeObjects(ctx, ItemKind::kRegion); }
+VEXA_OPERATOR(serialize_xld) { return SerializeObjects(ctx, ItemKind::kXld); }
+VEXA_OPERATOR(deserialize_xld) { return DeserializeObjects(ctx, ItemKind::kXld); }
 VEXA_OPERATOR(serialize_object) { return SerializeObjects(ctx, ItemKind::kObject); }
 VEXA_OPERATOR(deserialize_object) { return DeserializeObjects(ctx, ItemKind::kObject); }
 

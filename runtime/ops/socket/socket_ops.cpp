@@ -104,23 +104,14 @@ Vresult OutpSocket(OpContext& ctx, int par, int fd, SocketTool::Protocol protoco
 const char kTupleTag[4] = {'T', 'U', 'P', 'L'};
 const char kImageTag[4] = {'I', 'M', 'A', 'G'};
 const char kRegionTag[4] = {'R', 'E', 'G', 'N'};
+const char kXldTag[4] = {'X', 'L', 'D', 'S'};
 const char kItemTag[4] = {'S', 'I', 'T', 'M'};
 
 Vresult SendObjects(OpContext& ctx, ItemKind kind, const char tag[4]) {
   std::shared_ptr<SocketTool> s;
   Vresult rc = InpDataSocket(ctx, 0, &s);
-  const std::vector<Vkey>* keys = nullptr;
-  if (rc == VRESULT_OK) rc = ctx.InpObjs(1, &keys);
-  if (rc != VRESULT_OK) return rc;
-  if (kind == ItemKind::kImage) {
-    for (Vkey key : *keys) {
-      db::ImageData image;
-      rc = InpImage(1, key, &image);
-      if (rc != VRESULT_OK) return rc;
-    }
-  }
   ByteWriter w;
-  rc = EncodeObjects(*keys, kind == ItemKind::kRegion, &w);
+  if (rc == VRESULT_OK) rc = EncodeInpObjects(ctx, 1, kind, &w);
   return rc == VRESULT_OK ? s->SendFrame(tag, WrapItem(kind, w.bytes())) : rc;
 }
 
@@ -132,7 +123,7 @@ Vresult ReceiveObjects(OpContext& ctx, ItemKind kind, const char tag[4]) {
   ByteReader payload(nullptr, 0);
   if (rc == VRESULT_OK) rc = OpenItem(item.data(), item.size(), kind, &payload);
   NewKeys objects;
-  if (rc == VRESULT_OK) rc = DecodeObjects(&payload, &objects);
+  if (rc == VRESULT_OK) rc = DecodeObjects(&payload, kind, &objects);
   return rc == VRESULT_OK ? objects.HandOver(ctx, 1) : rc;
 }
 
@@ -279,7 +270,8 @@ VEXA_OPERATOR(get_socket_param) {
   return WriteOutpValues(ctx, 0, out);
 }
 
-// "tuple", "image", "region" or "serialized_item" for the next frame.
+// "tuple", "image", "region", "xld" or "serialized_item" for the next
+// frame; "unknown" for bytes that are no frame (from send_data).
 VEXA_OPERATOR(get_next_socket_data_type) {
   std::shared_ptr<SocketTool> s;
   std::string tag;
@@ -289,6 +281,7 @@ VEXA_OPERATOR(get_next_socket_data_type) {
   const char* type = tag == std::string(kTupleTag, 4)    ? "tuple"
                      : tag == std::string(kImageTag, 4)  ? "image"
                      : tag == std::string(kRegionTag, 4) ? "region"
+                     : tag == std::string(kXldTag, 4)    ? "xld"
                      : tag == std::string(kItemTag, 4)   ? "serialized_item"
                                                          : "unknown";
   return ctx.SetOutpString(0, type);
@@ -321,6 +314,8 @@ VEXA_OPERATOR(send_image) { return SendObjects(ctx, ItemKind::kImage, kImageTag)
 VEXA_OPERATOR(receive_image) { return ReceiveObjects(ctx, ItemKind::kImage, kImageTag); }
 VEXA_OPERATOR(send_region) { return SendObjects(ctx, ItemKind::kRegion, kRegionTag); }
 VEXA_OPERATOR(receive_region) { return ReceiveObjects(ctx, ItemKind::kRegion, kRegionTag); }
+VEXA_OPERATOR(send_xld) { return SendObjects(ctx, ItemKind::kXld, kXldTag); }
+VEXA_OPERATOR(receive_xld) { return ReceiveObjects(ctx, ItemKind::kXld, kXldTag); }
 
 VEXA_OPERATOR(send_serialized_item) {
   std::shared_ptr<SocketTool> s;
