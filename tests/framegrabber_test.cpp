@@ -113,3 +113,85 @@ TEST_F(FramegrabberTest, InformationAndRefusals) {
 }
 
 }  // namespace
+
+namespace {
+
+struct CallbackLog {
+  int calls = 0;
+  Vexa::Vlong handle = 0;
+  std::string file;
+  Vresult answer = VRESULT_OK;
+};
+
+Vresult RecordTransferEnd(void* acq_handle, void* context, void* user_context) {
+  auto* log = static_cast<CallbackLog*>(user_context);
+  ++log->calls;
+  log->handle = static_cast<Vexa::Vlong>(reinterpret_cast<uintptr_t>(acq_handle));
+  log->file = static_cast<const char*>(context);
+  return log->answer;
+}
+
+Vexa::Vlong AddressOf(const void* p) { return static_cast<Vexa::Vlong>(reinterpret_cast<uintptr_t>(p)); }
+
+TEST_F(FramegrabberTest, LookupTablesMapTheChannelsOfGrabbedImages) {
+  Vlong fg = -1;
+  const std::string file = (dir_ / "a.png").string();
+  ASSERT_EQ(Open(file, &fg), VRESULT_OK);
+  VTuple invert, red, green, blue;
+  for (Vlong v = 255; v >= 0; --v) invert.Append(VTuple(v));
+  ASSERT_EQ(set_framegrabber_lut(VTuple(fg), invert, VTuple(), VTuple()), VRESULT_OK);
+  ASSERT_EQ(get_framegrabber_lut(fg, &red, &green, &blue), VRESULT_OK);
+  ASSERT_EQ(red.Num(), 256);
+  EXPECT_EQ(red[0].L(), 255);
+  EXPECT_EQ(green.Num(), 0);
+
+  Vobject grabbed, original, expected;
+  ASSERT_EQ(grab_image(&grabbed, fg), VRESULT_OK);
+  ASSERT_EQ(read_image(&original, file.c_str()), VRESULT_OK);
+  ASSERT_EQ(invert_image(original, &expected), VRESULT_OK);
+  serial_test::ExpectSameObject(expected, grabbed);
+
+  // Removing the table gives the file's pixels again.
+  ASSERT_EQ(set_framegrabber_lut(VTuple(fg), VTuple(), VTuple(), VTuple()), VRESULT_OK);
+  ASSERT_EQ(grab_image(&grabbed, fg), VRESULT_OK);
+  serial_test::ExpectSameObject(original, grabbed);
+
+  EXPECT_EQ(set_framegrabber_lut(VTuple(fg), VTuple(Vlong{1}), VTuple(), VTuple()), VERR_CTRL_NUM(1));
+  VTuple too_high = invert;
+  too_high[3] = Vlong{256};
+  EXPECT_EQ(set_framegrabber_lut(VTuple(fg), VTuple(), VTuple(), too_high), VERR_CTRL_VALUE(3));
+}
+
+TEST_F(FramegrabberTest, TransferEndCallbackSeesEveryGrabAndCanFailIt) {
+  Vlong fg = -1;
+  ASSERT_EQ(Open(dir_.string(), &fg), VRESULT_OK);
+  CallbackLog log;
+  ASSERT_EQ(set_framegrabber_callback(fg, "transfer_end", AddressOf(reinterpret_cast<void*>(&RecordTransferEnd)),
+                                      AddressOf(&log)),
+            VRESULT_OK);
+  Vlong function = 0, context = 0;
+  ASSERT_EQ(get_framegrabber_callback(fg, "transfer_end", &function, &context), VRESULT_OK);
+  EXPECT_EQ(context, AddressOf(&log));
+
+  Vobject image;
+  ASSERT_EQ(grab_image(&image, fg), VRESULT_OK);
+  EXPECT_EQ(log.calls, 1);
+  EXPECT_EQ(log.handle, fg);
+  EXPECT_EQ(fs::path(log.file).filename(), "a.png");
+
+  // A callback's failure fails the grab and leaves no image behind.
+  log.answer = VERR_CTRL_VALUE(0);
+  const vexa::db::Stats before = vexa::db::GetStats();
+  Vobject failed;
+  EXPECT_EQ(grab_image(&failed, fg), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(vexa::db::GetStats().images, before.images);
+  EXPECT_EQ(log.calls, 2);
+
+  ASSERT_EQ(set_framegrabber_callback(fg, "transfer_end", 0, 0), VRESULT_OK);
+  ASSERT_EQ(grab_image(&image, fg), VRESULT_OK);
+  EXPECT_EQ(log.calls, 2);
+  EXPECT_EQ(set_framegrabber_callback(fg, "exposure_end", 0, 0), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(get_framegrabber_callback(fg, "exposure_end", &function, &context), VERR_CTRL_VALUE(1));
+}
+
+}  // namespace

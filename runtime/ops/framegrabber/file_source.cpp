@@ -55,6 +55,27 @@ Vresult ReadImage(const std::string& path, Vkey* key) {
   return db::NewImage(std::move(image.domain), std::move(image.channels), key);
 }
 
+// Maps the channels of a byte image through `luts`, in place (the image is
+// new, so its channels are its own).
+Vresult ApplyLuts(const FileSource::Luts& luts, Vkey image) {
+  db::ImageData data;
+  Vresult rc = db::GetImage(image, &data);
+  if (rc != VRESULT_OK || data.channels[0]->type() != PixelType::kByte) return rc;
+  const std::vector<uint8_t>* tables[3] = {&luts.red, &luts.green, &luts.blue};
+  const size_t channels = std::min<size_t>(3, data.channels.size());
+  for (size_t c = 0; c < channels && rc == VRESULT_OK; ++c) {
+    const std::vector<uint8_t>& lut = *tables[c];
+    if (lut.empty()) continue;
+    PixelBuffer* buffer = nullptr;
+    rc = db::WritableChannel(image, static_cast<int>(c), &buffer);
+    if (rc != VRESULT_OK) break;
+    uint8_t* p = buffer->data();
+    const size_t n = static_cast<size_t>(buffer->width()) * buffer->height();
+    for (size_t i = 0; i < n; ++i) p[i] = lut[p[i]];
+  }
+  return rc;
+}
+
 }  // namespace
 
 Vresult FileSource::Open(const std::string& location, std::shared_ptr<FileSource>* source) {
@@ -75,6 +96,7 @@ Vresult FileSource::Open(const std::string& location, std::shared_ptr<FileSource
 }
 
 Vresult FileSource::Grab(Vkey* image, std::string* file) {
+  Luts luts;
   {
     std::lock_guard<std::mutex> lock(m_);
     if (next_ >= files_.size()) {
@@ -83,8 +105,33 @@ Vresult FileSource::Grab(Vkey* image, std::string* file) {
     }
     *file = files_[next_++];
     last_ = *file;
+    luts = luts_;
   }
-  return ReadImage(*file, image);
+  Vresult rc = ReadImage(*file, image);
+  if (rc != VRESULT_OK) return rc;
+  rc = ApplyLuts(luts, *image);
+  if (rc != VRESULT_OK) db::Release(*image);
+  return rc;
+}
+
+void FileSource::set_luts(Luts luts) {
+  std::lock_guard<std::mutex> lock(m_);
+  luts_ = std::move(luts);
+}
+
+FileSource::Luts FileSource::luts() const {
+  std::lock_guard<std::mutex> lock(m_);
+  return luts_;
+}
+
+void FileSource::set_transfer_end(Callback callback) {
+  std::lock_guard<std::mutex> lock(m_);
+  transfer_end_ = callback;
+}
+
+FileSource::Callback FileSource::transfer_end() const {
+  std::lock_guard<std::mutex> lock(m_);
+  return transfer_end_;
 }
 
 size_t FileSource::next_index() const {

@@ -10,6 +10,7 @@
 //   - any other file: that one image, again and again.
 #pragma once
 
+#include <cstdint>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -25,8 +26,8 @@ class FileSource : public Tool {
   // it holds no image file.
   static Vresult Open(const std::string& location, std::shared_ptr<FileSource>* source);
 
-  // The next image as a new object, and its file name. With looping off,
-  // VERR_GRAB_SOURCE after the last.
+  // The next image as a new object, through the lookup tables, and its
+  // file name. With looping off, VERR_GRAB_SOURCE after the last.
   Vresult Grab(Vkey* image, std::string* file);
 
   const std::string& location() const { return location_; }
@@ -38,6 +39,23 @@ class FileSource : public Tool {
   void set_looping(bool loop);
   std::string last_file() const;
 
+  // Lookup tables for byte images, applied to each image as it is grabbed:
+  // channel 0 goes through `red`, 1 through `green`, 2 through `blue`; an
+  // empty table (the default) leaves its channel as it is.
+  struct Luts {
+    std::vector<uint8_t> red, green, blue;
+  };
+  void set_luts(Luts luts);
+  Luts luts() const;
+
+  // The "transfer_end" callback (vexa/framegrabber.h); function 0: none.
+  struct Callback {
+    Vlong function = 0;
+    Vlong user_context = 0;
+  };
+  void set_transfer_end(Callback callback);
+  Callback transfer_end() const;
+
  private:
   FileSource(std::string location, std::vector<std::string> files)
       : location_(std::move(location)), files_(std::move(files)) {}
@@ -48,6 +66,8 @@ class FileSource : public Tool {
   size_t next_ = 0;
   bool loop_ = true;
   std::string last_;
+  Luts luts_;
+  Callback transfer_end_;
 };
 
 }  // namespace vexa

@@ -8,7 +8,9 @@
 // start. grab_data gives the image, an empty region and no contours, and
 // the file name as data. Parameters: "image_index" (the next image, from
 // 0), "loop" ("true": start again after the last image, the default),
-// read only "name", "camera_type", "num_images" and "last_file".
+// read only "name", "camera_type", "num_images" and "last_file". Lookup
+// tables and the "transfer_end" callback: framegrabber_lut_callback.cpp.
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,6 +19,7 @@
 #include "ops/framegrabber/file_source.h"
 #include "ops/serialize/tuple_values.h"
 #include "registry.h"
+#include "vexa/framegrabber.h"
 
 namespace vexa {
 namespace {
@@ -24,12 +27,30 @@ namespace {
 constexpr const char* kInterface = "File";
 constexpr int kCameraTypePar = 12;
 
+// Runs the "transfer_end" callback of the device `handle`, if any.
+Vresult TransferEnd(const FileSource& source, Vlong handle, const std::string& file) {
+  const FileSource::Callback callback = source.transfer_end();
+  if (callback.function == 0) return VRESULT_OK;
+  const auto fn = reinterpret_cast<VFramegrabberCallback>(static_cast<uintptr_t>(callback.function));
+  return fn(reinterpret_cast<void*>(static_cast<uintptr_t>(handle)),
+            const_cast<char*>(file.c_str()),
+            reinterpret_cast<void*>(static_cast<uintptr_t>(callback.user_context)));
+}
+
 Vresult GrabNext(OpContext& ctx, std::string* file) {
   std::shared_ptr<FileSource> source;
+  Vlong handle = 0;
   Vresult rc = InpTool(ctx, 0, &source);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(0, &handle);
   Vkey image = VKEY_UNDEF;
   if (rc == VRESULT_OK) rc = source->Grab(&image, file);
-  return rc == VRESULT_OK ? ctx.SetOutpObj(1, image) : rc;
+  if (rc != VRESULT_OK) return rc;
+  rc = TransferEnd(*source, handle, *file);
+  if (rc != VRESULT_OK) {
+    db::Release(image);
+    return rc;
+  }
+  return ctx.SetOutpObj(1, image);
 }
 
 // max_delay of the asynchronous forms: any number; -1 means none.
@@ -136,6 +157,8 @@ VEXA_OPERATOR(get_framegrabber_param) {
       out.push_back(TupleValue::String(source->looping() ? "true" : "false"));
     } else if (name == "last_file") {
       out.push_back(TupleValue::String(source->last_file()));
+    } else if (name == "available_callback_types") {
+      out.push_back(TupleValue::String("transfer_end"));
     } else {
       return VERR_CTRL_VALUE(1);
     }
@@ -166,7 +189,7 @@ VEXA_OPERATOR(info_framegrabber) {
     values = {TupleValue::String("image_index"), TupleValue::String("loop")};
   } else if (q == "parameters_readonly") {
     info = "Parameters that can only be read";
-    for (const char* p : {"name", "camera_type", "num_images", "last_file"})
+    for (const char* p : {"name", "camera_type", "num_images", "last_file", "available_callback_types"})
       values.push_back(TupleValue::String(p));
   } else if (q == "camera_type") {
     info = "A directory of image files, a .seq list of files, or one image file";
