@@ -118,6 +118,11 @@ bool WriteSerialized(const std::string& dir) {
   ok = serialize_image(TestImage("real", 1), &item) == VRESULT_OK &&
        WriteItem(dir, "real_image.item", item) && ok;
   ok = serialize_region(region, &item) == VRESULT_OK && WriteItem(dir, "region.item", item) && ok;
+  Vobject contour, polygon, both;
+  ok = gen_circle_contour_xld(&contour, 10.0, 12.0, 4.5, 0.0, 6.28318, "positive", 1.0) == VRESULT_OK &&
+       gen_polygons_xld(contour, &polygon, "ramer", 0.5) == VRESULT_OK &&
+       concat_obj(contour, polygon, &both) == VRESULT_OK &&
+       serialize_xld(both, &item) == VRESULT_OK && WriteItem(dir, "xld.item", item) && ok;
   if (create_matrix(2, 3, 1.5, &matrix) == VRESULT_OK) {
     ok = serialize_matrix(matrix, &item) == VRESULT_OK && WriteItem(dir, "matrix.item", item) && ok;
     clear_matrix(matrix);
@@ -155,6 +160,12 @@ bool WriteFrames(const std::string& dir) {
        }},
       {"image.frame", 1, [](Vlong s, const Vobject&) { return send_image(TestImage("byte", 1), s); }},
       {"region.frame", 2, [](Vlong s, const Vobject& r) { return send_region(r, s); }},
+      {"xld.frame", 4,
+       [](Vlong s, const Vobject&) {
+         Vobject contour;
+         const unsigned int rc = gen_circle_contour_xld(&contour, 5.0, 6.0, 3.0, 0.0, 3.0, "positive", 1.0);
+         return rc == VRESULT_OK ? send_xld(contour, s) : rc;
+       }},
   };
   bool ok = true;
   for (const Frame& f : frames) {

@@ -70,7 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Vlong socket = -1;
   if (socket_accept_connect(listener, "true", &socket) == VRESULT_OK) {
     set_socket_param(VTuple(socket), VTuple("timeout"), VTuple(0.2));
-    switch (data[0] % 5) {
+    switch (data[0] % 6) {
       case 0: {
         VTuple tuple;
         vexa_fuzz::CodeOf([&] { return receive_tuple(socket, &tuple); });
@@ -91,6 +91,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (vexa_fuzz::CodeOf([&] { return receive_serialized_item(socket, &item); }) ==
             VRESULT_OK)
           clear_serialized_item(item);
+        break;
+      }
+      case 4: {
+        Vobject xld;
+        vexa_fuzz::CodeOf([&] { return receive_xld(&xld, socket); });
         break;
       }
       default: {
