@@ -26,10 +26,10 @@ enum class ItemKind : uint16_t {
   kObject = 4,
   kMatrix = 5,
   kMeasure = 6,
-  kMetrologyModel = 16,
   kBarCodeModel = 7,
   kDataCode2DModel = 8,
-  kXld = 7,
+  kXld = 9,
+  kMetrologyModel = 16,
   kShapeModel = 20,
 };
 
