@@ -336,4 +336,96 @@ TEST_F(MeasureTest, BadHandlesParametersAndImagesAreRefused) {
   EXPECT_EQ(measure_projection(img.obj, m, &profile), VERR_HANDLE_CLOSED);
 }
 
+// A 1D function tuple [n, x.., y..] of the points (x, y).
+VTuple Function(std::initializer_list<std::pair<double, double>> points) {
+  VTuple t(static_cast<Vlong>(points.size()));
+  for (const auto& p : points) t.Append(p.first);
+  for (const auto& p : points) t.Append(p.second);
+  return t;
+}
+
+// A faint step (15 gray levels) before a strong one: measure_pos finds
+// both, a contrast set keeps the strong one at the same position.
+TEST_F(MeasureTest, ContrastSetRemovesAWeakEdgeThatPlainMeasuringFinds) {
+  const double phi = 0.3, weak = -11.3, strong = 6.2;
+  Image img([=](double r, double c) {
+    const double d = AxisDistance(r, c, phi, 0);
+    return 40 + 15 * Phi(d - weak) + 160 * Phi(d - strong);
+  });
+  const Vlong m = Measure(phi);
+  VTuple rows, cols, amp, dist, score;
+  ASSERT_EQ(measure_pos(img.obj, m, 1.0, 2.0, "all", "all", &rows, &cols, &amp, &dist), VRESULT_OK);
+  ASSERT_EQ(rows.Num(), 2);
+  const double strong_row = rows[1].D(), strong_col = cols[1].D();
+  ASSERT_EQ(set_fuzzy_measure(VTuple(m), "contrast", Function({{0, 0}, {10, 0}, {20, 1}})), VRESULT_OK);
+  ASSERT_EQ(fuzzy_measure_pos(img.obj, m, 1.0, 2.0, 0.5, "all", &rows, &cols, &amp, &score, &dist),
+            VRESULT_OK);
+  ASSERT_EQ(rows.Num(), 1);
+  EXPECT_EQ(rows[0].D(), strong_row);
+  EXPECT_EQ(cols[0].D(), strong_col);
+  EXPECT_DOUBLE_EQ(score[0].D(), 1.0);
+  // A position set on top: the geometric mean of both memberships.
+  ASSERT_EQ(set_fuzzy_measure(VTuple(m), "position", Function({{0, 0}, {60, 1}})), VRESULT_OK);
+  ASSERT_EQ(fuzzy_measure_pos(img.obj, m, 1.0, 2.0, 0.1, "all", &rows, &cols, &amp, &score, &dist),
+            VRESULT_OK);
+  ASSERT_EQ(score.Num(), 1);
+  EXPECT_NEAR(score[0].D(), std::sqrt((30 + strong) / 60), 0.01);
+  ASSERT_EQ(reset_fuzzy_measure(m, "contrast"), VRESULT_OK);
+  ASSERT_EQ(reset_fuzzy_measure(m, "position"), VRESULT_OK);
+  ASSERT_EQ(fuzzy_measure_pos(img.obj, m, 1.0, 2.0, 0.5, "all", &rows, &cols, &amp, &score, &dist),
+            VRESULT_OK);
+  EXPECT_EQ(rows.Num(), 2);
+}
+
+// Bars 4.5 and 7.4 wide and the faint edge of a gray step between them; a
+// size set relative to a pair size of 7.5 keeps the wide bar only.
+TEST_F(MeasureTest, SizeSetsPickThePairOfTheWantedWidth) {
+  const double phi = -1.1;
+  Image img([=](double r, double c) {
+    const double d = AxisDistance(r, c, phi, 0);
+    return 30 + 150 * (Phi(d + 20.3) - Phi(d + 15.8)) + 150 * (Phi(d - 2.1) - Phi(d - 9.5)) +
+           12 * Phi(d + 8);
+  });
+  const Vlong m = Measure(phi);
+  ASSERT_EQ(set_fuzzy_measure_norm_pair(VTuple(m), 7.5, "size", Function({{0.8, 0}, {1, 1}, {1.2, 0}})),
+            VRESULT_OK);
+  ASSERT_EQ(set_fuzzy_measure(VTuple(m), "contrast", Function({{0, 0}, {20, 1}})), VRESULT_OK);
+  VTuple r1, c1, a1, r2, c2, a2, rc, cc, score, intra, inter;
+  ASSERT_EQ(fuzzy_measure_pairs(img.obj, m, 1.0, 2.0, 0.5, "positive", &r1, &c1, &a1, &r2, &c2, &a2, &rc, &cc,
+                                &score, &intra, &inter),
+            VRESULT_OK);
+  ASSERT_EQ(intra.Num(), 1);
+  EXPECT_NEAR(intra[0].D(), 7.4, 0.05);
+  EXPECT_LT(Miss(rc[0].D(), cc[0].D(), phi, 5.8), 0.05);
+  EXPECT_EQ(inter.Num(), 0);
+  // Without the size set the narrow bar counts too; pairing takes the best
+  // num_pairs of them and gives them in profile order.
+  ASSERT_EQ(reset_fuzzy_measure(m, "size"), VRESULT_OK);
+  ASSERT_EQ(fuzzy_measure_pairing(img.obj, m, 1.0, 2.0, 0.5, "positive", "no_restriction", 2, &r1, &c1, &a1, &r2,
+                                  &c2, &a2, &rc, &cc, &score, &intra),
+            VRESULT_OK);
+  ASSERT_EQ(intra.Num(), 2);
+  // Blur moves the edges of the narrow bar apart, but not its centre.
+  EXPECT_LT(Miss(rc[0].D(), cc[0].D(), phi, -18.05), 0.05);
+  EXPECT_NEAR(intra[1].D(), 7.4, 0.05);
+}
+
+TEST_F(MeasureTest, BadFuzzySetsAndThresholdsAreRefused) {
+  Image img = StepAt(0.0, 0.0);
+  const Vlong m = Measure(0.0);
+  EXPECT_EQ(set_fuzzy_measure(VTuple(m), "size_diff", Function({{0, 1}, {1, 0}})), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(set_fuzzy_measure(VTuple(m), "sharpness", Function({{0, 1}, {1, 0}})), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(set_fuzzy_measure(VTuple(m), "contrast", Function({{0, 0}, {1, 1.5}})), VERR_CTRL_VALUE(2));
+  EXPECT_EQ(set_fuzzy_measure_norm_pair(VTuple(m), 0.0, "size", Function({{0, 1}, {1, 0}})), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(reset_fuzzy_measure(m, "sharpness"), VERR_CTRL_VALUE(1));
+  VTuple a, b, c, d, e, f, g, h, i, j;
+  EXPECT_EQ(fuzzy_measure_pos(img.obj, m, 1.0, 2.0, 1.5, "all", &a, &b, &c, &d, &e), VERR_CTRL_VALUE(3));
+  EXPECT_EQ(fuzzy_measure_pairing(img.obj, m, 1.0, 2.0, 0.5, "all", "sideways", 1, &a, &b, &c, &d, &e, &f, &g, &h,
+                                  &i, &j),
+            VERR_CTRL_VALUE(5));
+  EXPECT_EQ(fuzzy_measure_pairing(img.obj, m, 1.0, 2.0, 0.5, "all", "no_restriction", 0, &a, &b, &c, &d, &e, &f,
+                                  &g, &h, &i, &j),
+            VERR_CTRL_VALUE(6));
+}
+
 }  // namespace

@@ -22,10 +22,12 @@
 // arc must lie inside the image as a whole (VERR_COORD_RANGE otherwise).
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <vector>
 
+#include "fuzzy_sets.h"
 #include "handle_registry.h"
 #include "objdb.h"
 
@@ -74,10 +76,21 @@ class MeasureTool : public Tool {
     std::lock_guard<std::mutex> lock(mutex_);
     g_ = g;
   }
+  // The fuzzy sets stay with the measure when it moves; they are not
+  // serialised.
+  FuzzySets Fuzzy() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return fuzzy_;
+  }
+  void EditFuzzy(const std::function<void(FuzzySets*)>& edit) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    edit(&fuzzy_);
+  }
 
  private:
   mutable std::mutex mutex_;
   MeasureGeometry g_;
+  FuzzySets fuzzy_;
 };
 
 // The geometry of the measure whose handle is input control `par`.
