@@ -34,7 +34,7 @@ std::vector<uint8_t> Item(const uint8_t* data, size_t size) {
   const size_t length = size - 1;
   std::vector<uint8_t> item = {'V', 'X', 'S', 'I'};
   PutLittle(&item, 1, 2);                  // version
-  PutLittle(&item, 1 + data[0] % 9, 2);    // kind 1..9
+  PutLittle(&item, 1 + data[0] % 13, 2);   // kind 1..13
   PutLittle(&item, length, 8);
   PutLittle(&item, Crc32(payload, length), 4);
   item.insert(item.end(), payload, payload + length);
@@ -59,6 +59,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Vlong n = 0;
     if (count_obj(objects, &n) != VRESULT_OK) std::abort();
   }
+  VTuple pose;
+  vexa_fuzz::CodeOf([&] { return deserialize_pose(item, &pose); });
   Vlong matrix = -1;
   if (vexa_fuzz::CodeOf([&] { return deserialize_matrix(item, &matrix); }) == VRESULT_OK) {
     VTuple values;

@@ -144,3 +144,64 @@ TEST_F(PoseTest, AverageOfPoses) {
 }
 
 }  // namespace
+
+namespace {
+
+// Each transformation value comes back from its item bit for bit and with
+// its element types; items of another value kind and values the operators
+// would refuse are refused.
+TEST_F(PoseTest, TransformationValuesRoundTripThroughItems) {
+  VTuple pose, quat, hom2d, hom3d;
+  ASSERT_EQ(create_pose(1.0, -2.0, 3.5, 10.0, 20.0, 30.0, "R(p-T)", "abg", "point", &pose), VRESULT_OK);
+  ASSERT_EQ(pose_to_quat(pose, &quat), VRESULT_OK);
+  ASSERT_EQ(pose_to_hom_mat3d(pose, &hom3d), VRESULT_OK);
+  ASSERT_EQ(hom_mat2d_identity(&hom2d), VRESULT_OK);
+  ASSERT_EQ(hom_mat2d_rotate(hom2d, 0.3, 4.0, 5.0, &hom2d), VRESULT_OK);
+
+  using Serialize = unsigned int (*)(const VTuple&, Vlong*);
+  using Deserialize = unsigned int (*)(const VTuple&, VTuple*);
+  struct Case {
+    VTuple value;
+    Serialize serialize;
+    Deserialize deserialize;
+  };
+  const Case cases[] = {
+      {hom2d, [](const VTuple& v, Vlong* i) { return serialize_hom_mat2d(v, i); },
+       [](const VTuple& i, VTuple* v) { return deserialize_hom_mat2d(i, v); }},
+      {hom3d, [](const VTuple& v, Vlong* i) { return serialize_hom_mat3d(v, i); },
+       [](const VTuple& i, VTuple* v) { return deserialize_hom_mat3d(i, v); }},
+      {pose, [](const VTuple& v, Vlong* i) { return serialize_pose(v, i); },
+       [](const VTuple& i, VTuple* v) { return deserialize_pose(i, v); }},
+      {quat, [](const VTuple& v, Vlong* i) { return serialize_quat(v, i); },
+       [](const VTuple& i, VTuple* v) { return deserialize_quat(i, v); }},
+  };
+  std::vector<Vlong> items;
+  for (const Case& c : cases) {
+    Vlong item = -1;
+    ASSERT_EQ(c.serialize(c.value, &item), VRESULT_OK);
+    items.push_back(item);
+    VTuple back;
+    ASSERT_EQ(c.deserialize(VTuple(item), &back), VRESULT_OK);
+    ASSERT_EQ(back.Num(), c.value.Num());
+    for (Vlong i = 0; i < back.Num(); ++i) {
+      ASSERT_EQ(back[i].ValType(), c.value[i].ValType()) << i;
+      if (back[i].ValType() == VPAR_DOUBLE) EXPECT_EQ(back[i].D(), c.value[i].D()) << i;
+      else EXPECT_EQ(back[i].L(), c.value[i].L()) << i;
+    }
+  }
+  for (size_t k = 0; k < items.size(); ++k) {
+    VTuple back;
+    EXPECT_EQ(cases[(k + 1) % items.size()].deserialize(VTuple(items[k]), &back), VERR_DATA_KIND);
+  }
+  Vlong item = -1;
+  EXPECT_EQ(serialize_hom_mat2d(VTuple(1.0).Append(VTuple(2.0)), &item), VERR_CTRL_NUM(0));
+  VTuple bad_pose = pose;
+  bad_pose[6] = Vlong{77};
+  EXPECT_EQ(serialize_pose(bad_pose, &item), VERR_CTRL_VALUE(0));
+  VTuple nan_quat = quat;
+  nan_quat[1] = std::nan("");
+  EXPECT_EQ(serialize_quat(nan_quat, &item), VERR_CTRL_VALUE(0));
+  for (Vlong i : items) EXPECT_EQ(clear_serialized_item(i), VRESULT_OK);
+}
+
+}  // namespace

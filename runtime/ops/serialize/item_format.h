@@ -29,6 +29,10 @@ enum class ItemKind : uint16_t {
   kBarCodeModel = 7,
   kDataCode2DModel = 8,
   kXld = 9,
+  kHomMat2D = 10,
+  kHomMat3D = 11,
+  kPose = 12,
+  kQuat = 13,
   kMetrologyModel = 16,
   kShapeModel = 20,
 };
