@@ -27,7 +27,7 @@ constexpr double kFullCircle = 2 * M_PI;
 constexpr double kBackground = 60, kObject = 190, kBar = 120;
 
 struct Pose {
-  double row, col, angle;
+  double row, col, angle, scale_r = 1, scale_c = 1;
 };
 
 // The object in model coordinates (row and column relative to its
@@ -51,14 +51,15 @@ struct Scene {
   void Draw(const Pose& p, double object = kObject) {
     constexpr int kSub = 8;
     const double ca = std::cos(p.angle), sa = std::sin(p.angle);
-    for (int r = std::max(0, int(p.row - kObjectRadius)); r < std::min(h, int(p.row + kObjectRadius) + 2); ++r)
-      for (int c = std::max(0, int(p.col - kObjectRadius)); c < std::min(w, int(p.col + kObjectRadius) + 2); ++c) {
+    const double reach = kObjectRadius * std::max(p.scale_r, p.scale_c);
+    for (int r = std::max(0, int(p.row - reach)); r < std::min(h, int(p.row + reach) + 2); ++r)
+      for (int c = std::max(0, int(p.col - reach)); c < std::min(w, int(p.col + reach) + 2); ++c) {
         int inside = 0;
         for (int i = 0; i < kSub; ++i)
           for (int j = 0; j < kSub; ++j) {
             const double dr = r - 0.5 + (i + 0.5) / kSub - p.row, dc = c - 0.5 + (j + 0.5) / kSub - p.col;
-            // Back into model coordinates: rotate by -angle.
-            inside += InObject(ca * dr + sa * dc, -sa * dr + ca * dc);
+            // Back into model coordinates: rotate by -angle, unscale.
+            inside += InObject((ca * dr + sa * dc) / p.scale_r, (-sa * dr + ca * dc) / p.scale_c);
           }
         double& g = gray[static_cast<size_t>(r) * w + c];
         g += (object - g) * inside / (kSub * kSub);
@@ -213,6 +214,50 @@ TEST_F(ShapeModelTest, PolarityMetricsAndSearchDomain) {
   ASSERT_EQ(gen_rectangle1(&near, 230, 310, 250, 330), VRESULT_OK);
   ASSERT_EQ(reduce_domain(bright.Image(), near, &reduced), VRESULT_OK);
   EXPECT_EQ(Find(reduced, strict, 0.7).row.Num(), 1);
+}
+
+TEST_F(ShapeModelTest, ScaledAndAnisotropicModelsRecoverTheScales) {
+  const Vobject tmpl = TemplateImage();
+  const Pose truth{250.6, 330.2, 0.7, 1.13, 0.91};
+  std::mt19937 gen(3);
+  Scene iso(kW, kH);
+  iso.Draw({truth.row, truth.col, truth.angle, truth.scale_r, truth.scale_r});
+  iso.Noise(5, &gen);
+  Vlong scaled = 0;
+  ASSERT_EQ(create_scaled_shape_model(tmpl, VTuple("auto"), VTuple(0.0), VTuple(kFullCircle), VTuple("auto"),
+                                      VTuple(0.8), VTuple(1.2), VTuple("auto"), VTuple("auto"),
+                                      VTuple("use_polarity"), VTuple("auto"), VTuple("auto"), &scaled),
+            VRESULT_OK);
+  VTuple r, c, a, s, sc, score;
+  ASSERT_EQ(find_scaled_shape_model(iso.Image(), scaled, 0.0, kFullCircle, 0.8, 1.2, 0.7, 1, 0.5,
+                                    "least_squares", 0, 0.8, &r, &c, &a, &s, &score),
+            VRESULT_OK);
+  ASSERT_EQ(r.Num(), 1);
+  EXPECT_LT(std::hypot(r[0].D() - truth.row, c[0].D() - truth.col), 0.05);
+  EXPECT_LT(AngleErrorDeg(a[0].D(), truth.angle), 0.05);
+  EXPECT_NEAR(s[0].D(), truth.scale_r, 0.001);
+  // The search range must lie within the model's.
+  EXPECT_EQ(find_scaled_shape_model(iso.Image(), scaled, 0.0, kFullCircle, 0.7, 1.2, 0.7, 1, 0.5,
+                                    "least_squares", 0, 0.8, &r, &c, &a, &s, &score),
+            VERR_CTRL_VALUE(3));
+
+  Scene aniso(kW, kH);
+  aniso.Draw(truth);
+  aniso.Noise(5, &gen);
+  Vlong model = 0;
+  ASSERT_EQ(create_aniso_shape_model(tmpl, VTuple("auto"), VTuple(0.0), VTuple(kFullCircle), VTuple("auto"),
+                                     VTuple(0.85), VTuple(1.2), VTuple("auto"), VTuple(0.85), VTuple(1.2),
+                                     VTuple("auto"), VTuple("auto"), VTuple("use_polarity"), VTuple("auto"),
+                                     VTuple("auto"), &model),
+            VRESULT_OK);
+  ASSERT_EQ(find_aniso_shape_model(aniso.Image(), model, 0.0, kFullCircle, 0.85, 1.2, 0.85, 1.2, 0.7, 1, 0.5,
+                                   "least_squares", 0, 0.8, &r, &c, &a, &s, &sc, &score),
+            VRESULT_OK);
+  ASSERT_EQ(r.Num(), 1);
+  EXPECT_LT(std::hypot(r[0].D() - truth.row, c[0].D() - truth.col), 0.05);
+  EXPECT_LT(AngleErrorDeg(a[0].D(), truth.angle), 0.05);
+  EXPECT_NEAR(s[0].D(), truth.scale_r, 0.001);
+  EXPECT_NEAR(sc[0].D(), truth.scale_c, 0.001);
 }
 
 TEST_F(ShapeModelTest, OriginParamsContoursAndStoredModels) {

@@ -11,13 +11,13 @@ struct Pt {
   double r, c;
 };
 
-std::vector<Pt> Corners(const ModelBox& b, double row, double col, double angle) {
-  const double ca = std::cos(angle), sa = std::sin(angle);
+std::vector<Pt> Corners(const ModelBox& b, const Pose& pose) {
+  const double ca = std::cos(pose.angle), sa = std::sin(pose.angle);
   std::vector<Pt> out;
   for (const Pt& p : {Pt{b.r1, b.c1}, Pt{b.r1, b.c2}, Pt{b.r2, b.c2}, Pt{b.r2, b.c1}}) {
     double r, c;
-    RotatePoint(p.r, p.c, ca, sa, &r, &c);
-    out.push_back({row + r, col + c});
+    RotatePoint(pose.scale_r * p.r, pose.scale_c * p.c, ca, sa, &r, &c);
+    out.push_back({pose.row + r, pose.col + c});
   }
   return out;
 }
@@ -72,12 +72,11 @@ ModelBox BoundingBox(const std::vector<ModelPoint>& points) {
   return b;
 }
 
-double PoseOverlap(const ModelBox& box, double row_a, double col_a, double angle_a, double row_b,
-                   double col_b, double angle_b) {
-  const std::vector<Pt> a = Corners(box, row_a, col_a, angle_a);
-  const double area = Area(a);
-  if (area <= 0) return std::hypot(row_a - row_b, col_a - col_b) < 1 ? 1 : 0;
-  const std::vector<Pt> inter = Clip(a, Corners(box, row_b, col_b, angle_b));
+double PoseOverlap(const ModelBox& box, const Pose& a, const Pose& b) {
+  const std::vector<Pt> ca = Corners(box, a), cb = Corners(box, b);
+  const double area = std::min(Area(ca), Area(cb));
+  if (area <= 0) return std::hypot(a.row - b.row, a.col - b.col) < 1 ? 1 : 0;
+  const std::vector<Pt> inter = Clip(ca, cb);
   return inter.size() < 3 ? 0 : std::min(1.0, Area(inter) / area);
 }
 

@@ -1,7 +1,8 @@
 // Overlap of two matches, for the suppression of matches that cover the
 // same object: the model's bounding rectangle (axis-parallel in model
 // coordinates, around the level-0 points) placed at each pose; the overlap
-// is the area of the intersection over the smaller area.
+// is the area of the intersection over the smaller area (scaled models
+// differ in area).
 #pragma once
 
 #include <vector>
@@ -16,9 +17,9 @@ struct ModelBox {
 };
 ModelBox BoundingBox(const std::vector<ModelPoint>& points);
 
-// Overlap in 0..1 of `box` at (row_a, col_a, angle_a) and at b.
-double PoseOverlap(const ModelBox& box, double row_a, double col_a, double angle_a, double row_b,
-                   double col_b, double angle_b);
+// Overlap in 0..1 of `box` placed at pose a and at pose b: the
+// intersection's area over the smaller of the two areas.
+double PoseOverlap(const ModelBox& box, const Pose& a, const Pose& b);
 
 }  // namespace matching
 }  // namespace vexa

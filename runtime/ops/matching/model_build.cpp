@@ -173,6 +173,21 @@ std::vector<ModelPoint> ToModelPoints(const std::vector<EdgePixel>& edges, const
 
 }  // namespace
 
+void SetLevelSteps(double angle_step, const double scale_step[2], double scale_reach,
+                   std::vector<ModelLevel>* levels) {
+  for (size_t l = 0; l < levels->size(); ++l) {
+    ModelLevel& level = (*levels)[l];
+    const double radius = level.radius * std::max(1.0, scale_reach);
+    const double factor = static_cast<double>(1 << l);
+    level.angle_step = l == 0 && angle_step > 0 ? angle_step
+                                                : std::max(AngleStepForRadius(radius), angle_step * factor);
+    for (int axis = 0; axis < 2; ++axis)
+      level.scale_step[axis] = l == 0 && scale_step[axis] > 0
+                                   ? scale_step[axis]
+                                   : std::max(ScaleStepForRadius(radius), scale_step[axis] * factor);
+  }
+}
+
 Vresult BuildShapeModel(const cv::Mat& image, const Region& region, const BuildRequest& request,
                         ShapeModel* model) {
   if (region.empty()) return VERR_MODEL_POINTS;
@@ -214,15 +229,14 @@ Vresult BuildShapeModel(const cv::Mat& image, const Region& region, const BuildR
     // told apart from clutter reliably.
     if (request.num_levels == 0 && l > 0 && (level.points.size() < 4 * kMinModelPoints || level.radius < 6))
       break;
-    level.angle_step = l == 0 && request.angle_step > 0
-                           ? request.angle_step
-                           : std::max(AngleStepForRadius(level.radius),
-                                      request.angle_step * (1 << l));
     levels->push_back(std::move(level));
   }
   if (levels->empty()) return VERR_MODEL_POINTS;
+  SetLevelSteps(request.angle_step, request.scale_step, std::max(p.scale_max[0], p.scale_max[1]),
+                levels.get());
   p.num_levels = static_cast<int>(levels->size());
   p.angle_step = levels->front().angle_step;
+  for (int axis = 0; axis < 2; ++axis) p.scale_step[axis] = levels->front().scale_step[axis];
   p.min_contrast = request.min_contrast >= 0 ? request.min_contrast
                                              : std::max(1.0, std::round(p.contrast[0] / 3));
   model->levels = std::move(levels);

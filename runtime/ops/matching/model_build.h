@@ -14,6 +14,7 @@ namespace matching {
 struct BuildRequest {
   int num_levels = 0;
   double angle_step = 0;
+  double scale_step[2] = {0, 0};  // rows (or both), columns
   std::vector<double> contrast;
   double min_contrast = -1;
   int point_reduction = 0;  // keep every (1 + point_reduction)-th point
@@ -25,16 +26,25 @@ constexpr size_t kMinModelPoints = 8;
 // Most levels a model has.
 constexpr int kMaxModelLevels = 10;
 
-// Builds the levels of `model` (params.num_levels, angle_step, contrast and
-// min_contrast get their resolved values) from the template `image` inside
+// Builds the levels of `model` (params.num_levels, angle_step, scale_step,
+// contrast and min_contrast get their resolved values; params.scaling and
+// the scale ranges must be set) from the template `image` inside
 // `region`, the model region; the reference point is the region's centre
 // of gravity.
 Vresult BuildShapeModel(const cv::Mat& image, const Region& region, const BuildRequest& request,
                         ShapeModel* model);
 
-// The angle step for a level whose points reach `radius` from the
-// reference point: the outermost point moves by about one pixel.
+// The angle and scale steps for a level whose points reach `radius` from
+// the reference point: the outermost point moves by about one pixel.
 inline double AngleStepForRadius(double radius) { return std::atan(1.0 / std::max(radius, 1.0)); }
+inline double ScaleStepForRadius(double radius) { return 1.0 / std::max(radius, 1.0); }
+
+// Fills the angle and scale steps of every level of `levels` (radii set)
+// from the requested level-0 steps (0: automatic), for a model scaled up
+// to `scale_reach`: level 0 takes the request, higher levels the larger of
+// the doubled request and their own automatic step.
+void SetLevelSteps(double angle_step, const double scale_step[2], double scale_reach,
+                   std::vector<ModelLevel>* levels);
 
 }  // namespace matching
 }  // namespace vexa

@@ -60,7 +60,11 @@ bool EdgeOffset(const cv::Mat& gr, const cv::Mat& gc, double r, double c, double
 }
 
 void RefinePoseLeastSquares(const std::vector<ModelPoint>& points, const cv::Mat& grad_r,
-                            const cv::Mat& grad_c, Metric metric, double min_contrast, Pose* pose) {
+                            const cv::Mat& grad_c, Metric metric, Scaling scaling,
+                            double min_contrast, Pose* pose) {
+  // Unknowns: row, column, angle, then the scale (isotropic) or the row
+  // and column scales.
+  const int n = scaling == Scaling::kNone ? 3 : scaling == Scaling::kIsotropic ? 4 : 5;
   // Tukey's limit shrinks to three robust standard deviations of the
   // residuals of the previous pass, so that edge points displaced by
   // clutter stop pulling once the pose is close.
@@ -69,12 +73,13 @@ void RefinePoseLeastSquares(const std::vector<ModelPoint>& points, const cv::Mat
   for (int it = 0; it < kIterations; ++it) {
     residuals.clear();
     const double ca = std::cos(pose->angle), sa = std::sin(pose->angle);
-    double ata[3][3] = {{0}}, atb[3] = {0};
+    cv::Mat ata = cv::Mat::zeros(n, n, CV_64F), atb = cv::Mat::zeros(n, 1, CV_64F);
     int used = 0;
     for (const ModelPoint& p : points) {
       double qr, qc, ur, uc;
-      RotatePoint(p.r, p.c, ca, sa, &qr, &qc);
-      RotatePoint(p.dr, p.dc, ca, sa, &ur, &uc);
+      RotatePoint(pose->scale_r * p.r, pose->scale_c * p.c, ca, sa, &qr, &qc);
+      const double nr = p.dr / pose->scale_r, nc = p.dc / pose->scale_c, len = std::hypot(nr, nc);
+      RotatePoint(nr / len, nc / len, ca, sa, &ur, &uc);
       double offset = 0;
       if (!EdgeOffset(grad_r, grad_c, pose->row + qr, pose->col + qc, ur, uc, metric, min_contrast,
                       &offset))
@@ -83,27 +88,39 @@ void RefinePoseLeastSquares(const std::vector<ModelPoint>& points, const cv::Mat
       if (std::fabs(offset) >= limit) continue;
       const double t = 1 - (offset / limit) * (offset / limit);
       const double w = t * t;
-      // d(rotated point)/d(angle) = (-qc, qr).
-      const double j[3] = {ur, uc, -ur * qc + uc * qr};
-      for (int a = 0; a < 3; ++a) {
-        for (int b = 0; b < 3; ++b) ata[a][b] += w * j[a] * j[b];
-        atb[a] += w * j[a] * offset;
+      // Derivatives of the placed point along the direction: by the
+      // angle (-qc, qr); by the row scale R (r, 0); by the column scale
+      // R (0, c); by an isotropic scale R (r, c).
+      double j[5] = {ur, uc, -ur * qc + uc * qr, 0, 0};
+      const double by_r = p.r * (ur * ca + uc * sa), by_c = p.c * (-ur * sa + uc * ca);
+      if (scaling == Scaling::kIsotropic) j[3] = by_r + by_c;
+      if (scaling == Scaling::kAnisotropic) {
+        j[3] = by_r;
+        j[4] = by_c;
+      }
+      for (int a = 0; a < n; ++a) {
+        for (int b = 0; b < n; ++b) ata.at<double>(a, b) += w * j[a] * j[b];
+        atb.at<double>(a) += w * j[a] * offset;
       }
       ++used;
     }
-    if (used < 3) return;
+    if (used < n) return;
     std::nth_element(residuals.begin(), residuals.begin() + residuals.size() / 2, residuals.end());
     limit = std::max(kMinResidualLimit,
                      std::min(kResidualLimit, 3 * 1.4826 * residuals[residuals.size() / 2]));
-    cv::Matx33d a(ata[0][0], ata[0][1], ata[0][2], ata[1][0], ata[1][1], ata[1][2], ata[2][0],
-                  ata[2][1], ata[2][2]);
-    cv::Vec3d delta;
-    if (!cv::solve(a, cv::Vec3d(atb[0], atb[1], atb[2]), delta, cv::DECOMP_CHOLESKY)) return;
-    if (!std::isfinite(delta[0]) || !std::isfinite(delta[1]) || !std::isfinite(delta[2])) return;
-    pose->row += delta[0];
-    pose->col += delta[1];
-    pose->angle += delta[2];
-    if (std::fabs(delta[0]) + std::fabs(delta[1]) < 1e-4 && std::fabs(delta[2]) < 1e-6) return;
+    cv::Mat delta;
+    if (!cv::solve(ata, atb, delta, cv::DECOMP_CHOLESKY) || !cv::checkRange(delta)) return;
+    const double* d = delta.ptr<double>();
+    Pose next = *pose;
+    next.row += d[0];
+    next.col += d[1];
+    next.angle += d[2];
+    if (scaling != Scaling::kNone) next.scale_r += d[3];
+    next.scale_c = scaling == Scaling::kAnisotropic ? next.scale_c + d[4] : next.scale_r;
+    if (scaling == Scaling::kNone) next.scale_c = pose->scale_c;
+    if (!(next.scale_r > 0 && next.scale_c > 0)) return;
+    *pose = next;
+    if (std::fabs(d[0]) + std::fabs(d[1]) < 1e-4 && std::fabs(d[2]) < 1e-6) return;
   }
 }
 

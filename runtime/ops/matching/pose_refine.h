@@ -8,10 +8,6 @@
 namespace vexa {
 namespace matching {
 
-struct Pose {
-  double row, col, angle;
-};
-
 // Signed distance along the unit vector (ur, uc) from (r, c) to the
 // strongest edge within 2 pixels: the maximum of the gradient's component
 // along the vector (its absolute value unless the metric is
@@ -29,13 +25,14 @@ bool EdgeOffset(const cv::Mat& grad_r, const cv::Mat& grad_c, double r, double c
 // defines it, or weaker than `min_contrast` is no edge), and then solves
 // for the pose change that minimises the squared distances of the points
 // to the lines through those edge points across the directions (Gauss-
-// Newton on row, column and angle; residuals beyond 1.5 pixels are
+// Newton on row, column, angle and the scales `scaling` lets vary; residuals beyond 1.5 pixels are
 // down-weighted to zero, so occluding clutter does not pull). Stops after a
 // few iterations or when the change is below 1e-4 pixel; a pose that
 // cannot be solved for stays as it was.
 // The gradients are those of SmoothedGradients.
 void RefinePoseLeastSquares(const std::vector<ModelPoint>& points, const cv::Mat& grad_r,
-                            const cv::Mat& grad_c, Metric metric, double min_contrast, Pose* pose);
+                            const cv::Mat& grad_c, Metric metric, Scaling scaling,
+                            double min_contrast, Pose* pose);
 
 }  // namespace matching
 }  // namespace vexa

@@ -34,6 +34,10 @@ namespace matching {
 
 enum class Metric { kUsePolarity, kIgnoreGlobalPolarity, kIgnoreLocalPolarity };
 
+// Which scales a model is searched at: only 1, one factor for both axes,
+// or one per axis (rows, columns of the model, before the rotation).
+enum class Scaling { kNone, kIsotropic, kAnisotropic };
+
 struct ModelPoint {
   float r, c;    // position relative to the reference point
   float dr, dc;  // unit gradient direction
@@ -43,6 +47,14 @@ struct ModelLevel {
   std::vector<ModelPoint> points;
   double radius = 0;      // largest distance of a point from the reference point
   double angle_step = 0;  // angle step of the search on this level
+  double scale_step[2] = {0, 0};  // scale steps (rows, columns) on this level
+};
+
+// A pose of the model: the reference point at (row, col) in level-0
+// pixels, rotated by `angle`, scaled by scale_r along the model's rows and
+// scale_c along its columns (before the rotation).
+struct Pose {
+  double row = 0, col = 0, angle = 0, scale_r = 1, scale_c = 1;
 };
 
 // (r, c) rotated by the angle with cosine `ca` and sine `sa`
@@ -55,7 +67,9 @@ inline void RotatePoint(double r, double c, double ca, double sa, double* out_r,
 struct ShapeModelParams {
   int num_levels = 0;  // levels the model holds
   double angle_start = 0, angle_extent = 0, angle_step = 0;
-  double scale_min = 1, scale_max = 1, scale_step = 0;
+  Scaling scaling = Scaling::kNone;
+  // [0] rows (or the one isotropic factor), [1] columns.
+  double scale_min[2] = {1, 1}, scale_max[2] = {1, 1}, scale_step[2] = {0, 0};
   Metric metric = Metric::kUsePolarity;
   std::string optimization = "auto";
   std::vector<double> contrast;  // low [, high [, minimum component size]]

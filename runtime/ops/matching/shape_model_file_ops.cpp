@@ -1,6 +1,6 @@
 // Shape models as serialised items, in memory and in files. The payload
 // holds the parameters, the reference point and origin, then per level the
-// angle step and the points (four floats each). Readers check every value
+// angle and scale steps and the points (four floats each). Readers check every value
 // (counts against the bytes present, finite coordinates, unit directions),
 // so a damaged item gives a code, never a model that reads outside its
 // planes; the level radii are recomputed from the points.
@@ -37,15 +37,19 @@ ItemBytes ModelItem(const ShapeModel& m) {
   const ShapeModelParams& p = m.params;
   ByteWriter w;
   w.I32(p.num_levels);
-  for (double v : {p.angle_start, p.angle_extent, p.angle_step, p.scale_min, p.scale_max,
-                   p.scale_step, p.min_contrast, m.ref_row, m.ref_col, m.origin_row, m.origin_col})
+  for (double v : {p.angle_start, p.angle_extent, p.angle_step, p.scale_min[0], p.scale_max[0],
+                   p.scale_step[0], p.scale_min[1], p.scale_max[1], p.scale_step[1], p.min_contrast,
+                   m.ref_row, m.ref_col, m.origin_row, m.origin_col})
     w.F64(v);
   w.U8(static_cast<uint8_t>(p.metric));
+  w.U8(static_cast<uint8_t>(p.scaling));
   w.String(p.optimization);
   w.U32(static_cast<uint32_t>(p.contrast.size()));
   for (double v : p.contrast) w.F64(v);
   for (const ModelLevel& level : *m.levels) {
     w.F64(level.angle_step);
+    w.F64(level.scale_step[0]);
+    w.F64(level.scale_step[1]);
     w.U64(level.points.size());
     for (const ModelPoint& pt : level.points)
       for (float v : {pt.r, pt.c, pt.dr, pt.dc}) PutFloat(w, v);
@@ -55,8 +59,12 @@ ItemBytes ModelItem(const ShapeModel& m) {
 
 bool ReadLevel(ByteReader& r, ModelLevel* level) {
   uint64_t n = 0;
-  if (!r.F64(&level->angle_step) || !r.Count(16, &n)) return false;
+  if (!r.F64(&level->angle_step) || !r.F64(&level->scale_step[0]) ||
+      !r.F64(&level->scale_step[1]) || !r.Count(16, &n))
+    return false;
   if (!(level->angle_step > 0 && level->angle_step <= M_PI) || n < 1) return false;
+  for (double step : level->scale_step)
+    if (!(step > 0 && step <= 1)) return false;
   level->points.resize(n);
   for (ModelPoint& pt : level->points) {
     if (!GetFloat(r, &pt.r) || !GetFloat(r, &pt.c) || !GetFloat(r, &pt.dr) || !GetFloat(r, &pt.dc))
@@ -74,14 +82,17 @@ Vresult ModelFromItem(const unsigned char* data, size_t size, ShapeModel* m) {
   if (rc != VRESULT_OK) return rc;
   ShapeModelParams& p = m->params;
   int32_t levels = 0;
-  uint8_t metric = 0;
+  uint8_t metric = 0, scaling = 0;
   uint32_t contrasts = 0;
   bool ok = r.I32(&levels);
-  for (double* v : {&p.angle_start, &p.angle_extent, &p.angle_step, &p.scale_min, &p.scale_max,
-                    &p.scale_step, &p.min_contrast, &m->ref_row, &m->ref_col, &m->origin_row,
+  for (double* v : {&p.angle_start, &p.angle_extent, &p.angle_step, &p.scale_min[0],
+                    &p.scale_max[0], &p.scale_step[0], &p.scale_min[1], &p.scale_max[1],
+                    &p.scale_step[1], &p.min_contrast, &m->ref_row, &m->ref_col, &m->origin_row,
                     &m->origin_col})
     ok = ok && r.F64(v) && std::fabs(*v) <= kMaxCoord;
-  ok = ok && r.U8(&metric) && metric <= 2 && r.String(&p.optimization) && r.U32(&contrasts) &&
+  for (int axis = 0; axis < 2; ++axis)
+    ok = ok && p.scale_min[axis] > 0 && p.scale_min[axis] <= p.scale_max[axis];
+  ok = ok && r.U8(&metric) && metric <= 2 && r.U8(&scaling) && scaling <= 2 && r.String(&p.optimization) && r.U32(&contrasts) &&
        contrasts <= 3 && levels >= 1 && levels <= kMaxModelLevels;
   p.contrast.resize(ok ? contrasts : 0);
   for (double& v : p.contrast) ok = ok && r.F64(&v) && v >= 0 && v <= kMaxCoord;
@@ -90,6 +101,7 @@ Vresult ModelFromItem(const unsigned char* data, size_t size, ShapeModel* m) {
   if (!ok || r.remaining() != 0 || p.min_contrast < 0 || p.angle_extent < 0) return VERR_FILE_CORRUPT;
   p.num_levels = levels;
   p.metric = static_cast<Metric>(metric);
+  p.scaling = static_cast<Scaling>(scaling);
   m->levels = std::move(list);
   return VRESULT_OK;
 }

@@ -22,6 +22,55 @@ Vresult InpGrayImage(OpContext& ctx, int par, cv::Mat* plane, RegionPtr* domain)
   return rc;
 }
 
+// A new model from the template image at input object 1.
+Vresult CreateFromImage(OpContext& ctx, Scaling scaling) {
+  BuildRequest build;
+  ShapeModel model;
+  cv::Mat plane;
+  RegionPtr region;
+  Vresult rc = InpCreateParams(ctx, scaling, true, &build, &model.params);
+  if (rc == VRESULT_OK) rc = InpGrayImage(ctx, 1, &plane, &region);
+  if (rc == VRESULT_OK) rc = BuildShapeModel(plane, *region, build, &model);
+  return rc == VRESULT_OK ? OutpNewTool(ctx, 0, std::make_shared<ShapeModelTool>(std::move(model)))
+                          : rc;
+}
+
+// The matches of the model at control 0 in the image at input object 1:
+// Row, Column, Angle, the scales the model's kind has, and Score.
+Vresult FindInImage(OpContext& ctx, Scaling scaling) {
+  ShapeModel model;
+  SearchRequest q;
+  cv::Mat plane;
+  RegionPtr domain;
+  Vresult rc = InpShapeModel(ctx, 0, &model);
+  if (rc == VRESULT_OK && model.params.scaling != scaling &&
+      !(model.params.scaling != Scaling::kNone && scaling == Scaling::kNone))
+    rc = VERR_CTRL_VALUE(0);  // a model without the scales this search asks for
+  if (rc == VRESULT_OK) rc = InpSearchParams(ctx, scaling, model.params, &q);
+  if (rc == VRESULT_OK) rc = InpGrayImage(ctx, 1, &plane, &domain);
+  if (rc != VRESULT_OK) return rc;
+  const bool full = domain->area() == static_cast<Vlong>(plane.rows) * plane.cols;
+  const std::vector<Match> matches = FindShapeModel(model, plane, full ? nullptr : domain.get(), q);
+  std::vector<std::vector<double>> out(static_cast<size_t>(4 + ScaleAxes(scaling)));
+  for (const Match& m : matches) {
+    // Report the model's origin, which moves with the match.
+    const Pose& p = m.pose;
+    double dr, dc;
+    RotatePoint(p.scale_r * model.origin_row, p.scale_c * model.origin_col, std::cos(p.angle),
+                std::sin(p.angle), &dr, &dc);
+    size_t i = 0;
+    out[i++].push_back(p.row + dr);
+    out[i++].push_back(p.col + dc);
+    out[i++].push_back(p.angle);
+    if (scaling != Scaling::kNone) out[i++].push_back(p.scale_r);
+    if (scaling == Scaling::kAnisotropic) out[i++].push_back(p.scale_c);
+    out[i].push_back(m.score);
+  }
+  for (size_t i = 0; rc == VRESULT_OK && i < out.size(); ++i)
+    rc = ctx.SetOutpDoubles(static_cast<int>(i), out[i]);
+  return rc;
+}
+
 }  // namespace
 
 Vresult InpShapeModel(const OpContext& ctx, int par, ShapeModel* model,
@@ -34,45 +83,12 @@ Vresult InpShapeModel(const OpContext& ctx, int par, ShapeModel* model,
   return VRESULT_OK;
 }
 
-VEXA_OPERATOR(create_shape_model) {
-  BuildRequest build;
-  ShapeModel model;
-  cv::Mat plane;
-  RegionPtr region;
-  Vresult rc = InpCreateParams(ctx, 0, 6, 7, &build, &model.params);
-  if (rc == VRESULT_OK) rc = InpGrayImage(ctx, 1, &plane, &region);
-  if (rc == VRESULT_OK) rc = BuildShapeModel(plane, *region, build, &model);
-  return rc == VRESULT_OK ? OutpNewTool(ctx, 0, std::make_shared<ShapeModelTool>(std::move(model)))
-                          : rc;
-}
-
-VEXA_OPERATOR(find_shape_model) {
-  ShapeModel model;
-  SearchRequest q;
-  cv::Mat plane;
-  RegionPtr domain;
-  Vresult rc = InpShapeModel(ctx, 0, &model);
-  if (rc == VRESULT_OK) rc = InpSearchParams(ctx, 1, &q);
-  if (rc == VRESULT_OK) rc = InpGrayImage(ctx, 1, &plane, &domain);
-  if (rc != VRESULT_OK) return rc;
-  const bool full = domain->area() == static_cast<Vlong>(plane.rows) * plane.cols;
-  const std::vector<Match> matches = FindShapeModel(model, plane, full ? nullptr : domain.get(), q);
-  std::vector<double> rows, cols, angles, scores;
-  for (const Match& m : matches) {
-    // Report the model's origin, which moves with the match.
-    double dr, dc;
-    RotatePoint(model.origin_row, model.origin_col, std::cos(m.angle), std::sin(m.angle), &dr, &dc);
-    rows.push_back(m.row + dr);
-    cols.push_back(m.col + dc);
-    angles.push_back(m.angle);
-    scores.push_back(m.score);
-  }
-  rc = ctx.SetOutpDoubles(0, rows);
-  if (rc == VRESULT_OK) rc = ctx.SetOutpDoubles(1, cols);
-  if (rc == VRESULT_OK) rc = ctx.SetOutpDoubles(2, angles);
-  if (rc == VRESULT_OK) rc = ctx.SetOutpDoubles(3, scores);
-  return rc;
-}
+VEXA_OPERATOR(create_shape_model) { return CreateFromImage(ctx, Scaling::kNone); }
+VEXA_OPERATOR(create_scaled_shape_model) { return CreateFromImage(ctx, Scaling::kIsotropic); }
+VEXA_OPERATOR(create_aniso_shape_model) { return CreateFromImage(ctx, Scaling::kAnisotropic); }
+VEXA_OPERATOR(find_shape_model) { return FindInImage(ctx, Scaling::kNone); }
+VEXA_OPERATOR(find_scaled_shape_model) { return FindInImage(ctx, Scaling::kIsotropic); }
+VEXA_OPERATOR(find_aniso_shape_model) { return FindInImage(ctx, Scaling::kAnisotropic); }
 
 VEXA_OPERATOR(get_shape_model_params) {
   ShapeModel model;
@@ -83,9 +99,9 @@ VEXA_OPERATOR(get_shape_model_params) {
   if (rc == VRESULT_OK) rc = ctx.SetOutpDouble(1, p.angle_start);
   if (rc == VRESULT_OK) rc = ctx.SetOutpDouble(2, p.angle_extent);
   if (rc == VRESULT_OK) rc = ctx.SetOutpDouble(3, p.angle_step);
-  if (rc == VRESULT_OK) rc = ctx.SetOutpDouble(4, p.scale_min);
-  if (rc == VRESULT_OK) rc = ctx.SetOutpDouble(5, p.scale_max);
-  if (rc == VRESULT_OK) rc = ctx.SetOutpDouble(6, p.scale_step);
+  if (rc == VRESULT_OK) rc = ctx.SetOutpDouble(4, p.scale_min[0]);
+  if (rc == VRESULT_OK) rc = ctx.SetOutpDouble(5, p.scale_max[0]);
+  if (rc == VRESULT_OK) rc = ctx.SetOutpDouble(6, p.scale_step[0]);
   if (rc == VRESULT_OK) rc = ctx.SetOutpString(7, MetricName(p.metric));
   if (rc == VRESULT_OK) rc = ctx.SetOutpLong(8, static_cast<Vlong>(std::lround(p.min_contrast)));
   return rc;

@@ -82,6 +82,23 @@ Vresult InpOptimization(const OpContext& ctx, int par, std::string* name, int* r
   return VRESULT_OK;
 }
 
+// "auto" (0) or a step in (0, hi].
+Vresult InpAutoStep(const OpContext& ctx, int par, double hi, double* step) {
+  *step = 0;
+  if (IsAuto(ctx, par)) return VRESULT_OK;
+  const Vresult rc = InpRange(ctx, par, 0, hi, step);
+  return rc == VRESULT_OK && *step <= 0 ? VERR_CTRL_VALUE(par) : rc;
+}
+
+// A scale range: 0 < min <= max <= kMaxScale.
+constexpr double kMaxScale = 10;
+Vresult InpScaleRange(const OpContext& ctx, int par, double* lo, double* hi) {
+  Vresult rc = InpRange(ctx, par, 0, kMaxScale, lo);
+  if (rc == VRESULT_OK && *lo <= 0) rc = VERR_CTRL_VALUE(par);
+  if (rc == VRESULT_OK) rc = InpRange(ctx, par + 1, *lo, kMaxScale, hi);
+  return rc;
+}
+
 }  // namespace
 
 bool IsAuto(const OpContext& ctx, int par) {
@@ -92,59 +109,84 @@ bool IsAuto(const OpContext& ctx, int par) {
 
 const char* MetricName(Metric m) { return kMetricNames[static_cast<int>(m)]; }
 
-Vresult InpCreateParams(const OpContext& ctx, int first, int contrast_par, int min_contrast_par,
+int ScaleAxes(Scaling scaling) {
+  return scaling == Scaling::kNone ? 0 : scaling == Scaling::kIsotropic ? 1 : 2;
+}
+
+Vresult InpCreateParams(const OpContext& ctx, Scaling scaling, bool with_contrast,
                         BuildRequest* build, ShapeModelParams* params) {
   Vlong levels = 0;
-  Vresult rc = InpAutoLong(ctx, first, 1, kMaxModelLevels, &levels);
+  Vresult rc = InpAutoLong(ctx, 0, 1, kMaxModelLevels, &levels);
   build->num_levels = static_cast<int>(levels);
-  if (rc == VRESULT_OK) rc = InpAngles(ctx, first + 1, &params->angle_start, &params->angle_extent);
-  if (rc == VRESULT_OK && !IsAuto(ctx, first + 3)) {
-    rc = InpRange(ctx, first + 3, 0, M_PI, &build->angle_step);
-    if (rc == VRESULT_OK && build->angle_step <= 0) rc = VERR_CTRL_VALUE(first + 3);
+  if (rc == VRESULT_OK) rc = InpAngles(ctx, 1, &params->angle_start, &params->angle_extent);
+  if (rc == VRESULT_OK) rc = InpAutoStep(ctx, 3, M_PI, &build->angle_step);
+  params->scaling = scaling;
+  int par = 4;
+  for (int axis = 0; axis < ScaleAxes(scaling) && rc == VRESULT_OK; ++axis, par += 3) {
+    rc = InpScaleRange(ctx, par, &params->scale_min[axis], &params->scale_max[axis]);
+    if (rc == VRESULT_OK) rc = InpAutoStep(ctx, par + 2, 1, &build->scale_step[axis]);
   }
-  if (rc == VRESULT_OK)
-    rc = InpOptimization(ctx, first + 4, &params->optimization, &build->point_reduction);
+  if (scaling == Scaling::kIsotropic) {
+    params->scale_min[1] = params->scale_min[0];
+    params->scale_max[1] = params->scale_max[0];
+    build->scale_step[1] = build->scale_step[0];
+  }
+  if (rc == VRESULT_OK) rc = InpOptimization(ctx, par, &params->optimization, &build->point_reduction);
   int metric = 0;
-  if (rc == VRESULT_OK) rc = InpChoice(ctx, first + 5, kMetricNames, 3, &metric);
+  if (rc == VRESULT_OK) rc = InpChoice(ctx, par + 1, kMetricNames, 3, &metric);
   params->metric = static_cast<Metric>(metric);
-  if (rc == VRESULT_OK && contrast_par >= 0) rc = InpContrast(ctx, contrast_par, &build->contrast);
-  if (rc == VRESULT_OK && !IsAuto(ctx, min_contrast_par)) {
+  par += 2;
+  if (rc == VRESULT_OK && with_contrast) rc = InpContrast(ctx, par++, &build->contrast);
+  if (rc == VRESULT_OK && !IsAuto(ctx, par)) {
     Vlong min_contrast = 0;
-    rc = InpAutoLong(ctx, min_contrast_par, 0, 1000000, &min_contrast);
+    rc = InpAutoLong(ctx, par, 0, 1000000, &min_contrast);
     build->min_contrast = static_cast<double>(min_contrast);
   }
   return rc;
 }
 
-Vresult InpSearchParams(const OpContext& ctx, int first, SearchRequest* q) {
-  Vresult rc = InpAngles(ctx, first, &q->angle_start, &q->angle_extent);
-  if (rc == VRESULT_OK) rc = InpRange(ctx, first + 2, 0, 1, &q->min_score);
+Vresult InpSearchParams(const OpContext& ctx, Scaling scaling, const ShapeModelParams& model,
+                        SearchRequest* q) {
+  Vresult rc = InpAngles(ctx, 1, &q->angle_start, &q->angle_extent);
+  int par = 3;
+  for (int axis = 0; axis < ScaleAxes(scaling) && rc == VRESULT_OK; ++axis, par += 2) {
+    rc = InpScaleRange(ctx, par, &q->scale_min[axis], &q->scale_max[axis]);
+    // A search outside the range the model was made for would use angle
+    // and scale steps too coarse for it.
+    if (rc == VRESULT_OK && q->scale_min[axis] < model.scale_min[axis] - 1e-9) rc = VERR_CTRL_VALUE(par);
+    if (rc == VRESULT_OK && q->scale_max[axis] > model.scale_max[axis] + 1e-9) rc = VERR_CTRL_VALUE(par + 1);
+  }
+  if (scaling == Scaling::kIsotropic) {
+    q->scale_min[1] = q->scale_min[0];
+    q->scale_max[1] = q->scale_max[0];
+  }
+  if (rc == VRESULT_OK) rc = InpRange(ctx, par, 0, 1, &q->min_score);
   Vlong num = 0;
-  if (rc == VRESULT_OK) rc = ctx.GetLong(first + 3, &num);
-  if (rc == VRESULT_OK && (num < 0 || num > 100000)) rc = VERR_CTRL_VALUE(first + 3);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(par + 1, &num);
+  if (rc == VRESULT_OK && (num < 0 || num > 100000)) rc = VERR_CTRL_VALUE(par + 1);
   q->num_matches = static_cast<int>(num);
-  if (rc == VRESULT_OK) rc = InpRange(ctx, first + 4, 0, 1, &q->max_overlap);
+  if (rc == VRESULT_OK) rc = InpRange(ctx, par + 2, 0, 1, &q->max_overlap);
   static const char* const kSubPixel[] = {"none", "interpolation", "least_squares",
                                           "least_squares_high", "least_squares_very_high"};
   int sub = 0;
-  if (rc == VRESULT_OK) rc = InpChoice(ctx, first + 5, kSubPixel, 5, &sub);
+  if (rc == VRESULT_OK) rc = InpChoice(ctx, par + 3, kSubPixel, 5, &sub);
   q->sub_pixel = static_cast<SubPixel>(std::min(sub, 2));
   // NumLevels: the number of levels, optionally followed by the lowest
   // level the tracking descends to (counting from 1); 0 is every level.
   std::vector<Vlong> levels;
-  if (rc == VRESULT_OK) rc = ctx.GetLongs(first + 6, levels);
-  if (rc == VRESULT_OK && (levels.empty() || levels.size() > 2)) rc = VERR_CTRL_NUM(first + 6);
+  if (rc == VRESULT_OK) rc = ctx.GetLongs(par + 4, levels);
+  if (rc == VRESULT_OK && (levels.empty() || levels.size() > 2)) rc = VERR_CTRL_NUM(par + 4);
   if (rc == VRESULT_OK) {
     const bool ok = levels[0] >= 0 && levels[0] <= kMaxModelLevels &&
                     (levels.size() < 2 || (levels[1] >= 1 && levels[1] <= kMaxModelLevels &&
                                            (levels[0] == 0 || levels[1] <= levels[0])));
-    if (!ok) rc = VERR_CTRL_VALUE(first + 6);
+    if (!ok) rc = VERR_CTRL_VALUE(par + 4);
   }
   if (rc == VRESULT_OK) {
     q->num_levels = static_cast<int>(levels[0]);
     q->lowest_level = levels.size() > 1 ? static_cast<int>(levels[1]) - 1 : 0;
   }
-  if (rc == VRESULT_OK) rc = InpRange(ctx, first + 7, 0, 1, &q->greediness);
+  if (rc == VRESULT_OK) rc = InpRange(ctx, par + 5, 0, 1, &q->greediness);
   return rc;
 }
 

@@ -8,20 +8,27 @@
 namespace vexa {
 namespace matching {
 
+// Number of scale axes of a kind of model: 0, 1 or 2.
+int ScaleAxes(Scaling scaling);
+
 // True when input control `par` is the single string "auto".
 bool IsAuto(const OpContext& ctx, int par);
 
-// The creation parameters of create_shape_model and its relatives:
-// NumLevels at `first`, then AngleStart, AngleExtent, AngleStep,
-// Optimization and Metric; Contrast at `contrast_par` (-1: none, as for the
-// XLD forms) and MinContrast at `min_contrast_par`.
-Vresult InpCreateParams(const OpContext& ctx, int first, int contrast_par, int min_contrast_par,
+// The creation parameters of create_shape_model and its relatives, in
+// this order from control 0: NumLevels, AngleStart, AngleExtent,
+// AngleStep, then per scale axis of `scaling` (none, one, or rows and
+// columns) ScaleMin, ScaleMax, ScaleStep, then Optimization, Metric,
+// Contrast (unless `with_contrast` is false, as for the XLD forms) and
+// MinContrast.
+Vresult InpCreateParams(const OpContext& ctx, Scaling scaling, bool with_contrast,
                         BuildRequest* build, ShapeModelParams* params);
 
-// The search parameters of find_shape_model after the model handle:
-// AngleStart at `first`, then AngleExtent, MinScore, NumMatches,
-// MaxOverlap, SubPixel, NumLevels, Greediness.
-Vresult InpSearchParams(const OpContext& ctx, int first, SearchRequest* q);
+// The search parameters after the model handle(s) at control 0:
+// AngleStart, AngleExtent, per scale axis of `scaling` ScaleMin and
+// ScaleMax (inside the model's range, `model`), then MinScore,
+// NumMatches, MaxOverlap, SubPixel, NumLevels, Greediness.
+Vresult InpSearchParams(const OpContext& ctx, Scaling scaling, const ShapeModelParams& model,
+                        SearchRequest* q);
 
 const char* MetricName(Metric m);
 

@@ -19,15 +19,18 @@ struct RotatedPoint {
   float dr, dc;
 };
 
-inline void RotatePoints(const std::vector<ModelPoint>& points, double angle, int stride,
-                         std::vector<RotatedPoint>* out) {
+// The points scaled by (sr, sc) and rotated by `angle`. Directions are
+// normals: they scale by the inverse factors and are made unit again.
+inline void PlacePoints(const std::vector<ModelPoint>& points, double angle, double sr, double sc,
+                        int stride, std::vector<RotatedPoint>* out) {
   const double ca = std::cos(angle), sa = std::sin(angle);
   out->resize(points.size());
   for (size_t i = 0; i < points.size(); ++i) {
     const ModelPoint& p = points[i];
     double r, c, dr, dc;
-    RotatePoint(p.r, p.c, ca, sa, &r, &c);
-    RotatePoint(p.dr, p.dc, ca, sa, &dr, &dc);
+    RotatePoint(sr * p.r, sc * p.c, ca, sa, &r, &c);
+    const double nr = p.dr / sr, nc = p.dc / sc, len = std::hypot(nr, nc);
+    RotatePoint(nr / len, nc / len, ca, sa, &dr, &dc);
     (*out)[i] = {static_cast<ptrdiff_t>(std::lround(r)) * stride + std::lround(c),
                  static_cast<float>(dr), static_cast<float>(dc)};
   }

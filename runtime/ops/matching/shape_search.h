@@ -17,13 +17,13 @@
 // occluded instances).
 //
 // Search. The model's top pyramid level is searched exhaustively, at every
-// pixel and every angle step of that level (threads over the angles; the
-// candidates are sorted by score and pose, so the result does not depend on
-// the number of threads). Candidates are then followed down the pyramid,
-// each level looking at +-2 pixels and +-1 angle step around the pose the
-// level above found. On the levels above 0 the minimum score is relaxed
-// (to 0.8 s at the top), since a coarse level cannot place the model as
-// exactly.
+// pixel and every angle and scale step of that level (threads over the
+// angles and scales; the candidates are sorted by score and pose, so the
+// result does not depend on the number of threads). Candidates are then
+// followed down the pyramid, each level looking at +-2 pixels, +-1 angle
+// step and +-1 scale step around the pose the level above found. On the
+// levels above 0 the minimum score is relaxed (to 0.8 s at the top), since
+// a coarse level cannot place the model as exactly.
 //
 // Threads: VEXA_MATCHING_THREADS in the environment limits the number of
 // threads of the top-level search (default: the number of cores, at most
@@ -43,6 +43,9 @@ enum class SubPixel { kNone, kInterpolation, kLeastSquares };
 
 struct SearchRequest {
   double angle_start = 0, angle_extent = 0;
+  // Scale ranges searched, [0] rows (or both), [1] columns; within the
+  // model's.
+  double scale_min[2] = {1, 1}, scale_max[2] = {1, 1};
   double min_score = 0.5;
   int num_matches = 1;  // 0: all
   double max_overlap = 0.5;
@@ -52,9 +55,10 @@ struct SearchRequest {
   double greediness = 0.9;
 };
 
-// A match: the reference point (level-0 pixel coordinates) and the angle.
+// A match: the pose of the reference point and its score.
 struct Match {
-  double row, col, angle, score;
+  Pose pose;
+  double score;
 };
 
 // The matches of `model` in `image` (CV_32F, level 0) whose reference point
