@@ -161,17 +161,21 @@ std::vector<ModelPoint> ToModelPoints(const std::vector<EdgePixel>& edges, const
                       static_cast<float>(e.c + shift * uc - ref_c), static_cast<float>(ur),
                       static_cast<float>(uc)});
   }
-  // Fisher-Yates with a fixed linear congruential generator: the same
-  // order on every platform.
-  uint64_t state = 0x9E3779B97F4A7C15ull;
-  for (size_t i = points.size(); i > 1; --i) {
-    state = state * 6364136223846793005ull + 1442695040888963407ull;
-    std::swap(points[i - 1], points[(state >> 33) % i]);
-  }
+  ShufflePoints(&points);
   return points;
 }
 
 }  // namespace
+
+void ShufflePoints(std::vector<ModelPoint>* points) {
+  // Fisher-Yates with a fixed linear congruential generator: the same
+  // order on every platform.
+  uint64_t state = 0x9E3779B97F4A7C15ull;
+  for (size_t i = points->size(); i > 1; --i) {
+    state = state * 6364136223846793005ull + 1442695040888963407ull;
+    std::swap((*points)[i - 1], (*points)[(state >> 33) % i]);
+  }
+}
 
 void SetLevelSteps(double angle_step, const double scale_step[2], double scale_reach,
                    std::vector<ModelLevel>* levels) {

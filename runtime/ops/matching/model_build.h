@@ -39,6 +39,9 @@ Vresult BuildShapeModel(const cv::Mat& image, const Region& region, const BuildR
 inline double AngleStepForRadius(double radius) { return std::atan(1.0 / std::max(radius, 1.0)); }
 inline double ScaleStepForRadius(double radius) { return 1.0 / std::max(radius, 1.0); }
 
+// Puts the points in the fixed pseudo-random order models keep them in.
+void ShufflePoints(std::vector<ModelPoint>* points);
+
 // Fills the angle and scale steps of every level of `levels` (radii set)
 // from the requested level-0 steps (0: automatic), for a model scaled up
 // to `scale_reach`: level 0 takes the request, higher levels the larger of

@@ -81,6 +81,9 @@ struct ShapeModel {
   std::shared_ptr<const std::vector<ModelLevel>> levels;
   double ref_row = 0, ref_col = 0;        // reference point in the template
   double origin_row = 0, origin_col = 0;  // reported point, relative to ref
+  // Made from contours: the levels above 0 are derived from level 0, and
+  // the point directions' signs are only known after set_shape_model_metric.
+  bool from_contours = false;
 };
 
 class ShapeModelTool : public Tool {

@@ -43,6 +43,7 @@ ItemBytes ModelItem(const ShapeModel& m) {
     w.F64(v);
   w.U8(static_cast<uint8_t>(p.metric));
   w.U8(static_cast<uint8_t>(p.scaling));
+  w.U8(m.from_contours ? 1 : 0);
   w.String(p.optimization);
   w.U32(static_cast<uint32_t>(p.contrast.size()));
   for (double v : p.contrast) w.F64(v);
@@ -82,7 +83,7 @@ Vresult ModelFromItem(const unsigned char* data, size_t size, ShapeModel* m) {
   if (rc != VRESULT_OK) return rc;
   ShapeModelParams& p = m->params;
   int32_t levels = 0;
-  uint8_t metric = 0, scaling = 0;
+  uint8_t metric = 0, scaling = 0, from_contours = 0;
   uint32_t contrasts = 0;
   bool ok = r.I32(&levels);
   for (double* v : {&p.angle_start, &p.angle_extent, &p.angle_step, &p.scale_min[0],
@@ -92,7 +93,8 @@ Vresult ModelFromItem(const unsigned char* data, size_t size, ShapeModel* m) {
     ok = ok && r.F64(v) && std::fabs(*v) <= kMaxCoord;
   for (int axis = 0; axis < 2; ++axis)
     ok = ok && p.scale_min[axis] > 0 && p.scale_min[axis] <= p.scale_max[axis];
-  ok = ok && r.U8(&metric) && metric <= 2 && r.U8(&scaling) && scaling <= 2 && r.String(&p.optimization) && r.U32(&contrasts) &&
+  ok = ok && r.U8(&metric) && metric <= 2 && r.U8(&scaling) && scaling <= 2 &&
+       r.U8(&from_contours) && from_contours <= 1 && r.String(&p.optimization) && r.U32(&contrasts) &&
        contrasts <= 3 && levels >= 1 && levels <= kMaxModelLevels;
   p.contrast.resize(ok ? contrasts : 0);
   for (double& v : p.contrast) ok = ok && r.F64(&v) && v >= 0 && v <= kMaxCoord;
@@ -102,6 +104,7 @@ Vresult ModelFromItem(const unsigned char* data, size_t size, ShapeModel* m) {
   p.num_levels = levels;
   p.metric = static_cast<Metric>(metric);
   p.scaling = static_cast<Scaling>(scaling);
+  m->from_contours = from_contours == 1;
   m->levels = std::move(list);
   return VRESULT_OK;
 }
