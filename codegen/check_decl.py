@@ -1,12 +1,14 @@
 #!/usr/bin/env python3
-"""Checks the declaration table against the catalogue, and the class method
-lists against the number of methods each class is known to have; exit
-status 1 on any problem, with one line per problem."""
+"""Checks the declaration table against the catalogue, the class method
+lists against the number of methods each class is known to have, and
+meanings.txt against the table; exit status 1 on any problem, with one line
+per problem."""
 import argparse
 import sys
 
 import class_methods
 import decl
+import reference
 
 # Methods of each class with every form its list gives, as if every class
 # that they name existed: (virtual, static). Each virtual method is a slot
@@ -48,6 +50,7 @@ def main():
         return 1
     problems = decl.check(catalogue, ops)
     problems += method_count_problems(args.decl, ops)
+    problems += reference.read_meanings(args.decl, ops)[1]
     for p in problems:
         print(p)
     print("%d operators, %d problems" % (len(ops), len(problems)))

@@ -221,7 +221,8 @@ def main():
     ap.add_argument("--method-shards", type=int, default=2)
     ap.add_argument("--tool-shards", type=int, default=4)
     ap.add_argument("--ops", help="runtime/ops: which operators are implemented")
-    ap.add_argument("--docs", help="docs/operators: their lines of meaning")
+    ap.add_argument("--docs", help="docs/operators: their lines of meaning, where they "
+                    "give one (decl/meanings.txt gives the rest)")
     args = ap.parse_args()
     try:
         ops = decl.load(args.decl)
@@ -245,8 +246,13 @@ def main():
         write_if_changed(os.path.join(args.out, relative), text)
 
     if args.ops and args.docs:
+        try:
+            meanings = reference.operator_meanings(ops, args.docs, args.decl)
+        except reference.MeaningError as e:
+            print("operator reference: %s" % e, file=sys.stderr)
+            return 1
         text, coverage = reference.reference(ops, reference.implemented_operators(args.ops),
-                                             reference.documented_meanings(args.docs))
+                                             meanings)
         write("docs/operators.md", text)
         write("docs/coverage.txt", coverage)
     try:

@@ -3,7 +3,9 @@ meaning and whether this runtime implements it, and the coverage figure.
 
 An operator is implemented when a source file under runtime/ops registers
 it (`VEXA_OPERATOR(name)`). Its line of meaning is the one the operator
-documentation gives it (`- \\`name\\`: meaning` in docs/operators/*.md).
+documentation gives it (`- \\`name\\`: meaning` in docs/operators/*.md), else
+the one decl/meanings.txt gives it (`NAME<TAB>meaning`). Every operator must
+have one.
 
 Output:
   docs/operators.md    the reference
@@ -43,6 +45,46 @@ def documented_meanings(docs_dir):
                     text = m.group(2).split(" | ")[0]
                     for name in _NAME.findall(m.group(1)):
                         meanings.setdefault(name, text)
+    return meanings
+
+
+class MeaningError(Exception):
+    pass
+
+
+def read_meanings(decl_dir, ops):
+    """decl/meanings.txt as {name: meaning}, and its problems: lines that are
+    not NAME<TAB>meaning, names that are not operators, names given twice."""
+    known = {op.name for op in ops}
+    meanings, problems = {}, []
+    with open(os.path.join(decl_dir, "meanings.txt")) as f:
+        for no, line in enumerate(f, 1):
+            line = line.rstrip("\n")
+            if not line or line.startswith("#"):
+                continue
+            name, _, text = line.partition("\t")
+            where = "meanings.txt:%d" % no
+            if not text.strip():
+                problems.append("%s: expected NAME<TAB>meaning" % where)
+            elif name not in known:
+                problems.append("%s: no operator %r" % (where, name))
+            elif name in meanings:
+                problems.append("%s: %s has a meaning already" % (where, name))
+            else:
+                meanings[name] = text.strip()
+    return meanings, problems
+
+
+def operator_meanings(ops, docs_dir, decl_dir):
+    """Every operator's line of meaning: the documentation's, which describes
+    this runtime's behaviour, else decl/meanings.txt's. Raises MeaningError
+    when meanings.txt has problems or an operator has no meaning at all."""
+    fallback, problems = read_meanings(decl_dir, ops)
+    meanings = {**fallback, **documented_meanings(docs_dir)}
+    problems += ["%d %s: no line of meaning in docs/operators/*.md or decl/meanings.txt"
+                 % (op.index, op.name) for op in ops if op.name not in meanings]
+    if problems:
+        raise MeaningError("\n".join(problems[:50]))
     return meanings
 
 
