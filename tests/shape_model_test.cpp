@@ -32,7 +32,8 @@ struct Pose {
 
 // The object in model coordinates (row and column relative to its
 // centre): an L of two bars with a round hole, and a disc beside it.
-bool InObject(double r, double c) {
+bool InObject(double r, double c, bool mirrored = false) {
+  if (mirrored) c = -c;
   const bool vertical = c >= -40 && c <= -15 && r >= -40 && r <= 40;
   const bool foot = c >= -40 && c <= 40 && r >= 15 && r <= 40;
   const bool hole = std::hypot(r + 20, c + 27) <= 6;
@@ -48,7 +49,7 @@ struct Scene {
   int w, h;
   Scene(int width, int height) : gray(static_cast<size_t>(width) * height, kBackground), w(width), h(height) {}
 
-  void Draw(const Pose& p, double object = kObject) {
+  void Draw(const Pose& p, double object = kObject, bool mirrored = false) {
     constexpr int kSub = 8;
     const double ca = std::cos(p.angle), sa = std::sin(p.angle);
     const double reach = kObjectRadius * std::max(p.scale_r, p.scale_c);
@@ -59,7 +60,7 @@ struct Scene {
           for (int j = 0; j < kSub; ++j) {
             const double dr = r - 0.5 + (i + 0.5) / kSub - p.row, dc = c - 0.5 + (j + 0.5) / kSub - p.col;
             // Back into model coordinates: rotate by -angle, unscale.
-            inside += InObject((ca * dr + sa * dc) / p.scale_r, (-sa * dr + ca * dc) / p.scale_c);
+            inside += InObject((ca * dr + sa * dc) / p.scale_r, (-sa * dr + ca * dc) / p.scale_c, mirrored);
           }
         double& g = gray[static_cast<size_t>(r) * w + c];
         g += (object - g) * inside / (kSub * kSub);
@@ -87,9 +88,9 @@ struct Scene {
 // The template: the object upright at the centre of a 200x200 image, the
 // model region a square around it, whose centre is the object's centre.
 constexpr double kTemplateCentre = 100;
-Vobject TemplateImage(double object = kObject) {
+Vobject TemplateImage(bool mirrored = false) {
   Scene s(200, 200);
-  s.Draw({kTemplateCentre, kTemplateCentre, 0}, object);
+  s.Draw({kTemplateCentre, kTemplateCentre, 0}, kObject, mirrored);
   Vobject img = s.Image(), box, reduced;
   EXPECT_EQ(gen_rectangle1(&box, 40, 40, 160, 160), VRESULT_OK);
   EXPECT_EQ(reduce_domain(img, box, &reduced), VRESULT_OK);
@@ -179,6 +180,22 @@ TEST_F(ShapeModelTest, SeveralInstancesBestFirstAndCoarserSubPixelModes) {
     EXPECT_LT(nearest, 0.05);
   }
   EXPECT_EQ(Find(img, model, 0.7, 2).row.Num(), 2);
+  // With the mirrored object's model beside it, each instance is reported
+  // once, by the model it really is.
+  Scene mixed(kW, kH);
+  mixed.Draw(poses[0]);
+  mixed.Draw(poses[1], kObject, true);
+  const VTuple models = VTuple(model).Append(VTuple(Model("use_polarity", TemplateImage(true))));
+  VTuple r, c, a, sc, index;
+  ASSERT_EQ(find_shape_models(mixed.Image(), models, 0.0, kFullCircle, 0.7, 0, 0.5, "least_squares", 0, 0.8, &r, &c,
+                              &a, &sc, &index),
+            VRESULT_OK);
+  ASSERT_EQ(r.Num(), 2);
+  for (Vlong i = 0; i < 2; ++i) {
+    const Pose& truth = poses[index[i].L()];
+    EXPECT_LT(std::hypot(r[i].D() - truth.row, c[i].D() - truth.col), 0.05);
+  }
+  EXPECT_NE(index[0].L(), index[1].L());
   // Without least squares the pose is coarser but still close.
   const Found none = Find(img, model, 0.7, 0, "none");
   const Found interp = Find(img, model, 0.7, 0, "interpolation");

@@ -72,8 +72,8 @@ ModelBox BoundingBox(const std::vector<ModelPoint>& points) {
   return b;
 }
 
-double PoseOverlap(const ModelBox& box, const Pose& a, const Pose& b) {
-  const std::vector<Pt> ca = Corners(box, a), cb = Corners(box, b);
+double PoseOverlap(const ModelBox& box_a, const Pose& a, const ModelBox& box_b, const Pose& b) {
+  const std::vector<Pt> ca = Corners(box_a, a), cb = Corners(box_b, b);
   const double area = std::min(Area(ca), Area(cb));
   if (area <= 0) return std::hypot(a.row - b.row, a.col - b.col) < 1 ? 1 : 0;
   const std::vector<Pt> inter = Clip(ca, cb);

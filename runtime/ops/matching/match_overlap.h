@@ -17,9 +17,9 @@ struct ModelBox {
 };
 ModelBox BoundingBox(const std::vector<ModelPoint>& points);
 
-// Overlap in 0..1 of `box` placed at pose a and at pose b: the
+// Overlap in 0..1 of box_a placed at pose a and box_b at pose b: the
 // intersection's area over the smaller of the two areas.
-double PoseOverlap(const ModelBox& box, const Pose& a, const Pose& b);
+double PoseOverlap(const ModelBox& box_a, const Pose& a, const ModelBox& box_b, const Pose& b);
 
 }  // namespace matching
 }  // namespace vexa

@@ -1,7 +1,9 @@
 // Making, searching, inspecting and closing shape models.
+#include <algorithm>
 #include <cmath>
 
 #include "gradient_pyramid.h"
+#include "match_overlap.h"
 #include "ops/common/op_objects.h"
 #include "registry.h"
 #include "shape_model_params.h"
@@ -35,26 +37,80 @@ Vresult CreateFromImage(OpContext& ctx, Scaling scaling) {
                           : rc;
 }
 
-// The matches of the model at control 0 in the image at input object 1:
-// Row, Column, Angle, the scales the model's kind has, and Score.
-Vresult FindInImage(OpContext& ctx, Scaling scaling) {
-  ShapeModel model;
-  SearchRequest q;
-  cv::Mat plane;
-  RegionPtr domain;
-  Vresult rc = InpShapeModel(ctx, 0, &model);
-  if (rc == VRESULT_OK && model.params.scaling != scaling &&
-      !(model.params.scaling != Scaling::kNone && scaling == Scaling::kNone))
-    rc = VERR_CTRL_VALUE(0);  // a model without the scales this search asks for
-  if (rc == VRESULT_OK) rc = InpSearchParams(ctx, scaling, model.params, &q);
-  if (rc == VRESULT_OK) rc = InpGrayImage(ctx, 1, &plane, &domain);
+struct ModelMatch {
+  Match match;
+  Vlong model_index;
+};
+
+// Matches of several models, best first, without those that overlap a
+// better match (of any of the models) by more than `max_overlap`.
+std::vector<ModelMatch> MergeModelMatches(std::vector<ModelMatch> all,
+                                          const std::vector<ShapeModel>& models, double max_overlap) {
+  std::stable_sort(all.begin(), all.end(), [](const ModelMatch& a, const ModelMatch& b) {
+    return a.match.score > b.match.score;
+  });
+  std::vector<ModelBox> boxes;
+  for (const ShapeModel& m : models) boxes.push_back(BoundingBox(m.levels->front().points));
+  std::vector<ModelMatch> kept;
+  for (const ModelMatch& m : all) {
+    bool covered = false;
+    for (const ModelMatch& k : kept)
+      covered = covered || PoseOverlap(boxes[static_cast<size_t>(k.model_index)], k.match.pose,
+                                       boxes[static_cast<size_t>(m.model_index)], m.match.pose) >
+                               max_overlap;
+    if (!covered) kept.push_back(m);
+  }
+  return kept;
+}
+
+// The models of control 0: one for find_*shape_model, one or more for
+// find_*shape_models. Each must be searchable with `scaling`.
+Vresult InpModels(const OpContext& ctx, bool several, Scaling scaling, std::vector<ShapeModel>* models) {
+  std::vector<std::shared_ptr<ShapeModelTool>> tools(1);
+  Vresult rc = several ? InpTools(ctx, 0, &tools) : InpTool(ctx, 0, &tools[0]);
+  for (size_t i = 0; rc == VRESULT_OK && i < tools.size(); ++i) {
+    models->push_back(tools[i]->Get());
+    // A model made without the scales this search asks for cannot take
+    // part; a scaled model can be searched at scale 1.
+    const Scaling own = models->back().params.scaling;
+    if (own != scaling && !(scaling == Scaling::kNone)) rc = VERR_CTRL_VALUE(0);
+  }
+  return rc;
+}
+
+// The matches of the model(s) at control 0 in the image(s) at input
+// object 1 (one image for all models, or one per model): Row, Column,
+// Angle, the scales of `scaling`, Score and, for several models, the
+// index of each match's model.
+Vresult FindInImages(OpContext& ctx, Scaling scaling, bool several) {
+  std::vector<ShapeModel> models;
+  Vresult rc = InpModels(ctx, several, scaling, &models);
+  std::vector<SearchRequest> requests(models.size());
+  for (size_t i = 0; rc == VRESULT_OK && i < models.size(); ++i)
+    rc = InpSearchParams(ctx, scaling, models[i].params, &requests[i]);
+  Vlong images = 0;
+  if (rc == VRESULT_OK) rc = ctx.InpObjCount(1, &images);
+  if (rc == VRESULT_OK && images != 1 && images != static_cast<Vlong>(models.size()))
+    rc = VERR_OBJ_NUM(1);
   if (rc != VRESULT_OK) return rc;
-  const bool full = domain->area() == static_cast<Vlong>(plane.rows) * plane.cols;
-  const std::vector<Match> matches = FindShapeModel(model, plane, full ? nullptr : domain.get(), q);
+  std::vector<ModelMatch> all;
+  for (size_t i = 0; i < models.size(); ++i) {
+    db::ImageData image;
+    cv::Mat plane;
+    rc = InpImage(1, ctx.InpObjKey(1, images == 1 ? 0 : static_cast<Vlong>(i)), &image);
+    if (rc == VRESULT_OK) rc = FloatPlane(*image.channels[0], &plane);
+    if (rc != VRESULT_OK) return rc;
+    const bool full = image.domain->area() == static_cast<Vlong>(plane.rows) * plane.cols;
+    for (const Match& m : FindShapeModel(models[i], plane, full ? nullptr : image.domain.get(), requests[i]))
+      all.push_back({m, static_cast<Vlong>(i)});
+  }
+  if (several) all = MergeModelMatches(std::move(all), models, requests[0].max_overlap);
   std::vector<std::vector<double>> out(static_cast<size_t>(4 + ScaleAxes(scaling)));
-  for (const Match& m : matches) {
+  std::vector<Vlong> index;
+  for (const ModelMatch& mm : all) {
     // Report the model's origin, which moves with the match.
-    const Pose& p = m.pose;
+    const Pose& p = mm.match.pose;
+    const ShapeModel& model = models[static_cast<size_t>(mm.model_index)];
     double dr, dc;
     RotatePoint(p.scale_r * model.origin_row, p.scale_c * model.origin_col, std::cos(p.angle),
                 std::sin(p.angle), &dr, &dc);
@@ -64,10 +120,12 @@ Vresult FindInImage(OpContext& ctx, Scaling scaling) {
     out[i++].push_back(p.angle);
     if (scaling != Scaling::kNone) out[i++].push_back(p.scale_r);
     if (scaling == Scaling::kAnisotropic) out[i++].push_back(p.scale_c);
-    out[i].push_back(m.score);
+    out[i].push_back(mm.match.score);
+    index.push_back(mm.model_index);
   }
   for (size_t i = 0; rc == VRESULT_OK && i < out.size(); ++i)
     rc = ctx.SetOutpDoubles(static_cast<int>(i), out[i]);
+  if (rc == VRESULT_OK && several) rc = ctx.SetOutpLongs(static_cast<int>(out.size()), index);
   return rc;
 }
 
@@ -86,9 +144,12 @@ Vresult InpShapeModel(const OpContext& ctx, int par, ShapeModel* model,
 VEXA_OPERATOR(create_shape_model) { return CreateFromImage(ctx, Scaling::kNone); }
 VEXA_OPERATOR(create_scaled_shape_model) { return CreateFromImage(ctx, Scaling::kIsotropic); }
 VEXA_OPERATOR(create_aniso_shape_model) { return CreateFromImage(ctx, Scaling::kAnisotropic); }
-VEXA_OPERATOR(find_shape_model) { return FindInImage(ctx, Scaling::kNone); }
-VEXA_OPERATOR(find_scaled_shape_model) { return FindInImage(ctx, Scaling::kIsotropic); }
-VEXA_OPERATOR(find_aniso_shape_model) { return FindInImage(ctx, Scaling::kAnisotropic); }
+VEXA_OPERATOR(find_shape_model) { return FindInImages(ctx, Scaling::kNone, false); }
+VEXA_OPERATOR(find_scaled_shape_model) { return FindInImages(ctx, Scaling::kIsotropic, false); }
+VEXA_OPERATOR(find_aniso_shape_model) { return FindInImages(ctx, Scaling::kAnisotropic, false); }
+VEXA_OPERATOR(find_shape_models) { return FindInImages(ctx, Scaling::kNone, true); }
+VEXA_OPERATOR(find_scaled_shape_models) { return FindInImages(ctx, Scaling::kIsotropic, true); }
+VEXA_OPERATOR(find_aniso_shape_models) { return FindInImages(ctx, Scaling::kAnisotropic, true); }
 
 VEXA_OPERATOR(get_shape_model_params) {
   ShapeModel model;

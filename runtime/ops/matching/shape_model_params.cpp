@@ -148,6 +148,7 @@ Vresult InpCreateParams(const OpContext& ctx, Scaling scaling, bool with_contras
 Vresult InpSearchParams(const OpContext& ctx, Scaling scaling, const ShapeModelParams& model,
                         SearchRequest* q) {
   Vresult rc = InpAngles(ctx, 1, &q->angle_start, &q->angle_extent);
+  q->scaling = scaling;
   int par = 3;
   for (int axis = 0; axis < ScaleAxes(scaling) && rc == VRESULT_OK; ++axis, par += 2) {
     rc = InpScaleRange(ctx, par, &q->scale_min[axis], &q->scale_max[axis]);

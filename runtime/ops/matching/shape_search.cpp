@@ -231,7 +231,7 @@ std::vector<Match> FindShapeModel(const ShapeModel& model, const cv::Mat& image,
                                   const Region* domain, const SearchRequest& q) {
   const std::vector<ModelLevel>& levels = *model.levels;
   const Metric metric = model.params.metric;
-  const Scaling scaling = model.params.scaling;
+  const Scaling scaling = q.scaling;
   int num_levels = static_cast<int>(levels.size());
   if (q.num_levels > 0) num_levels = std::min(num_levels, q.num_levels);
   const std::vector<cv::Mat> gray = MeanPyramid(image, num_levels);
@@ -318,7 +318,7 @@ std::vector<Match> FindShapeModel(const ShapeModel& model, const cv::Mat& image,
   for (const Match& m : matches) {
     bool covered = false;
     for (const Match& k : kept)
-      if (PoseOverlap(box, k.pose, m.pose) > q.max_overlap) {
+      if (PoseOverlap(box, k.pose, box, m.pose) > q.max_overlap) {
         covered = true;
         break;
       }

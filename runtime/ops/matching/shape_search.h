@@ -43,6 +43,7 @@ enum class SubPixel { kNone, kInterpolation, kLeastSquares };
 
 struct SearchRequest {
   double angle_start = 0, angle_extent = 0;
+  Scaling scaling = Scaling::kNone;  // which scales vary (at most the model's)
   // Scale ranges searched, [0] rows (or both), [1] columns; within the
   // model's.
   double scale_min[2] = {1, 1}, scale_max[2] = {1, 1};
