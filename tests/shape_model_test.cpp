@@ -397,6 +397,43 @@ TEST_F(ShapeModelTest, OriginParamsContoursAndStoredModels) {
   std::remove(path.c_str());
 }
 
+TEST_F(ShapeModelTest, InspectionAndAChangedMinContrast) {
+  const Vobject tmpl = TemplateImage();
+  Vobject images, regions;
+  ASSERT_EQ(inspect_shape_model(tmpl, &images, &regions, 3, 30), VRESULT_OK);
+  Vlong n = 0;
+  ASSERT_EQ(count_obj(regions, &n), VRESULT_OK);
+  ASSERT_EQ(n, 3);
+  VTuple area, row, col;
+  ASSERT_EQ(area_center(regions, &area, &row, &col), VRESULT_OK);
+  // One pixel per pixel of outline: about 2 (80 + 80) + 2 pi (6 + 14)
+  // on level 1, half of that on level 2.
+  const double outline = 2 * (80 + 80) + 2 * M_PI * (6 + 14);
+  EXPECT_NEAR(area[0].D(), outline, 0.15 * outline);
+  EXPECT_NEAR(area[1].D(), outline / 2, 0.2 * outline / 2);
+  // The reference point (100, 100) is the outline's centre up to the
+  // object's own asymmetry.
+  EXPECT_NEAR(row[0].D(), 100, 15);
+  Vobject second;
+  ASSERT_EQ(select_obj(images, &second, 2), VRESULT_OK);
+  Vlong w = 0, h = 0;
+  ASSERT_EQ(get_image_size(second, &w, &h), VRESULT_OK);
+  EXPECT_EQ(w, 100);
+
+  // Search pixels weaker than min_contrast do not count: above the
+  // object's contrast nothing matches.
+  const Vlong model = Model();
+  Scene s(kW, kH);
+  s.Draw({200, 300, 1.0});
+  const Vobject img = s.Image();
+  ASSERT_EQ(set_shape_model_param(model, "min_contrast", 300), VRESULT_OK);
+  EXPECT_EQ(Find(img, model, 0.5).row.Num(), 0);
+  ASSERT_EQ(set_shape_model_param(model, "min_contrast", 10), VRESULT_OK);
+  EXPECT_EQ(Find(img, model, 0.5).row.Num(), 1);
+  EXPECT_EQ(set_shape_model_param(model, "contrast", 10), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(set_shape_model_param(model, "min_contrast", -1), VERR_CTRL_VALUE(2));
+}
+
 TEST_F(ShapeModelTest, BadHandlesParametersAndModelRegions) {
   const Vobject tmpl = TemplateImage();
   const Vlong model = Model();

@@ -16,17 +16,6 @@ struct EdgePixel {
   float mag;
 };
 
-cv::Mat RegionMask(const Region& region, int width, int height) {
-  cv::Mat mask(height, width, CV_32F, cv::Scalar(0));
-  for (const Chord& ch : region.chords()) {
-    if (ch.r < 0 || ch.r >= height) continue;
-    const int cb = std::max(ch.cb, 0), ce = std::min(ch.ce, width - 1);
-    float* row = mask.ptr<float>(ch.r);
-    for (int c = cb; c <= ce; ++c) row[c] = 1.0f;
-  }
-  return mask;
-}
-
 // Bilinear sample of a float matrix; 0 outside.
 float Sample(const cv::Mat& m, double r, double c) {
   const int r0 = static_cast<int>(std::floor(r)), c0 = static_cast<int>(std::floor(c));
@@ -166,6 +155,17 @@ std::vector<ModelPoint> ToModelPoints(const std::vector<EdgePixel>& edges, const
 }
 
 }  // namespace
+
+cv::Mat RegionMask(const Region& region, int width, int height) {
+  cv::Mat mask(height, width, CV_32F, cv::Scalar(0));
+  for (const Chord& ch : region.chords()) {
+    if (ch.r < 0 || ch.r >= height) continue;
+    const int cb = std::max(ch.cb, 0), ce = std::min(ch.ce, width - 1);
+    float* row = mask.ptr<float>(ch.r);
+    for (int c = cb; c <= ce; ++c) row[c] = 1.0f;
+  }
+  return mask;
+}
 
 void ShufflePoints(std::vector<ModelPoint>* points) {
   // Fisher-Yates with a fixed linear congruential generator: the same

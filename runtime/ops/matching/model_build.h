@@ -39,6 +39,9 @@ Vresult BuildShapeModel(const cv::Mat& image, const Region& region, const BuildR
 inline double AngleStepForRadius(double radius) { return std::atan(1.0 / std::max(radius, 1.0)); }
 inline double ScaleStepForRadius(double radius) { return 1.0 / std::max(radius, 1.0); }
 
+// 1 inside `region`, 0 elsewhere, as a float matrix of the image's size.
+cv::Mat RegionMask(const Region& region, int width, int height);
+
 // Puts the points in the fixed pseudo-random order models keep them in.
 void ShufflePoints(std::vector<ModelPoint>* points);
 

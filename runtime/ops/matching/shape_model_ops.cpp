@@ -1,6 +1,7 @@
 // Making, searching, inspecting and closing shape models.
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include "gradient_pyramid.h"
 #include "match_overlap.h"
@@ -184,6 +185,32 @@ VEXA_OPERATOR(set_shape_model_origin) {
   if (rc == VRESULT_OK && !(std::fabs(model.origin_row) <= 1e6)) rc = VERR_CTRL_VALUE(1);
   if (rc == VRESULT_OK) rc = ctx.GetDouble(2, &model.origin_col);
   if (rc == VRESULT_OK && !(std::fabs(model.origin_col) <= 1e6)) rc = VERR_CTRL_VALUE(2);
+  if (rc == VRESULT_OK) tool->Set(std::move(model));
+  return rc;
+}
+
+// Parameters of a model that can change after it was made: "min_contrast"
+// (the gradient magnitude below which search pixels are ignored, >= 0).
+VEXA_OPERATOR(set_shape_model_param) {
+  std::shared_ptr<ShapeModelTool> tool;
+  ShapeModel model;
+  std::vector<const char*> names;
+  Vresult rc = InpShapeModel(ctx, 0, &model, &tool);
+  if (rc == VRESULT_OK) rc = ctx.GetStrings(1, names);
+  if (rc == VRESULT_OK && names.empty()) rc = VERR_CTRL_NUM(1);
+  if (rc == VRESULT_OK && ctx.CtrlNum(2) != static_cast<Vlong>(names.size())) rc = VERR_CTRL_NUM(2);
+  for (size_t i = 0; rc == VRESULT_OK && i < names.size(); ++i) {
+    const Vcpar& v = ctx.CtrlElem(2, static_cast<Vlong>(i));
+    if (std::strcmp(names[i], "min_contrast") != 0) {
+      rc = VERR_CTRL_VALUE(1);
+    } else if (v.type != VPAR_LONG && v.type != VPAR_DOUBLE) {
+      rc = VERR_CTRL_TYPE(2);
+    } else {
+      const double value = v.type == VPAR_LONG ? static_cast<double>(v.par.l) : v.par.d;
+      if (!(value >= 0 && value <= 1e6)) rc = VERR_CTRL_VALUE(2);
+      model.params.min_contrast = value;
+    }
+  }
   if (rc == VRESULT_OK) tool->Set(std::move(model));
   return rc;
 }

@@ -52,21 +52,6 @@ Vresult InpAutoLong(const OpContext& ctx, int par, Vlong lo, Vlong hi, Vlong* v)
   return *v >= lo && *v <= hi ? VRESULT_OK : VERR_CTRL_VALUE(par);
 }
 
-// "auto" (the contrast is then taken from the template: empty) or one to
-// three numbers: low, high (hysteresis), minimum size of an edge.
-Vresult InpContrast(const OpContext& ctx, int par, std::vector<double>* contrast) {
-  contrast->clear();
-  if (IsAuto(ctx, par)) return VRESULT_OK;
-  const Vresult rc = ctx.GetDoubles(par, *contrast);
-  if (rc != VRESULT_OK) return rc;
-  if (contrast->empty() || contrast->size() > 3) return VERR_CTRL_NUM(par);
-  for (double v : *contrast)
-    if (!(v >= 0 && v <= 1e6)) return VERR_CTRL_VALUE(par);
-  if ((*contrast)[0] <= 0 || (contrast->size() > 1 && (*contrast)[1] < (*contrast)[0]))
-    return VERR_CTRL_VALUE(par);
-  return VRESULT_OK;
-}
-
 // The optimization names; the point reduction keeps every (1 + i)-th
 // point for the i-th "point_reduction_*". Pregeneration is accepted and
 // has no effect: rotated point sets are made per search anyway.
@@ -100,6 +85,21 @@ Vresult InpScaleRange(const OpContext& ctx, int par, double* lo, double* hi) {
 }
 
 }  // namespace
+
+// "auto" (the contrast is then taken from the template: empty) or one to
+// three numbers: low, high (hysteresis), minimum size of an edge.
+Vresult InpContrast(const OpContext& ctx, int par, std::vector<double>* contrast) {
+  contrast->clear();
+  if (IsAuto(ctx, par)) return VRESULT_OK;
+  const Vresult rc = ctx.GetDoubles(par, *contrast);
+  if (rc != VRESULT_OK) return rc;
+  if (contrast->empty() || contrast->size() > 3) return VERR_CTRL_NUM(par);
+  for (double v : *contrast)
+    if (!(v >= 0 && v <= 1e6)) return VERR_CTRL_VALUE(par);
+  if ((*contrast)[0] <= 0 || (contrast->size() > 1 && (*contrast)[1] < (*contrast)[0]))
+    return VERR_CTRL_VALUE(par);
+  return VRESULT_OK;
+}
 
 bool IsAuto(const OpContext& ctx, int par) {
   if (ctx.CtrlNum(par) != 1) return false;

@@ -8,6 +8,10 @@
 namespace vexa {
 namespace matching {
 
+// Contrast: "auto" (empty: taken from the template) or one to three
+// numbers: low, high (hysteresis, >= low), minimum size of an edge.
+Vresult InpContrast(const OpContext& ctx, int par, std::vector<double>* contrast);
+
 // Number of scale axes of a kind of model: 0, 1 or 2.
 int ScaleAxes(Scaling scaling);
 
