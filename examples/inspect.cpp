@@ -15,6 +15,12 @@
 #include <vexa/runtime.h>
 #include <vexaobj.h>
 
+// The codes on the board are written by the decoding engine's own encoder,
+// so that the demo reads real symbols.
+#define ZX_USE_UTF8 1
+#include <ZXing/BitMatrix.h>
+#include <ZXing/MultiFormatWriter.h>
+
 #include <sys/stat.h>
 
 #include <cmath>
@@ -40,6 +46,19 @@ const std::vector<Disc> kBlobs = {{70, 70, 8},   {70, 170, 8},   {170, 70, 14},
 // The part: a plate with a round hole.
 constexpr double kPartRow1 = 60, kPartCol1 = 300, kPartRow2 = 220, kPartCol2 = 460;
 const Disc kHole = {140, 380, 35};
+
+// The codes: an EAN-13 at 2 pixels per module, a QR code at 3.
+const char* const kBarCodeText = "4006381333931";
+const char* const kQrText = "VEXA DEMO 42";
+
+// The shape: an L with legs 20 pixels thick and 80 long, whose corner
+// points are given around its bounding box's centre; the template shows it
+// upright in a box centred at (kShapeRow, kShapeCol), the board turned by
+// kShapeAngle about that centre and moved by (kShapeShiftRow,
+// kShapeShiftCol).
+constexpr double kShapeRow = 300, kShapeCol = 560;
+const double kShapeCorners[][2] = {{-40, -40}, {40, -40}, {40, 40}, {20, 40}, {20, -20}, {-40, -20}};
+constexpr double kShapeAngle = 25 * kPi / 180, kShapeShiftRow = -2.5, kShapeShiftCol = 1.5;
 
 int g_failed = 0;
 std::vector<std::string> g_unavailable;
@@ -75,21 +94,66 @@ bool Available(const char* op, const char* step) {
   return false;
 }
 
-// A step the demo does not take yet: says whether the runtime could.
-void NotYetInDemo(const char* op, const char* step) {
-  if (Available(op, step)) std::printf("  %-58s operator available, step not in the demo yet\n", step);
+// Paints `region` into `image` with `gray`.
+void Paint(Vobject* image, const Vobject& region, double gray) {
+  Vobject painted;
+  Must(paint_region(region, *image, &painted, gray, "fill"), "paint_region");
+  *image = painted;
 }
 
-// The board: background, blobs, the plate with its hole, a bar code of
-// black and white bars on a white label, a 2D code's checkerboard of
-// modules, and an L-shaped part to locate.
-Vobject PaintScene() {
-  Vobject image, painted;
+// A symbol of `format` holding `text` on a white label, its dark modules
+// `module` pixels wide, the symbol's top left corner at (row, column) and
+// a quiet zone of `quiet` pixels; linear codes get bars `bar_height` high.
+void PaintCode(Vobject* image, ZXing::BarcodeFormat format, const char* text, int module,
+               double row, double column, double quiet, int bar_height) {
+  const ZXing::BitMatrix bits = ZXing::MultiFormatWriter(format).setMargin(0).encode(text, 0, 0);
+  const bool linear = bits.height() == 1;
+  const int rows = linear ? bar_height : bits.height() * module;
+  Vobject label, dark;
+  Must(gen_rectangle1(&label, row - quiet, column - quiet, row + rows - 1 + quiet,
+                      column + bits.width() * module - 1 + quiet),
+       "gen_rectangle1");
+  Paint(image, label, 255);
+  for (int r = 0; r < (linear ? 1 : bits.height()); ++r)
+    for (int c = 0; c < bits.width(); ++c) {
+      if (!bits.get(c, r)) continue;
+      const double r1 = row + (linear ? 0 : r * module), c1 = column + c * module;
+      Must(gen_rectangle1(&dark, r1, c1, linear ? row + rows - 1 : r1 + module - 1, c1 + module - 1),
+           "gen_rectangle1");
+      Paint(image, dark, 0);
+    }
+}
+
+// The L, turned by `angle` about the centre of its box and moved by
+// (shift_row, shift_col).
+Vobject ShapeRegion(double angle, double shift_row, double shift_col) {
+  VTuple rows, columns;
+  for (const auto& p : kShapeCorners) {
+    rows.Append(VTuple(kShapeRow + shift_row + p[0] * std::cos(angle) - p[1] * std::sin(angle)));
+    columns.Append(VTuple(kShapeCol + shift_col + p[0] * std::sin(angle) + p[1] * std::cos(angle)));
+  }
+  Vobject shape;
+  Must(gen_region_polygon_filled(&shape, rows, columns), "gen_region_polygon_filled");
+  return shape;
+}
+
+// An image of the board's background with only the upright L: the
+// template the shape model is made from.
+Vobject PaintShapeTemplate() {
+  Vobject image, plate;
   Must(gen_image_const(&image, "byte", kWidth, kHeight), "gen_image_const");
-  auto paint = [&](const Vobject& region, double gray) {
-    Must(paint_region(region, image, &painted, gray, "fill"), "paint_region");
-    image = painted;
-  };
+  Must(gen_rectangle1(&plate, 0, 0, kHeight - 1, kWidth - 1), "gen_rectangle1");
+  Paint(&image, plate, kBackground);
+  Paint(&image, ShapeRegion(0, 0, 0), kShapeGray);
+  return image;
+}
+
+// The board: background, blobs, the plate with its hole, an EAN-13 and a
+// QR code on white labels, and the L-shaped part to locate.
+Vobject PaintScene() {
+  Vobject image;
+  Must(gen_image_const(&image, "byte", kWidth, kHeight), "gen_image_const");
+  auto paint = [&](const Vobject& region, double gray) { Paint(&image, region, gray); };
   Vobject plate, hole, blob;
   Must(gen_rectangle1(&plate, 0, 0, kHeight - 1, kWidth - 1), "gen_rectangle1");
   paint(plate, kBackground);
@@ -102,34 +166,9 @@ Vobject PaintScene() {
   Must(gen_circle(&hole, kHole.row, kHole.column, kHole.radius), "gen_circle");
   paint(hole, kBackground);
 
-  // Bar code label: bars of 2 to 6 pixels on white.
-  Vobject label, bar;
-  Must(gen_rectangle1(&label, 380, 300, 460, 470), "gen_rectangle1");
-  paint(label, 255);
-  double column = 310;
-  for (int i = 0; column < 460; ++i) {
-    const double width = 2 + (i * 7) % 5;
-    if (i % 2 == 0) {
-      Must(gen_rectangle1(&bar, 390, column, 450, column + width - 1), "gen_rectangle1");
-      paint(bar, 0);
-    }
-    column += width;
-  }
-  // 2D code: a 12 x 12 grid of 5-pixel modules.
-  Vobject module;
-  for (int r = 0; r < 12; ++r)
-    for (int c = 0; c < 12; ++c)
-      if (r == 0 || c == 0 || ((r * 5 + c * 3) % 7) < 3) {
-        Must(gen_rectangle1(&module, 380 + 5 * r, 520 + 5 * c, 384 + 5 * r, 524 + 5 * c),
-             "gen_rectangle1");
-        paint(module, 0);
-      }
-  // The shape to locate: an L.
-  Vobject leg1, leg2, shape;
-  Must(gen_rectangle1(&leg1, 260, 520, 340, 540), "gen_rectangle1");
-  Must(gen_rectangle1(&leg2, 320, 520, 340, 600), "gen_rectangle1");
-  Must(union2(leg1, leg2, &shape), "union2");
-  paint(shape, kShapeGray);
+  PaintCode(&image, ZXing::BarcodeFormat::EAN13, kBarCodeText, 2, 395, 310, 20, 60);
+  PaintCode(&image, ZXing::BarcodeFormat::QRCode, kQrText, 3, 385, 555, 12, 0);
+  paint(ShapeRegion(kShapeAngle, kShapeShiftRow, kShapeShiftCol), kShapeGray);
   return image;
 }
 
@@ -203,8 +242,79 @@ void InspectWidth(const Vobject& image) {
          "one edge pair, the plate's width to 0.05 px");
 }
 
+// What the code and shape steps found, for the result picture.
+struct Found {
+  Vobject bar_code;     // symbol regions
+  Vobject data_code;    // symbol outlines
+  Vobject shape;        // the model's edges at the match
+};
+
+// The EAN-13 and the QR code, read with models for their symbologies.
+void InspectCodes(const Vobject& image, Found* found) {
+  Progress("reading codes");
+  std::printf("Codes\n");
+  if (Available("create_bar_code_model", "bar code reading")) {
+    Vlong model = 0;
+    Must(create_bar_code_model(VTuple(), VTuple(), &model), "create_bar_code_model");
+    VTuple text;
+    Must(find_bar_code(image, &found->bar_code, model, "EAN-13", &text), "find_bar_code");
+    clear_bar_code_model(model);
+    for (Vlong i = 0; i < text.Num(); ++i) std::printf("  EAN-13: %s\n", text[i].S());
+    Expect(text.Num() == 1 && std::string(text[0].S()) == kBarCodeText, "the EAN-13 read exactly");
+  }
+  if (Available("create_data_code_2d_model", "2D code reading")) {
+    Vlong model = 0;
+    Must(create_data_code_2d_model("QR Code", VTuple(), VTuple(), &model),
+         "create_data_code_2d_model");
+    VTuple results, text;
+    Must(find_data_code_2d(image, &found->data_code, model, VTuple(), VTuple(), &results, &text),
+         "find_data_code_2d");
+    clear_data_code_2d_model(model);
+    for (Vlong i = 0; i < text.Num(); ++i) std::printf("  QR code: %s\n", text[i].S());
+    Expect(text.Num() == 1 && std::string(text[0].S()) == kQrText, "the QR code read exactly");
+  }
+}
+
+// The L: a shape model from the upright template, found on the board over
+// the full circle with least-squares refinement.
+void InspectShape(const Vobject& image, Found* found) {
+  Progress("locating the shape");
+  std::printf("Shape\n");
+  if (!Available("create_shape_model", "shape-based matching")) return;
+  Vobject box, templ;
+  Must(gen_rectangle1(&box, kShapeRow - 50, kShapeCol - 50, kShapeRow + 50, kShapeCol + 50),
+       "gen_rectangle1");
+  Must(reduce_domain(PaintShapeTemplate(), box, &templ), "reduce_domain");
+  Vlong model = 0;
+  Must(create_shape_model(templ, VTuple("auto"), 0.0, 2 * kPi, VTuple("auto"), "auto",
+                          "use_polarity", VTuple("auto"), VTuple("auto"), &model),
+       "create_shape_model");
+  VTuple row, column, angle, score;
+  Must(find_shape_model(image, model, 0.0, 2 * kPi, 0.7, 1, 0.5, "least_squares", 0, 0.9, &row,
+                        &column, &angle, &score),
+       "find_shape_model");
+  for (Vlong i = 0; i < row.Num(); ++i)
+    std::printf("  L at (%.2f, %.2f), turned %.2f degrees, score %.3f\n", row[i].D(),
+                column[i].D(), angle[i].D() * 180 / kPi, score[i].D());
+  const bool one = row.Num() == 1;
+  Expect(one && std::fabs(row[0].D() - (kShapeRow + kShapeShiftRow)) < 1.0 &&
+             std::fabs(column[0].D() - (kShapeCol + kShapeShiftCol)) < 1.0,
+         "one L, where it was put to 1 px");
+  Expect(one && std::fabs(angle[0].D() - kShapeAngle) < 0.5 * kPi / 180,
+         "turned by 25 degrees to 0.5 degrees");
+  if (one) {
+    Vobject edges;
+    VTuple pose;
+    Must(get_shape_model_contours(&edges, model, 1), "get_shape_model_contours");
+    Must(vector_angle_to_rigid(0.0, 0.0, 0.0, row[0].D(), column[0].D(), angle[0].D(), &pose),
+         "vector_angle_to_rigid");
+    Must(affine_trans_contour_xld(edges, &found->shape, pose), "affine_trans_contour_xld");
+  }
+  clear_shape_model(model);
+}
+
 void WriteResult(const Vobject& image, const Vobject& blobs, const Vobject& hole,
-                 const std::string& dir) {
+                 const Found& found, const std::string& dir) {
   Progress("writing the result picture");
   Vlong window = 0;
   Must(open_window(0, 0, kWidth, kHeight, 0, "buffer", "", &window), "open_window");
@@ -214,6 +324,12 @@ void WriteResult(const Vobject& image, const Vobject& blobs, const Vobject& hole
   Must(disp_region(blobs, window), "disp_region");
   Must(set_color(window, "green"), "set_color");
   Must(disp_region(hole, window), "disp_region");
+  Must(set_color(window, "blue"), "set_color");
+  Must(disp_region(found.bar_code, window), "disp_region");
+  Must(disp_obj(found.data_code, window), "disp_obj");
+  Must(set_color(window, "magenta"), "set_color");
+  Must(set_line_width(window, 2), "set_line_width");
+  Must(disp_obj(found.shape, window), "disp_obj");
   Vobject picture;
   Must(dump_window_image(&picture, window), "dump_window_image");
   Must(close_window(window), "close_window");
@@ -234,15 +350,11 @@ int main(int argc, char** argv) {
   const Vobject hole = InspectHole(image);
 
   InspectWidth(image);
-  Progress("reading codes");
-  std::printf("Codes\n");
-  NotYetInDemo("create_bar_code_model", "bar code reading");
-  NotYetInDemo("create_data_code_2d_model", "2D code reading");
-  Progress("locating the shape");
-  std::printf("Shape\n");
-  NotYetInDemo("create_shape_model", "shape-based matching");
+  Found found;
+  InspectCodes(image, &found);
+  InspectShape(image, &found);
 
-  WriteResult(image, blobs, hole, dir);
+  WriteResult(image, blobs, hole, found, dir);
 
   std::printf("\n%d unexpected result(s).", g_failed);
   if (!g_unavailable.empty()) {

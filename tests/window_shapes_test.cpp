@@ -130,3 +130,29 @@ TEST_F(WindowShapesTest, SettingsReadBackAndBadInputGivesCodes) {
 }
 
 }  // namespace
+
+namespace {
+
+// A circle contour is drawn as its outline: one-pixel coverage summing to
+// its length, the same as disp_circle's margin; disp_obj draws it the same
+// way, and disp_xld refuses a region.
+TEST_F(WindowShapesTest, ContoursAreDrawnAsLinesThroughTheirPoints) {
+  Vobject circle;
+  ASSERT_EQ(gen_circle_contour_xld(&circle, 40.0, 50.0, 20.0, 0.0, 2 * kPi, "positive", 0.5),
+            VRESULT_OK);
+  ASSERT_EQ(disp_xld(circle, window_), VRESULT_OK);
+  int width = 0;
+  const std::vector<double> drawn = Coverage(window_, &width);
+  EXPECT_NEAR(Sum(drawn), 2 * kPi * 20, 0.05 * 2 * kPi * 20);
+  EXPECT_EQ(drawn[static_cast<size_t>(40) * width + 50], 0.0);  // the inside stays dark
+
+  ASSERT_EQ(clear_window(window_), VRESULT_OK);
+  ASSERT_EQ(disp_obj(circle, window_), VRESULT_OK);
+  EXPECT_EQ(Coverage(window_, &width), drawn);
+
+  Vobject region;
+  ASSERT_EQ(gen_circle(&region, 40.0, 50.0, 20.0), VRESULT_OK);
+  EXPECT_EQ(disp_xld(region, window_), VERR_OBJ_CLASS(1));
+}
+
+}  // namespace

@@ -5,6 +5,7 @@
 
 #include "ops/common/op_objects.h"
 #include "ops/graphics/raster_paint.h"
+#include "ops/graphics/raster_shapes.h"
 #include "ops/graphics/window_op_util.h"
 #include "registry.h"
 
@@ -12,36 +13,62 @@ namespace vexa {
 
 namespace {
 
-// One object to show: a region, or an image with the way to show it.
+// One object to show: a region, a sub-pixel object, or an image with the
+// way to show it.
 struct Shown {
   RegionPtr region;  // set for a region
+  XldPtr xld;        // set for a sub-pixel object
   db::ImageData image;
   bool color = false;
 };
 
+constexpr int kAsRegion = 0, kAsGray = 1, kAsXld = 2, kAsColor = 3, kByKind = -1;
+
+// The sub-pixel object of `key` as input `par` shows it; another object
+// is VERR_OBJ_CLASS(par).
+Vresult InpShownXld(int par, Vkey key, XldPtr* xld) {
+  const Vresult rc = db::GetXld(key, xld);
+  return rc == VERR_NOT_REGION ? VERR_OBJ_CLASS(par) : rc;
+}
+
 // Reads the objects of input `par` before the window is locked, so that no
-// database call runs under the window registry's lock. `as_image` is 0 for
-// regions (an image stands for its domain), 1 for images shown gray, 3 for
-// color images, -1 to decide by the kind of each object.
+// database call runs under the window registry's lock. `as_image` is
+// kAsRegion for regions (an image stands for its domain), kAsGray for
+// images shown gray, kAsColor for color images, kAsXld for sub-pixel
+// objects, kByKind to decide by the kind of each object.
 Vresult ReadShown(OpContext& ctx, int par, int as_image,
                   std::vector<Shown>* shown) {
   return ctx.ForEachInpObj(par, [&](Vkey key, Vlong) {
     Shown s;
     int mode = as_image;
-    if (mode < 0) {
+    if (mode == kByKind) {
       db::ObjKind kind;
       const Vresult rc = db::KindOf(key, &kind);
       if (rc != VRESULT_OK) return rc;
-      mode = kind == db::ObjKind::kRegion ? 0 : 1;
+      mode = kind == db::ObjKind::kRegion ? kAsRegion : kind == db::ObjKind::kXld ? kAsXld : kAsGray;
     }
-    const Vresult rc =
-        mode == 0 ? InpRegion(par, key, &s.region) : InpImage(par, key, &s.image);
+    const Vresult rc = mode == kAsRegion ? InpRegion(par, key, &s.region)
+                       : mode == kAsXld  ? InpShownXld(par, key, &s.xld)
+                                         : InpImage(par, key, &s.image);
     if (rc != VRESULT_OK) return rc;
-    s.color = mode == 3 || (as_image < 0 && mode == 1 &&
-                            s.image.channels.size() == 3);
+    s.color = mode == kAsColor || (as_image == kByKind && mode == kAsGray &&
+                                   s.image.channels.size() == 3);
     shown->push_back(std::move(s));
     return VRESULT_OK;
   });
+}
+
+// A contour or polygon as the line through its points; parallels as their
+// two polygons.
+void StrokeXld(window::Window& w, const Xld& x) {
+  if (!x.HasPoints()) {
+    for (const XldPtr& part : {x.part1, x.part2})
+      if (part) StrokeXld(w, *part);
+    return;
+  }
+  std::vector<RealPoint> points(x.size());
+  for (size_t i = 0; i < x.size(); ++i) points[i] = {x.rows[i], x.cols[i]};
+  StrokePolyline(w, points, false);
 }
 
 Vresult Show(OpContext& ctx, int as_image) {
@@ -54,6 +81,10 @@ Vresult Show(OpContext& ctx, int as_image) {
         PaintRegion(w, *s.region);
         continue;
       }
+      if (s.xld) {
+        StrokeXld(w, *s.xld);
+        continue;
+      }
       const Vresult painted = PaintImage(w, s.image, s.color);
       if (painted != VRESULT_OK) return painted;
     }
@@ -63,12 +94,16 @@ Vresult Show(OpContext& ctx, int as_image) {
 
 }  // namespace
 
-VEXA_OPERATOR(disp_region) { return Show(ctx, 0); }
-VEXA_OPERATOR(disp_image) { return Show(ctx, 1); }
-VEXA_OPERATOR(disp_color) { return Show(ctx, 3); }
-// Regions as disp_region shows them, three-channel images in colour, other
-// images gray.
-VEXA_OPERATOR(disp_obj) { return Show(ctx, -1); }
+VEXA_OPERATOR(disp_region) { return Show(ctx, kAsRegion); }
+VEXA_OPERATOR(disp_image) { return Show(ctx, kAsGray); }
+VEXA_OPERATOR(disp_color) { return Show(ctx, kAsColor); }
+// Contours and polygons as lines through their points, in the window's
+// colour and line width (set_draw does not apply: a contour has no
+// inside).
+VEXA_OPERATOR(disp_xld) { return Show(ctx, kAsXld); }
+// Regions as disp_region shows them, sub-pixel objects as disp_xld,
+// three-channel images in colour, other images gray.
+VEXA_OPERATOR(disp_obj) { return Show(ctx, kByKind); }
 
 // The raster as a byte image of three channels: red, green, blue.
 VEXA_OPERATOR(dump_window_image) {
