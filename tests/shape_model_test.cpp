@@ -434,6 +434,120 @@ TEST_F(ShapeModelTest, InspectionAndAChangedMinContrast) {
   EXPECT_EQ(set_shape_model_param(model, "min_contrast", -1), VERR_CTRL_VALUE(2));
 }
 
+TEST_F(ShapeModelTest, DeterminedParamsAreWhatTheAutomaticModelUses) {
+  const Vobject tmpl = TemplateImage();
+  VTuple names, values;
+  ASSERT_EQ(determine_shape_model_params(tmpl, VTuple("auto"), VTuple(0.0), VTuple(kFullCircle), VTuple(1.0),
+                                         VTuple(1.0), VTuple("auto"), VTuple("use_polarity"), VTuple("auto"),
+                                         VTuple("auto"), VTuple("all"), &names, &values),
+            VRESULT_OK);
+  ASSERT_EQ(names.Num(), 8);
+  const Vlong model = Model();
+  Vlong levels = 0, min_contrast = 0;
+  double start = 0, extent = 0, step = 0, smin = 0, smax = 0, sstep = 0;
+  char metric[64] = {0};
+  ASSERT_EQ(get_shape_model_params(model, &levels, &start, &extent, &step, &smin, &smax, &sstep, metric,
+                                   &min_contrast),
+            VRESULT_OK);
+  EXPECT_EQ(std::string(names[0].S()), "num_levels");
+  EXPECT_EQ(values[0].L(), levels);
+  EXPECT_DOUBLE_EQ(values[1].D(), step);
+  EXPECT_EQ(std::lround(values[7].D()), min_contrast);
+  // The auto contrast separates the part's edges (130 gray levels) from
+  // nothing: it lies well inside the step.
+  EXPECT_GT(values[5].D(), 20);
+  EXPECT_LT(values[5].D(), 130);
+  // A model that may grow by 20% needs finer angle steps; its scale step
+  // moves the outermost point by about a pixel.
+  VTuple scaled_names, scaled;
+  ASSERT_EQ(determine_shape_model_params(tmpl, VTuple("auto"), VTuple(0.0), VTuple(kFullCircle), VTuple(0.8),
+                                         VTuple(1.2), VTuple("auto"), VTuple("use_polarity"), VTuple("auto"),
+                                         VTuple("auto"), VTuple("angle_step").Append(VTuple("scale_step")),
+                                         &scaled_names, &scaled),
+            VRESULT_OK);
+  ASSERT_EQ(scaled.Num(), 2);
+  EXPECT_NEAR(scaled[0].D(), std::atan(1 / (1.2 * 57)), 0.002);
+  EXPECT_NEAR(scaled[1].D(), 1 / (1.2 * 57), 0.002);
+  EXPECT_EQ(determine_shape_model_params(tmpl, VTuple("auto"), VTuple(0.0), VTuple(kFullCircle), VTuple(1.0),
+                                         VTuple(1.0), VTuple("auto"), VTuple("use_polarity"), VTuple("auto"),
+                                         VTuple("auto"), VTuple("speed"), &names, &values),
+            VERR_CTRL_VALUE(9));
+}
+
+TEST_F(ShapeModelTest, ModelContoursLieOnTheOutline) {
+  const Vlong model = Model();
+  Vobject contours;
+  ASSERT_EQ(get_shape_model_contours(&contours, model, 1), VRESULT_OK);
+  Vlong n = 0;
+  ASSERT_EQ(count_obj(contours, &n), VRESULT_OK);
+  Vlong points = 0, misses = 0;
+  for (Vlong i = 1; i <= n; ++i) {
+    Vobject one;
+    VTuple rows, cols;
+    ASSERT_EQ(select_obj(contours, &one, i), VRESULT_OK);
+    ASSERT_EQ(get_contour_xld(one, &rows, &cols), VRESULT_OK);
+    // Relative to the origin, the template's centre: the part's own
+    // coordinates. A point on the outline has inside and outside within
+    // a fifth of a pixel; only the L's six corners, where the gradient
+    // turns diagonal, sit up to a pixel inside.
+    for (Vlong k = 0; k < rows.Num(); ++k, ++points) {
+      const double r = rows[k].D(), c = cols[k].D();
+      bool in = false, out = false;
+      for (double dr : {-0.2, 0.0, 0.2})
+        for (double dc : {-0.2, 0.0, 0.2}) (InObject(r + dr, c + dc) ? in : out) = true;
+      misses += !(in && out);
+    }
+  }
+  EXPECT_GT(points, 400);
+  EXPECT_LE(misses, 6);
+}
+
+TEST_F(ShapeModelTest, ThreadsAngleRangesAndGreedinessDoNotChangeTheResult) {
+  const Vlong model = Model();
+  const Pose truth{200.7, 300.2, 0.3};
+  std::mt19937 gen(9);
+  Scene s(kW, kH);
+  s.Draw(truth);
+  s.Draw({330.1, 470.4, 2.0});
+  s.Noise(5, &gen);
+  const Vobject img = s.Image();
+  setenv("VEXA_MATCHING_THREADS", "1", 1);
+  const Found one = Find(img, model, 0.7, 0);
+  setenv("VEXA_MATCHING_THREADS", "3", 1);
+  const Found three = Find(img, model, 0.7, 0);
+  unsetenv("VEXA_MATCHING_THREADS");
+  ASSERT_EQ(one.row.Num(), 2);
+  ASSERT_EQ(three.row.Num(), 2);
+  for (Vlong i = 0; i < 2; ++i) {
+    EXPECT_EQ(one.row[i].D(), three.row[i].D());
+    EXPECT_EQ(one.angle[i].D(), three.angle[i].D());
+    EXPECT_EQ(one.score[i].D(), three.score[i].D());
+  }
+  // Greediness 0 examines every point: the same matches.
+  const Found safe = Find(img, model, 0.7, 0, "least_squares", 0.0);
+  ASSERT_EQ(safe.row.Num(), 2);
+  EXPECT_NEAR(safe.row[0].D(), one.row[0].D(), 1e-6);
+  // An angle range that excludes the instance at 2.0 finds only the other.
+  Found part;
+  ASSERT_EQ(find_shape_model(img, model, 0.0, 1.0, 0.7, 0, 0.5, "least_squares", 0, 0.8, &part.row, &part.col,
+                             &part.angle, &part.score),
+            VRESULT_OK);
+  ASSERT_EQ(part.row.Num(), 1);
+  EXPECT_LT(std::hypot(part.row[0].D() - truth.row, part.col[0].D() - truth.col), 0.05);
+  // Two levels only, tracked to level 2: a coarser pose near one of the
+  // two.
+  Found coarse;
+  VTuple levels = VTuple(2).Append(VTuple(2));
+  ASSERT_EQ(find_shape_model(img, VTuple(model), VTuple(0.0), VTuple(kFullCircle), VTuple(0.7), VTuple(1), VTuple(0.5),
+                             VTuple("interpolation"), levels, VTuple(0.8), &coarse.row, &coarse.col, &coarse.angle,
+                             &coarse.score),
+            VRESULT_OK);
+  ASSERT_EQ(coarse.row.Num(), 1);
+  EXPECT_LT(std::min(std::hypot(coarse.row[0].D() - one.row[0].D(), coarse.col[0].D() - one.col[0].D()),
+                     std::hypot(coarse.row[0].D() - one.row[1].D(), coarse.col[0].D() - one.col[1].D())),
+            1.0);
+}
+
 TEST_F(ShapeModelTest, BadHandlesParametersAndModelRegions) {
   const Vobject tmpl = TemplateImage();
   const Vlong model = Model();
@@ -489,6 +603,19 @@ TEST_F(ShapeModelTest, BadHandlesParametersAndModelRegions) {
   EXPECT_EQ(create_shape_model(tmpl, VTuple("auto"), VTuple(0.0), VTuple(1.0), VTuple("auto"), VTuple("auto"),
                                VTuple("use_polarity"), VTuple(500), VTuple("auto"), &m),
             VERR_MODEL_POINTS);
+  // A contour of three pixels is too short; parallels are no contours.
+  Vobject tiny;
+  ASSERT_EQ(gen_contour_polygon_xld(&tiny, VTuple(10.0).Append(VTuple(10.0)), VTuple(10.0).Append(VTuple(13.0))),
+            VRESULT_OK);
+  EXPECT_EQ(create_shape_model_xld(tiny, VTuple("auto"), VTuple(0.0), VTuple(1.0), VTuple("auto"), VTuple("auto"),
+                                   VTuple("ignore_local_polarity"), VTuple(10), &m),
+            VERR_MODEL_POINTS);
+  EXPECT_EQ(create_shape_model_xld(img, VTuple("auto"), VTuple(0.0), VTuple(1.0), VTuple("auto"), VTuple("auto"),
+                                   VTuple("ignore_local_polarity"), VTuple(10), &m),
+            VERR_OBJ_CLASS(1));
+  // A plain model has no scales to search.
+  EXPECT_EQ(find_scaled_shape_model(img, model, 0.0, 1.0, 0.9, 1.1, 0.5, 1, 0.5, "none", 0, 0.9, &r, &c, &a, &sc, &sc),
+            VERR_CTRL_VALUE(0));
 }
 
 }  // namespace

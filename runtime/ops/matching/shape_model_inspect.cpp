@@ -1,5 +1,6 @@
-// inspect_shape_model: what a model made from an image with the given
-// NumLevels and Contrast would hold. For each level it gives the pyramid
+// What a model made from an image would hold. determine_shape_model_params
+// gives the values "auto" resolves to; inspect_shape_model, for the given
+// NumLevels and Contrast, For each level it gives the pyramid
 // image (pixel type real, 2x2 means of the level below) whose domain is
 // the model region on that level (pixels at least half covered), and the
 // region of the pixels the level's model points lie on.
@@ -44,6 +45,56 @@ Vresult NewFloatImage(const cv::Mat& plane, RegionPtr domain, Vkey* key) {
 }
 
 }  // namespace
+
+// Parameters: "num_levels", "angle_step", "scale_step", "optimization",
+// "contrast_low", "contrast_high", "min_size", "min_contrast", or "all".
+VEXA_OPERATOR(determine_shape_model_params) {
+  static const char* const kNames[] = {"num_levels", "angle_step", "scale_step", "optimization",
+                                       "contrast_low", "contrast_high", "min_size", "min_contrast"};
+  BuildRequest request;
+  ShapeModel model;
+  std::vector<const char*> asked;
+  Vresult rc = InpDetermineParams(ctx, &request, &model.params);
+  if (rc == VRESULT_OK) rc = ctx.GetStrings(9, asked);
+  if (rc == VRESULT_OK && asked.empty()) rc = VERR_CTRL_NUM(9);
+  std::vector<int> which;
+  for (size_t i = 0; rc == VRESULT_OK && i < asked.size(); ++i) {
+    const bool all = std::strcmp(asked[i], "all") == 0;
+    bool known = all;
+    for (int k = 0; k < 8; ++k)
+      if (all || std::strcmp(asked[i], kNames[k]) == 0) {
+        which.push_back(k);
+        known = true;
+      }
+    if (!known) rc = VERR_CTRL_VALUE(9);
+  }
+  Vkey key = VKEY_UNDEF;
+  db::ImageData image;
+  cv::Mat plane;
+  if (rc == VRESULT_OK) rc = ctx.InpObjSingle(1, &key);
+  if (rc == VRESULT_OK) rc = InpImage(1, key, &image);
+  if (rc == VRESULT_OK) rc = FloatPlane(*image.channels[0], &plane);
+  if (rc == VRESULT_OK) rc = BuildShapeModel(plane, *image.domain, request, &model);
+  if (rc != VRESULT_OK) return rc;
+  const ShapeModelParams& p = model.params;
+  const std::vector<double>& c = p.contrast;
+  CtrlValues names, values;
+  for (int k : which) {
+    names.Add(kNames[k]);
+    switch (k) {
+      case 0: values.Add(static_cast<Vlong>(p.num_levels)); break;
+      case 1: values.Add(p.angle_step); break;
+      case 2: values.Add(p.scale_step[0]); break;
+      case 3: values.Add(p.optimization.c_str()); break;
+      case 4: values.Add(c[0]); break;
+      case 5: values.Add(c.size() > 1 ? c[1] : c[0]); break;
+      case 6: values.Add(c.size() > 2 ? c[2] : 0.0); break;
+      default: values.Add(p.min_contrast); break;
+    }
+  }
+  rc = ctx.SetOutpValues(0, names);
+  return rc == VRESULT_OK ? ctx.SetOutpValues(1, values) : rc;
+}
 
 VEXA_OPERATOR(inspect_shape_model) {
   Vkey key = VKEY_UNDEF;

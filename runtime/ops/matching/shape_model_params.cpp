@@ -145,6 +145,28 @@ Vresult InpCreateParams(const OpContext& ctx, Scaling scaling, bool with_contras
   return rc;
 }
 
+Vresult InpDetermineParams(const OpContext& ctx, BuildRequest* build, ShapeModelParams* params) {
+  Vlong levels = 0;
+  Vresult rc = InpAutoLong(ctx, 0, 1, kMaxModelLevels, &levels);
+  build->num_levels = static_cast<int>(levels);
+  if (rc == VRESULT_OK) rc = InpAngles(ctx, 1, &params->angle_start, &params->angle_extent);
+  if (rc == VRESULT_OK) rc = InpScaleRange(ctx, 3, &params->scale_min[0], &params->scale_max[0]);
+  params->scale_min[1] = params->scale_min[0];
+  params->scale_max[1] = params->scale_max[0];
+  params->scaling = params->scale_min[0] == params->scale_max[0] ? Scaling::kNone : Scaling::kIsotropic;
+  if (rc == VRESULT_OK) rc = InpOptimization(ctx, 5, &params->optimization, &build->point_reduction);
+  int metric = 0;
+  if (rc == VRESULT_OK) rc = InpChoice(ctx, 6, kMetricNames, 3, &metric);
+  params->metric = static_cast<Metric>(metric);
+  if (rc == VRESULT_OK) rc = InpContrast(ctx, 7, &build->contrast);
+  if (rc == VRESULT_OK && !IsAuto(ctx, 8)) {
+    Vlong min_contrast = 0;
+    rc = InpAutoLong(ctx, 8, 0, 1000000, &min_contrast);
+    build->min_contrast = static_cast<double>(min_contrast);
+  }
+  return rc;
+}
+
 Vresult InpSearchParams(const OpContext& ctx, Scaling scaling, const ShapeModelParams& model,
                         SearchRequest* q) {
   Vresult rc = InpAngles(ctx, 1, &q->angle_start, &q->angle_extent);

@@ -27,6 +27,12 @@ bool IsAuto(const OpContext& ctx, int par);
 Vresult InpCreateParams(const OpContext& ctx, Scaling scaling, bool with_contrast,
                         BuildRequest* build, ShapeModelParams* params);
 
+// The parameters of determine_shape_model_params, from control 0:
+// NumLevels, AngleStart, AngleExtent, ScaleMin, ScaleMax (a model with a
+// range other than 1..1 is isotropically scaled), Optimization, Metric,
+// Contrast, MinContrast.
+Vresult InpDetermineParams(const OpContext& ctx, BuildRequest* build, ShapeModelParams* params);
+
 // The search parameters after the model handle(s) at control 0:
 // AngleStart, AngleExtent, per scale axis of `scaling` ScaleMin and
 // ScaleMax (inside the model's range, `model`), then MinScore,
