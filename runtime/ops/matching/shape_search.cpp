@@ -1,8 +1,11 @@
 #include "shape_search.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdlib>
+#include <new>
+#include <system_error>
 #include <thread>
 
 #include "gradient_pyramid.h"
@@ -124,10 +127,13 @@ std::vector<Candidate> SearchTopLevel(const ModelLevel& level, const LevelData& 
   const size_t jobs = angles.size() * scales.size();
   const int threads = ThreadCount(jobs);
   std::vector<std::vector<Candidate>> found(static_cast<size_t>(threads));
-  auto work = [&](int t) {
+  // Jobs are handed out one by one, so any number of threads covers all.
+  std::atomic<size_t> next_job{0};
+  std::atomic<bool> out_of_memory{false};
+  auto search = [&](int t) {
     std::vector<RotatedPoint> pts;
     std::vector<float> map(static_cast<size_t>(d.width) * d.height);
-    for (size_t job = static_cast<size_t>(t); job < jobs; job += static_cast<size_t>(threads)) {
+    for (size_t job; (job = next_job++) < jobs;) {
       const double angle = angles[job / scales.size()];
       const std::pair<double, double> scale = scales[job % scales.size()];
       PlacePoints(level.points, angle, scale.first, scale.second, d.stride, &pts);
@@ -154,10 +160,24 @@ std::vector<Candidate> SearchTopLevel(const ModelLevel& level, const LevelData& 
         }
     }
   };
+  // An exception must not leave a thread: it is reported after the join.
+  auto work = [&](int t) {
+    try {
+      search(t);
+    } catch (const std::bad_alloc&) {
+      out_of_memory = true;
+      next_job = jobs;
+    }
+  };
   std::vector<std::thread> pool;
-  for (int t = 1; t < threads; ++t) pool.emplace_back(work, t);
+  try {
+    for (int t = 1; t < threads; ++t) pool.emplace_back(work, t);
+  } catch (const std::system_error&) {
+    // No more threads to be had: those that started and this one do all.
+  }
   work(0);
   for (std::thread& th : pool) th.join();
+  if (out_of_memory) throw std::bad_alloc();
   std::vector<Candidate> all;
   for (auto& f : found) all.insert(all.end(), f.begin(), f.end());
   return all;
