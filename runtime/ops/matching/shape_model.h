@@ -5,7 +5,8 @@
 // magnitude at least the model contrast, a local maximum across the edge),
 // moved to its sub-pixel position along the gradient. It holds that
 // position relative to the model's reference point, the centre of gravity
-// of the model region (in the coordinates of its level), and the unit
+// of the model region (the mean of the points for models made from
+// contours), in the coordinates of its level, and the unit
 // gradient direction (row and column components). Points are stored in a
 // fixed pseudo-random order, so that a partial sum over the first points
 // of the list is not biased towards one part of the object: the early
@@ -17,8 +18,9 @@
 //
 // Angles. A match is a rotation of the model by an angle counter-clockwise
 // in the displayed image (rows grow downwards) about the reference point:
-// a model point at (r, c) goes to (cos a r - sin a c, sin a r + cos a c)
-// with rows and columns swapped for the display sense, see RotatePoint.
+// a model point at (r, c) from it goes to (cos a r - sin a c,
+// sin a r + cos a c), so the point (0, 1) to its right turned by 90
+// degrees lies above it at (-1, 0). See RotatePoint.
 #pragma once
 
 #include <cmath>
