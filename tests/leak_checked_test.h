@@ -1,6 +1,6 @@
 // A fixture that checks, when a test ends, that traced memory and the
-// object database (regions, images, key tuples, pixel channels) are back
-// where they were when it began.
+// object database (regions, images, sub-pixel objects, key tuples, pixel
+// channels) are back where they were when it began.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -23,6 +23,7 @@ class LeakCheckedTest : public ::testing::Test {
     EXPECT_EQ(now.images, stats_.images);
     EXPECT_EQ(now.tuples, stats_.tuples);
     EXPECT_EQ(now.channels, stats_.channels);
+    EXPECT_EQ(now.xlds, stats_.xlds);
   }
 
  private:
