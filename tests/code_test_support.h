@@ -101,15 +101,13 @@ inline int ImageSide(const Vobject& image) {
 // Difference of two angles in degrees, in [0, 180].
 inline double AngleGap(double a, double b) { return std::fabs(std::remainder(a - b, 360.0)); }
 
-// Smallest module the scenes use: at 2 pixels per module, turned and
-// blurred with sigma 1, the engine misses most symbols (see the report in
-// BENCHMARKS.md); from 2.5 pixels on it must read them all.
-constexpr double kMinModule = 2.5, kMaxModule = 6;
+constexpr double kMaxModule = 6;
 
 // Ten turns (fixed seed) paired with module sizes spread over
-// min_module..kMaxModule pixels.
-inline std::vector<std::pair<double, double>> TurnsAndModules(unsigned seed,
-                                                              double min_module = kMinModule) {
+// min_module..kMaxModule pixels. Each code type has its own smallest
+// module: the one from which the engine read 30 of 30 symbols at random
+// angles under this blur and noise (docs/operators/codes.md).
+inline std::vector<std::pair<double, double>> TurnsAndModules(unsigned seed, double min_module) {
   std::mt19937 rng(seed);
   std::uniform_real_distribution<double> turn(-180, 180);
   std::vector<std::pair<double, double>> out;

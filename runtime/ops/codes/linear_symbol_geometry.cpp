@@ -74,17 +74,28 @@ double Correlation(const std::vector<double>& a, const std::vector<double>& b) {
   return saa > 0 && sbb > 0 ? sab / std::sqrt(saa * sbb) : 0;
 }
 
-// How far the bars reach from c in direction v (steps of one pixel, at
-// most `limit`).
+// How far the bars reach from c in direction v (to a pixel, at most
+// `limit`), in about 2 log2(reach) profiles.
 double BarReach(const CodeImage& image, Vec c, Vec u, Vec v, double half,
                 const std::vector<double>& centre, double limit) {
   std::vector<double> p;
-  double reach = 0;
-  for (double d = 1; d <= limit; d += 1) {
-    if (!Profile(image, c + d * v, u, half, &p) || Correlation(centre, p) < kMinCorrelation) break;
-    reach = d;
+  auto matches = [&](double d) {
+    return Profile(image, c + d * v, u, half, &p) && Correlation(centre, p) >= kMinCorrelation;
+  };
+  double good = 0, bad = limit + 1;
+  for (double d = 1; d <= limit; d *= 2) {
+    if (!matches(d)) {
+      bad = d;
+      break;
+    }
+    good = d;
   }
-  return reach;
+  if (bad > limit) return matches(limit) ? limit : good;
+  while (bad - good > 1) {
+    const double mid = std::floor((good + bad) / 2);
+    (matches(mid) ? good : bad) = mid;
+  }
+  return good;
 }
 
 }  // namespace

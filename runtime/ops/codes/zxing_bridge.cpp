@@ -165,11 +165,13 @@ std::vector<bool> InversionsOf(CodePolarity p) {
 }
 
 // The decoded symbols of the first view (in the given order) that has
-// some; when none has, every symbol seen that could not be decoded.
-// When no view decodes a symbol, all are tried once more in the enhanced
-// pass (small modules under blur).
-template <class MakeView>
-std::vector<CodeHit> ReadViews(const CodeReadOptions& options, int num_views, MakeView make) {
+// some after `finish` (which checks and completes the hits of one view);
+// when none has, every symbol seen that could not be decoded. When no view
+// decodes a symbol, all are tried once more in the enhanced pass (small
+// modules under blur).
+template <class MakeView, class Finish>
+std::vector<CodeHit> ReadViews(const CodeReadOptions& options, int num_views, MakeView make,
+                               Finish finish) {
   const ZXing::DecodeHints hints = HintsOf(options);
   std::vector<CodeHit> undecoded;
   for (int pass = 0; pass < 2; ++pass)
@@ -177,7 +179,11 @@ std::vector<CodeHit> ReadViews(const CodeReadOptions& options, int num_views, Ma
       const View view = make(i);
       for (bool inverted : InversionsOf(options.polarity)) {
         std::vector<CodeHit> hits;
-        if (ReadView(view, hints, inverted, pass == 1, &hits)) return hits;
+        if (ReadView(view, hints, inverted, pass == 1, &hits)) {
+          finish(&hits);
+          if (std::any_of(hits.begin(), hits.end(), [](const CodeHit& h) { return h.valid; }))
+            return hits;
+        }
         undecoded.insert(undecoded.end(), hits.begin(), hits.end());
       }
     }
@@ -202,11 +208,13 @@ View RectangleView(const CodeImage& image, double row, double col, double phi, d
 double Gap(double a, double b) { return std::fabs(std::remainder(a - b, 2 * M_PI)); }
 
 // Outlines the linear codes among `hits`. A code that was read along a
-// scan line more than 2 degrees off its measured axis may have been read
-// in part (a scan line that leaves the bars early can still make a valid
-// code of some types, e.g. 2/5 Interleaved); it is read again in a view
-// along that axis, three times as long as what was read plus a margin, and the
-// new reading replaces the first when it decodes the same type.
+// scan line more than 2 degrees off its measured axis may be misread: a
+// scan line that leaves the bars early can still make a valid code of some
+// types (part of a 2/5 Interleaved code), and one that crosses the bars
+// obliquely can make a valid code of another type (a UPC-A in a Code 39).
+// Such a code is read again in a view along that axis, three times as
+// long as what was read plus a margin; that reading replaces the first,
+// and when it decodes nothing the code stays a candidate only.
 void FinishLinear(const CodeImage& image, const CodeReadOptions& options,
                   std::vector<CodeHit>* hits) {
   constexpr double kMaxSkew = 2 * M_PI / 180;
@@ -220,11 +228,13 @@ void FinishLinear(const CodeImage& image, const CodeReadOptions& options,
     const double high = std::hypot(hit.rows[3] - hit.rows[0], hit.cols[3] - hit.cols[0]);
     const View view = RectangleView(image, row, col, hit.Orientation(), 3 * half + 20,
                                     std::max(high / 2, 8.0));
-    std::vector<CodeHit> again;
-    ReadViews(options, 1, [&](int) { return view; }).swap(again);
-    if (!again.empty() && again.front().valid && again.front().format == hit.format) {
+    const std::vector<CodeHit> again =
+        ReadViews(options, 1, [&](int) { return view; }, [](std::vector<CodeHit>*) {});
+    if (!again.empty() && again.front().valid) {
       hit = again.front();
       MeasureLinearSymbol(image, &hit);
+    } else {
+      hit.valid = false;
     }
   }
 }
@@ -262,14 +272,15 @@ std::vector<CodeHit> ReadCodes(const CodeImage& image, const CodeReadOptions& op
   // quarter turn.
   const double step = TurnStep(options.formats);
   const int views = step >= 90 ? 1 : 2 * static_cast<int>(std::lround(90 / step));
-  std::vector<CodeHit> hits = ReadViews(options, views, [&](int i) {
-    const double turn = (i / 2) * step;
-    View v = turn == 0 ? UprightView(image) : TurnedView(image, turn);
-    v.quarter = i % 2 == 1;
-    return v;
-  });
-  FinishLinear(image, options, &hits);
-  return hits;
+  return ReadViews(
+      options, views,
+      [&](int i) {
+        const double turn = (i / 2) * step;
+        View v = turn == 0 ? UprightView(image) : TurnedView(image, turn);
+        v.quarter = i % 2 == 1;
+        return v;
+      },
+      [&](std::vector<CodeHit>* hits) { FinishLinear(image, options, hits); });
 }
 
 std::vector<CodeHit> ReadCodesInRectangle(const CodeImage& image, const CodeReadOptions& options,
@@ -277,9 +288,9 @@ std::vector<CodeHit> ReadCodesInRectangle(const CodeImage& image, const CodeRead
                                           double len2) {
   if (image.width == 0) return {};
   const View view = RectangleView(image, row, col, phi, len1, len2);
-  std::vector<CodeHit> hits = ReadViews(options, 1, [&](int) { return view; });
-  FinishLinear(image, options, &hits);
-  return hits;
+  return ReadViews(
+      options, 1, [&](int) { return view; },
+      [&](std::vector<CodeHit>* hits) { FinishLinear(image, options, hits); });
 }
 
 }  // namespace vexa

@@ -26,9 +26,9 @@
 //
 // Small modules. When no view yields a decoded code, the views are read
 // once more enlarged twice and sharpened (views of up to 4 million pixels;
-// larger ones sharpened only), which recovers modules of 2.5 pixels under
-// a blur of sigma 1. A search that finds nothing thus costs about three
-// times one that finds its code in the upright view.
+// larger ones sharpened only), which recovers modules of 2 to 3 pixels under
+// a blur of sigma 1. A search that finds nothing thus reads every view
+// twice, the second time at four times the pixels.
 #pragma once
 
 #define ZX_USE_UTF8 1
