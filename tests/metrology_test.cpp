@@ -373,4 +373,193 @@ TEST_F(MetrologyTest, BadInputIsRefusedWithItsCode) {
   EXPECT_EQ(get_metrology_object_indices(model, &v), VERR_HANDLE_CLOSED);
 }
 
+// A bright ring between radii 45.2 and 53.7: its inner edge rises
+// outwards, its outer one falls. Two instances come out, one per edge,
+// each of one polarity with "uniform"; "positive" sees the inner one only.
+TEST_F(MetrologyTest, TwoInstancesOfOnePolarityEach) {
+  const Circle inner{99.6, 121.1, 45.2}, outer{99.6, 121.1, 53.7};
+  Image img([&](double r, double c) {
+    return kDark + (kBright - kDark) * (Phi(-InCircle(inner, r, c)) - Phi(-InCircle(outer, r, c)));
+  });
+  const Vlong model = Model();
+  const Vlong index = AddCircle(model, {100.5, 120.4, 49.5});
+  ASSERT_EQ(set_metrology_object_param(VTuple(model), VTuple(index),
+                                       Tuple({"num_instances", "measure_transition", "distance_threshold"}),
+                                       Tuple({2, "uniform", 2.0})),
+            VRESULT_OK);
+  ASSERT_EQ(apply_metrology_model(img.obj, model), VRESULT_OK);
+  ASSERT_EQ(NumInstances(model, index), 2);
+  VTuple radii;
+  ASSERT_EQ(get_metrology_object_result(model, index, "all", "result_type", "radius", &radii), VRESULT_OK);
+  ASSERT_EQ(radii.Num(), 2);
+  const double small = std::min(radii[0].D(), radii[1].D()), big = std::max(radii[0].D(), radii[1].D());
+  EXPECT_NEAR(small, inner.radius, 0.05);
+  EXPECT_NEAR(big, outer.radius, 0.05);
+  for (Vlong instance : {0, 1}) {
+    VTuple amp, radius;
+    ASSERT_EQ(get_metrology_object_result(model, index, instance, "used_edges", "amplitude", &amp), VRESULT_OK);
+    ASSERT_EQ(get_metrology_object_result(model, index, instance, "result_type", "radius", &radius), VRESULT_OK);
+    ASSERT_GT(amp.Num(), 20);
+    const double sign = radius[0].D() < 49.5 ? 1 : -1;
+    for (Vlong i = 0; i < amp.Num(); ++i) EXPECT_GT(sign * amp[i].D(), 0);
+  }
+  ASSERT_EQ(set_metrology_object_param(VTuple(model), VTuple(index), "measure_transition", "positive"),
+            VRESULT_OK);
+  ASSERT_EQ(apply_metrology_model(img.obj, model), VRESULT_OK);
+  ASSERT_EQ(NumInstances(model, index), 1);
+  EXPECT_NEAR(Result(model, index, "radius")[0].D(), inner.radius, 0.05);
+  // The measures' edges by polarity: one rising and one falling per measure.
+  Vobject measures;
+  VTuple rows, cols;
+  Vlong n = 0;
+  ASSERT_EQ(get_metrology_object_measures(&measures, model, index, "negative", &rows, &cols), VRESULT_OK);
+  ASSERT_EQ(count_obj(measures, &n), VRESULT_OK);
+  EXPECT_EQ(rows.Num(), 0);  // "positive" found no falling edge
+  ASSERT_EQ(set_metrology_object_param(VTuple(model), VTuple(index), "measure_transition", "all"), VRESULT_OK);
+  ASSERT_EQ(apply_metrology_model(img.obj, model), VRESULT_OK);
+  ASSERT_EQ(get_metrology_object_measures(&measures, model, index, "negative", &rows, &cols), VRESULT_OK);
+  EXPECT_EQ(rows.Num(), n);
+  for (Vlong i = 0; i < rows.Num(); ++i)
+    EXPECT_NEAR(std::hypot(rows[i].D() - outer.row, cols[i].D() - outer.column), outer.radius, 0.1);
+}
+
+// A circle cut by the image's top border: the measures wholly outside are
+// left out, and the fit is as good as in the open.
+TEST_F(MetrologyTest, MeasuresOutsideTheImageAreLeftOut) {
+  const Circle truth{31.3, 119.8, 50.6};
+  Image img([&](double r, double c) { return Inside(InCircle(truth, r, c)); });
+  const Vlong model = Model();
+  const Vlong index = AddCircle(model, {truth.row + 1, truth.column + 1, truth.radius - 1});
+  ASSERT_EQ(apply_metrology_model(img.obj, model), VRESULT_OK);
+  ASSERT_EQ(NumInstances(model, index), 1);
+  const VTuple p = Result(model, index);
+  EXPECT_NEAR(p[0].D(), truth.row, 0.05);
+  EXPECT_NEAR(p[1].D(), truth.column, 0.05);
+  EXPECT_NEAR(p[2].D(), truth.radius, 0.05);
+  Vobject measures;
+  VTuple rows, cols;
+  Vlong n = 0;
+  ASSERT_EQ(get_metrology_object_measures(&measures, model, index, "all", &rows, &cols), VRESULT_OK);
+  ASSERT_EQ(count_obj(measures, &n), VRESULT_OK);
+  EXPECT_LT(n, 32);  // 2 pi 50.6 / 10, rounded, when all fit
+  EXPECT_GT(n, 20);
+  EXPECT_GT(Result(model, index, "score")[0].D(), 0.7);
+  VTuple size;
+  ASSERT_EQ(get_metrology_model_param(VTuple(model), "image_size", &size), VRESULT_OK);
+  ASSERT_EQ(size.Num(), 2);
+  EXPECT_EQ(size[0].L(), kW);
+  EXPECT_EQ(size[1].L(), kH);
+}
+
+// Turning a line about the origin and moving it: both ends follow.
+TEST_F(MetrologyTest, RelativeTransformTurnsAboutTheOriginThenMoves) {
+  const Vlong model = Model();
+  Vlong index = -1;
+  ASSERT_EQ(add_metrology_object_line_measure(VTuple(model), 10.0, 0.0, 10.0, 20.0, 5.0, 2.0, 1.0, 20.0,
+                                              VTuple(), VTuple(), &index),
+            VRESULT_OK);
+  ASSERT_EQ(transform_metrology_object(VTuple(model), VTuple(index), 3.0, 4.0, M_PI / 2, "relative"),
+            VRESULT_OK);
+  VTuple p;
+  ASSERT_EQ(get_metrology_object_param(VTuple(model), VTuple(index), "object_params", &p), VRESULT_OK);
+  ASSERT_EQ(p.Num(), 4);
+  // A quarter turn counter-clockwise on the screen takes (10, 0) to (0, 10)
+  // and (10, 20) to (-20, 10).
+  const double want[4] = {3, 14, -17, 14};
+  for (int k = 0; k < 4; ++k) EXPECT_NEAR(p[k].D(), want[k], 1e-9);
+  EXPECT_EQ(transform_metrology_object(VTuple(model), VTuple(index), Tuple({1.0, 2.0}), 0.0, 0.0, "relative"),
+            VERR_CTRL_NUM(2));
+  EXPECT_EQ(transform_metrology_object(VTuple(model), VTuple(index), 1.0, 2.0, 0.0, "sideways"),
+            VERR_CTRL_VALUE(5));
+}
+
+TEST_F(MetrologyTest, ModelFilesRoundTripAndDamageIsDetected) {
+  const Vlong model = Model();
+  Vlong index = -1;
+  ASSERT_EQ(add_metrology_object_rectangle2_measure(VTuple(model), 90.0, 110.0, 0.3, 40.0, 20.0, 10.0, 2.0,
+                                                    1.5, 25.0, Tuple({"measure_select", "rand_seed"}),
+                                                    Tuple({"last", 7}), &index),
+            VRESULT_OK);
+  ASSERT_EQ(set_metrology_model_image_size(model, kW, kH), VRESULT_OK);
+  const std::string path = testing::TempDir() + "metrology_model_test.vxm";
+  ASSERT_EQ(write_metrology_model(model, path.c_str()), VRESULT_OK);
+  Vlong read = -1;
+  ASSERT_EQ(read_metrology_model(path.c_str(), &read), VRESULT_OK);
+  VTuple v;
+  ASSERT_EQ(get_metrology_object_param(VTuple(read), VTuple(index),
+                                       Tuple({"object_params", "measure_sigma", "measure_select", "rand_seed"}), &v),
+            VRESULT_OK);
+  ASSERT_EQ(v.Num(), 8);
+  EXPECT_DOUBLE_EQ(v[2].D(), 0.3);
+  EXPECT_DOUBLE_EQ(v[5].D(), 1.5);
+  EXPECT_STREQ(v[6].S(), "last");
+  EXPECT_EQ(v[7].L(), 7);
+  ASSERT_EQ(get_metrology_model_param(VTuple(read), "image_size", &v), VRESULT_OK);
+  EXPECT_EQ(v[0].L(), kW);
+  // One byte changed in the payload fails the checksum.
+  std::FILE* f = std::fopen(path.c_str(), "r+b");
+  ASSERT_NE(f, nullptr);
+  std::fseek(f, 30, SEEK_SET);
+  const int byte = std::fgetc(f);
+  std::fseek(f, 30, SEEK_SET);
+  std::fputc(byte ^ 0x40, f);
+  std::fclose(f);
+  EXPECT_EQ(read_metrology_model(path.c_str(), &read), VERR_FILE_CORRUPT);
+  std::remove(path.c_str());
+  // A measure's item is not a model.
+  Vlong measure = -1, item = -1;
+  ASSERT_EQ(gen_measure_rectangle2(50, 50, 0, 10, 3, kW, kH, "bilinear", &measure), VRESULT_OK);
+  ASSERT_EQ(serialize_measure(measure, &item), VRESULT_OK);
+  EXPECT_EQ(deserialize_metrology_model(item, &read), VERR_DATA_KIND);
+  EXPECT_EQ(clear_serialized_item(item), VRESULT_OK);
+  EXPECT_EQ(close_measure(measure), VRESULT_OK);
+}
+
+// A faint step (12 gray levels) 7 pixels inside a circle's edge: the
+// first edge of each measure is the faint one, until a contrast set
+// drops it.
+TEST_F(MetrologyTest, FuzzyContrastSetDropsAFaintInnerEdge) {
+  const Circle truth{100.2, 119.7, 50.3}, faint{100.2, 119.7, 43.1};
+  Image img([&](double r, double c) { return Inside(InCircle(truth, r, c)) + 12 * Phi(InCircle(faint, r, c)); });
+  const Vlong model = Model();
+  Vlong index = -1;
+  ASSERT_EQ(add_metrology_object_circle_measure(VTuple(model), 100.0, 120.0, 47.0, 12.0, 2.0, 1.0, 2.0,
+                                                "measure_select", "first", &index),
+            VRESULT_OK);
+  ASSERT_EQ(apply_metrology_model(img.obj, model), VRESULT_OK);
+  // The tail of the strong edge's response pulls the faint one outwards.
+  EXPECT_NEAR(Result(model, index, "radius")[0].D(), faint.radius, 0.25);
+  const VTuple contrast = Tuple({3, 0.0, 10.0, 20.0, 0.0, 0.0, 1.0});
+  ASSERT_EQ(set_metrology_object_fuzzy_param(VTuple(model), VTuple(index), "contrast", contrast), VRESULT_OK);
+  ASSERT_EQ(apply_metrology_model(img.obj, model), VRESULT_OK);
+  EXPECT_NEAR(Result(model, index, "radius")[0].D(), truth.radius, 0.05);
+  VTuple v;
+  ASSERT_EQ(get_metrology_object_fuzzy_param(VTuple(model), VTuple(index), "contrast", &v), VRESULT_OK);
+  ASSERT_EQ(v.Num(), 7);
+  EXPECT_EQ(v[6].D(), 1.0);
+  // The set survives serialisation; a threshold above every score keeps
+  // no edge at all.
+  Vlong item = -1, restored = -1;
+  ASSERT_EQ(serialize_metrology_model(model, &item), VRESULT_OK);
+  ASSERT_EQ(deserialize_metrology_model(item, &restored), VRESULT_OK);
+  ASSERT_EQ(clear_serialized_item(item), VRESULT_OK);
+  ASSERT_EQ(apply_metrology_model(img.obj, restored), VRESULT_OK);
+  EXPECT_NEAR(Result(restored, index, "radius")[0].D(), truth.radius, 0.05);
+  ASSERT_EQ(set_metrology_object_fuzzy_param(VTuple(restored), "all", "fuzzy_thresh", 1.0), VRESULT_OK);
+  ASSERT_EQ(set_metrology_object_fuzzy_param(VTuple(restored), "all", "contrast",
+                                             Tuple({2, 0.0, 1000.0, 0.0, 0.9})),
+            VRESULT_OK);
+  ASSERT_EQ(apply_metrology_model(img.obj, restored), VRESULT_OK);
+  EXPECT_EQ(NumInstances(restored, index), 0);
+  ASSERT_EQ(reset_metrology_object_fuzzy_param(VTuple(model), VTuple(index)), VRESULT_OK);
+  ASSERT_EQ(apply_metrology_model(img.obj, model), VRESULT_OK);
+  EXPECT_NEAR(Result(model, index, "radius")[0].D(), faint.radius, 0.25);
+  EXPECT_EQ(set_metrology_object_fuzzy_param(VTuple(model), VTuple(index), "size", contrast), VERR_CTRL_VALUE(2));
+  EXPECT_EQ(set_metrology_object_fuzzy_param(VTuple(model), VTuple(index), "contrast",
+                                             Tuple({2, 0.0, 1.0, 0.0, 2.0})),
+            VERR_CTRL_VALUE(3));
+  EXPECT_EQ(set_metrology_object_fuzzy_param(VTuple(model), VTuple(index), "fuzzy_thresh", 1.5),
+            VERR_CTRL_VALUE(3));
+}
+
 }  // namespace

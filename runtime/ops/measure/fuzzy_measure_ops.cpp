@@ -29,15 +29,6 @@ Vresult InpFeature(const OpContext& ctx, int par, FuzzyFeature* f) {
   return FuzzyFeatureFromName(name, f) ? VRESULT_OK : VERR_CTRL_VALUE(par);
 }
 
-// A membership function: 1D function tuple with values in [0, 1].
-Vresult InpMembership(const OpContext& ctx, int par, Funct1D* f) {
-  const Vresult rc = GetFunct1D(ctx, par, f);
-  if (rc != VRESULT_OK) return rc;
-  for (double y : f->y)
-    if (!(y >= 0 && y <= 1)) return VERR_CTRL_VALUE(par);
-  return VRESULT_OK;
-}
-
 // Sets the set of the feature at `feature_par` from the function at
 // `feature_par + 1` on the measure at input 0.
 Vresult SetFuzzy(const OpContext& ctx, int feature_par, bool normalized, double pair_size) {

@@ -85,6 +85,21 @@ bool NeedsPairSize(FuzzyFeature f) {
   return f == FuzzyFeature::kSizeDiff || f == FuzzyFeature::kSizeAbsDiff;
 }
 
+bool ValidMembership(const Funct1D& f) {
+  if (f.x.empty() || f.x.size() != f.y.size()) return false;
+  for (size_t i = 0; i < f.x.size(); ++i) {
+    if (!std::isfinite(f.x[i]) || !(f.y[i] >= 0 && f.y[i] <= 1)) return false;
+    if (i > 0 && !(f.x[i] > f.x[i - 1])) return false;
+  }
+  return true;
+}
+
+Vresult InpMembership(const OpContext& ctx, int par, Funct1D* f) {
+  const Vresult rc = GetFunct1D(ctx, par, f);
+  if (rc != VRESULT_OK) return rc;
+  return ValidMembership(*f) ? VRESULT_OK : VERR_CTRL_VALUE(par);
+}
+
 double EdgeScore(const FuzzySets& sets, const FuzzyProfile& p, const ProfileEdge& e) {
   Score s(sets);
   s.Add(FuzzyFeature::kContrast, std::fabs(e.amplitude));

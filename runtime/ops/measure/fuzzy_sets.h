@@ -68,6 +68,12 @@ struct FuzzyProfile {
   std::vector<ProfileEdge> edges;  // all edges found, in order
 };
 
+// A membership function: x strictly increasing, finite, every y in [0, 1].
+bool ValidMembership(const Funct1D& f);
+// A membership function from input `par` (VERR_CTRL_VALUE(par) when not
+// valid).
+Vresult InpMembership(const OpContext& ctx, int par, Funct1D* f);
+
 double EdgeScore(const FuzzySets& sets, const FuzzyProfile& p, const ProfileEdge& e);
 double PairScore(const FuzzySets& sets, const FuzzyProfile& p, const EdgePair& pair);
 

@@ -35,10 +35,12 @@ Vresult MeasureObject(const PixelBuffer& channel, const MetrologyModel& m, Metro
     std::vector<double> profile;
     rc = ProfileOf(channel, g, &s, &profile);
     if (rc != VRESULT_OK) return rc;
-    const std::vector<ProfileEdge> found = SelectItems(
-        FindEdges(SmoothedDerivative(profile, p.measure_sigma), p.measure_threshold,
-                  MeasureTransition(p.transition), p.measure_sigma),
-        p.select);
+    FuzzyProfile fp{&profile, FindEdges(SmoothedDerivative(profile, p.measure_sigma), p.measure_threshold,
+                                         MeasureTransition(p.transition), p.measure_sigma)};
+    std::vector<ProfileEdge> kept;
+    for (const ProfileEdge& e : fp.edges)
+      if (o->fuzzy.sets.empty() || EdgeScore(o->fuzzy, fp, e) >= o->fuzzy_thresh) kept.push_back(e);
+    const std::vector<ProfileEdge> found = SelectItems(kept, p.select);
     for (const ProfileEdge& e : found) {
       MetrologyEdge edge{0, 0, e.amplitude, static_cast<int>(i), o->measures[i].side};
       s.PointAt(e.pos, g, &edge.row, &edge.column);

@@ -1,8 +1,9 @@
 // Metrology models as serialised items, in memory and in files. The
 // payload holds the image size, the reference and aligned poses, the next
-// index, then per object its index, shape, shape parameters and its
+// index, then per object its index, shape, shape parameters, its
 // parameters by name (number or string), so that readers check every
-// value with the same rules as set_metrology_object_param. Results of
+// value with the same rules as set_metrology_object_param, and its fuzzy
+// edge sets (feature, points, x and y values) and threshold. Results of
 // apply_metrology_model are not kept.
 #include <cmath>
 #include <cstring>
@@ -18,7 +19,7 @@ namespace {
 
 // Fewest bytes an object takes: a count the payload cannot hold is refused
 // before anything is read.
-constexpr uint64_t kMinObjectBytes = 8 + 1 + 8;
+constexpr uint64_t kMinObjectBytes = 8 + 1 + 8 + 8 + 8;
 
 void WritePose(ByteWriter& w, const MetrologyPose& p) {
   w.F64(p.row);
@@ -54,6 +55,14 @@ ItemBytes ModelItem(const MetrologyModel& m) {
       else if (p.second.type == VPAR_LONG) w.I64(p.second.par.l);
       else w.F64(p.second.par.d);
     }
+    w.U64(o.fuzzy.sets.size());
+    for (const auto& set : o.fuzzy.sets) {
+      w.U8(static_cast<uint8_t>(set.first));
+      w.U64(set.second.membership.size());
+      for (double x : set.second.membership.x) w.F64(x);
+      for (double y : set.second.membership.y) w.F64(y);
+    }
+    w.F64(o.fuzzy_thresh);
   }
   return WrapItem(ItemKind::kMetrologyModel, w.bytes());
 }
@@ -76,6 +85,26 @@ bool ReadParam(ByteReader& r, MetrologyParams* params) {
   return ok && SetMetrologyParam(params, name.c_str(), v, 0, 0) == VRESULT_OK;
 }
 
+// An edge set as ModelItem wrote it, checked as when it is set.
+bool ReadFuzzySet(ByteReader& r, FuzzySets* sets) {
+  uint8_t feature = 0;
+  uint64_t n = 0;
+  FuzzyFeature f{};
+  if (!r.U8(&feature) || !r.Count(16, &n)) return false;
+  f = static_cast<FuzzyFeature>(feature);
+  if (feature > static_cast<uint8_t>(FuzzyFeature::kGray) || PairOnly(f)) return false;
+  Funct1D m;
+  m.x.resize(n);
+  m.y.resize(n);
+  for (double& x : m.x)
+    if (!r.F64(&x)) return false;
+  for (double& y : m.y)
+    if (!r.F64(&y)) return false;
+  if (!ValidMembership(m)) return false;
+  sets->sets[f] = FuzzySet{m, false};
+  return true;
+}
+
 bool ReadObject(ByteReader& r, MetrologyModel* m) {
   int64_t index = 0;
   uint8_t shape = 0;
@@ -91,6 +120,10 @@ bool ReadObject(ByteReader& r, MetrologyModel* m) {
   if (!ValidShape(o.shape, o.shape_params) || !r.Count(2, &count)) return false;
   for (uint64_t i = 0; i < count; ++i)
     if (!ReadParam(r, &o.params)) return false;
+  if (!r.Count(9, &count)) return false;
+  for (uint64_t i = 0; i < count; ++i)
+    if (!ReadFuzzySet(r, &o.fuzzy)) return false;
+  if (!r.F64(&o.fuzzy_thresh) || !(o.fuzzy_thresh >= 0 && o.fuzzy_thresh <= 1)) return false;
   m->objects[index] = std::move(o);
   return true;
 }

@@ -20,6 +20,8 @@ using Edges = std::vector<const MetrologyEdge*>;
 // Draws of a sample before giving up on finding distinct measures.
 constexpr int kDrawAttempts = 100;
 constexpr int kRefineRounds = 5;
+// Edge tests one RANSAC search may make (rounds x edges).
+constexpr double kRansacEdgeTests = 5e7;
 // Tukey's biweight at its usual 4.685 robust sigmas: edges of clutter that
 // happen to lie within distance_threshold lose their weight.
 constexpr double kTukeyFactor = 4.685;
@@ -45,9 +47,10 @@ class ShapeFit {
       sample->clear();
       for (size_t i = 0; i < SampleSize(); ++i) {
         const MetrologyEdge* e = pts[Random(rng, pts.size())];
-        for (const MetrologyEdge* s : *sample)
-          if (s->measure == e->measure) e = nullptr;
-        if (e == nullptr) break;
+        const bool repeated = std::any_of(sample->begin(), sample->end(), [e](const MetrologyEdge* s) {
+          return s->measure == e->measure;
+        });
+        if (repeated) break;
         sample->push_back(e);
       }
       if (sample->size() == SampleSize()) return true;
@@ -365,6 +368,8 @@ class Ransac {
     const size_t m = fit_.SampleSize();
     const bool fixed = params_.max_num_iterations > 0;
     double limit = static_cast<double>(fixed ? params_.max_num_iterations : kMaxRansacRounds);
+    // Every round tests every edge: bound the work on huge edge sets.
+    limit = std::min(limit, std::max(100.0, kRansacEdgeTests / static_cast<double>(pts.size())));
     Support top;
     bool found = false;
     Edges sample;

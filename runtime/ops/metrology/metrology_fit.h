@@ -8,7 +8,8 @@
 // distances). Sampling uses a Mersenne twister seeded with rand_seed, so
 // results repeat exactly. Rounds: max_num_iterations when set, else until
 // a clean sample has been drawn with 99% confidence given the best
-// inlier ratio so far, at most kMaxRansacRounds.
+// inlier ratio so far, at most kMaxRansacRounds; in both cases no more
+// rounds than keep rounds x edges within 5e7 (at least 100).
 //
 // The winner is refitted by least squares to its inliers (one edge per
 // measure, the nearest), then the inliers are recomputed and reweighted

@@ -80,6 +80,10 @@ struct MetrologyObject {
   MetrologyShape shape = MetrologyShape::kLine;
   std::vector<double> shape_params;  // in the model's frame
   MetrologyParams params;
+  // Edge sets (set_metrology_object_fuzzy_param): when any is set, edges
+  // scoring below fuzzy_thresh are dropped before selection and fitting.
+  FuzzySets fuzzy;
+  double fuzzy_thresh = 0.5;
   // From the last apply_metrology_model.
   std::vector<MetrologyMeasure> measures;
   std::vector<MetrologyEdge> edges;
