@@ -196,6 +196,19 @@ TEST_F(ShapeModelTest, SeveralInstancesBestFirstAndCoarserSubPixelModes) {
     EXPECT_LT(std::hypot(r[i].D() - truth.row, c[i].D() - truth.col), 0.05);
   }
   EXPECT_NE(index[0].L(), index[1].L());
+  // Parameters per model: a minimum score no match reaches silences the
+  // second model only.
+  ASSERT_EQ(find_shape_models(mixed.Image(), models, VTuple(0.0), VTuple(kFullCircle), VTuple(0.7).Append(VTuple(1.0)),
+                              VTuple(0), VTuple(0.5), VTuple("least_squares"), VTuple(0), VTuple(0.8), &r, &c, &a, &sc,
+                              &index),
+            VRESULT_OK);
+  ASSERT_GE(r.Num(), 1);
+  for (Vlong i = 0; i < index.Num(); ++i) EXPECT_EQ(index[i].L(), 0);
+  EXPECT_LT(std::hypot(r[0].D() - poses[0].row, c[0].D() - poses[0].col), 0.05);
+  EXPECT_EQ(find_shape_models(mixed.Image(), models, VTuple(0.0), VTuple(kFullCircle), VTuple(0.7).Append(VTuple(0.7)).Append(VTuple(0.7)),
+                              VTuple(0), VTuple(0.5), VTuple("least_squares"), VTuple(0), VTuple(0.8), &r, &c, &a, &sc,
+                              &index),
+            VERR_CTRL_NUM(3));
   // Without least squares the pose is coarser but still close.
   const Found none = Find(img, model, 0.7, 0, "none");
   const Found interp = Find(img, model, 0.7, 0, "interpolation");

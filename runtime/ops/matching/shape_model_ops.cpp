@@ -44,9 +44,11 @@ struct ModelMatch {
 };
 
 // Matches of several models, best first, without those that overlap a
-// better match (of any of the models) by more than `max_overlap`.
+// better match (of any of the models) by more than their own model's
+// MaxOverlap.
 std::vector<ModelMatch> MergeModelMatches(std::vector<ModelMatch> all,
-                                          const std::vector<ShapeModel>& models, double max_overlap) {
+                                          const std::vector<ShapeModel>& models,
+                                          const std::vector<SearchRequest>& requests) {
   std::stable_sort(all.begin(), all.end(), [](const ModelMatch& a, const ModelMatch& b) {
     return a.match.score > b.match.score;
   });
@@ -54,6 +56,7 @@ std::vector<ModelMatch> MergeModelMatches(std::vector<ModelMatch> all,
   for (const ShapeModel& m : models) boxes.push_back(BoundingBox(m.levels->front().points));
   std::vector<ModelMatch> kept;
   for (const ModelMatch& m : all) {
+    const double max_overlap = requests[static_cast<size_t>(m.model_index)].max_overlap;
     bool covered = false;
     for (const ModelMatch& k : kept)
       covered = covered || PoseOverlap(boxes[static_cast<size_t>(k.model_index)], k.match.pose,
@@ -88,7 +91,7 @@ Vresult FindInImages(OpContext& ctx, Scaling scaling, bool several) {
   Vresult rc = InpModels(ctx, several, scaling, &models);
   std::vector<SearchRequest> requests(models.size());
   for (size_t i = 0; rc == VRESULT_OK && i < models.size(); ++i)
-    rc = InpSearchParams(ctx, scaling, models[i].params, &requests[i]);
+    rc = InpSearchParams(ctx, scaling, models[i].params, {i, models.size()}, &requests[i]);
   Vlong images = 0;
   if (rc == VRESULT_OK) rc = ctx.InpObjCount(1, &images);
   if (rc == VRESULT_OK && images != 1 && images != static_cast<Vlong>(models.size()))
@@ -105,7 +108,7 @@ Vresult FindInImages(OpContext& ctx, Scaling scaling, bool several) {
     for (const Match& m : FindShapeModel(models[i], plane, full ? nullptr : image.domain.get(), requests[i]))
       all.push_back({m, static_cast<Vlong>(i)});
   }
-  if (several) all = MergeModelMatches(std::move(all), models, requests[0].max_overlap);
+  if (several) all = MergeModelMatches(std::move(all), models, requests);
   std::vector<std::vector<double>> out(static_cast<size_t>(4 + ScaleAxes(scaling)));
   std::vector<Vlong> index;
   for (const ModelMatch& mm : all) {

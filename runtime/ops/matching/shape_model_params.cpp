@@ -12,11 +12,46 @@ constexpr double kTwoPi = 2 * M_PI;
 const char* const kMetricNames[] = {"use_polarity", "ignore_global_polarity",
                                     "ignore_local_polarity"};
 
-// The index of the string at `par` among `names`.
-Vresult InpChoice(const OpContext& ctx, int par, const char* const* names, int n, int* choice) {
-  const char* s = nullptr;
-  const Vresult rc = ctx.GetString(par, &s);
+// The value of `par` that `pick` selects: the only one, or the
+// pick.index-th of pick.count (anything else is VERR_CTRL_NUM).
+Vresult PickElem(const OpContext& ctx, int par, Pick pick, const Vcpar** elem) {
+  const Vlong n = ctx.CtrlNum(par);
+  if (n != 1 && n != static_cast<Vlong>(pick.count)) return VERR_CTRL_NUM(par);
+  *elem = &ctx.CtrlElem(par, n == 1 ? 0 : static_cast<Vlong>(pick.index));
+  return VRESULT_OK;
+}
+
+Vresult PickDouble(const OpContext& ctx, int par, Pick pick, double* v) {
+  const Vcpar* e = nullptr;
+  const Vresult rc = PickElem(ctx, par, pick, &e);
   if (rc != VRESULT_OK) return rc;
+  if (e->type == VPAR_DOUBLE) {
+    *v = e->par.d;
+  } else if (e->type == VPAR_LONG) {
+    *v = static_cast<double>(e->par.l);
+  } else {
+    return VERR_CTRL_TYPE(par);
+  }
+  return VRESULT_OK;
+}
+
+Vresult PickLong(const OpContext& ctx, int par, Pick pick, Vlong* v) {
+  const Vcpar* e = nullptr;
+  const Vresult rc = PickElem(ctx, par, pick, &e);
+  if (rc != VRESULT_OK) return rc;
+  if (e->type != VPAR_LONG) return VERR_CTRL_TYPE(par);
+  *v = e->par.l;
+  return VRESULT_OK;
+}
+
+// The index of the string at `par` among `names`.
+Vresult InpChoice(const OpContext& ctx, int par, const char* const* names, int n, int* choice,
+                  Pick pick = {}) {
+  const Vcpar* e = nullptr;
+  const Vresult rc = PickElem(ctx, par, pick, &e);
+  if (rc != VRESULT_OK) return rc;
+  if (e->type != VPAR_STRING || e->par.s == nullptr) return VERR_CTRL_TYPE(par);
+  const char* s = e->par.s;
   for (int i = 0; i < n; ++i)
     if (std::strcmp(s, names[i]) == 0) {
       *choice = i;
@@ -26,17 +61,17 @@ Vresult InpChoice(const OpContext& ctx, int par, const char* const* names, int n
 }
 
 // One real value in [lo, hi].
-Vresult InpRange(const OpContext& ctx, int par, double lo, double hi, double* v) {
-  const Vresult rc = ctx.GetDouble(par, v);
+Vresult InpRange(const OpContext& ctx, int par, double lo, double hi, double* v, Pick pick = {}) {
+  const Vresult rc = PickDouble(ctx, par, pick, v);
   if (rc != VRESULT_OK) return rc;
   return *v >= lo && *v <= hi ? VRESULT_OK : VERR_CTRL_VALUE(par);
 }
 
 // An angle range: any finite start, an extent of 0 .. 2 pi (more is the
 // full circle).
-Vresult InpAngles(const OpContext& ctx, int par, double* start, double* extent) {
-  Vresult rc = InpRange(ctx, par, -1e6, 1e6, start);
-  if (rc == VRESULT_OK) rc = InpRange(ctx, par + 1, 0, 1e6, extent);
+Vresult InpAngles(const OpContext& ctx, int par, double* start, double* extent, Pick pick = {}) {
+  Vresult rc = InpRange(ctx, par, -1e6, 1e6, start, pick);
+  if (rc == VRESULT_OK) rc = InpRange(ctx, par + 1, 0, 1e6, extent, pick);
   if (rc == VRESULT_OK) *extent = std::min(*extent, kTwoPi);
   return rc;
 }
@@ -77,10 +112,10 @@ Vresult InpAutoStep(const OpContext& ctx, int par, double hi, double* step) {
 
 // A scale range: 0 < min <= max <= kMaxScale.
 constexpr double kMaxScale = 10;
-Vresult InpScaleRange(const OpContext& ctx, int par, double* lo, double* hi) {
-  Vresult rc = InpRange(ctx, par, 0, kMaxScale, lo);
+Vresult InpScaleRange(const OpContext& ctx, int par, double* lo, double* hi, Pick pick = {}) {
+  Vresult rc = InpRange(ctx, par, 0, kMaxScale, lo, pick);
   if (rc == VRESULT_OK && *lo <= 0) rc = VERR_CTRL_VALUE(par);
-  if (rc == VRESULT_OK) rc = InpRange(ctx, par + 1, *lo, kMaxScale, hi);
+  if (rc == VRESULT_OK) rc = InpRange(ctx, par + 1, *lo, kMaxScale, hi, pick);
   return rc;
 }
 
@@ -168,12 +203,12 @@ Vresult InpDetermineParams(const OpContext& ctx, BuildRequest* build, ShapeModel
 }
 
 Vresult InpSearchParams(const OpContext& ctx, Scaling scaling, const ShapeModelParams& model,
-                        SearchRequest* q) {
-  Vresult rc = InpAngles(ctx, 1, &q->angle_start, &q->angle_extent);
+                        Pick pick, SearchRequest* q) {
+  Vresult rc = InpAngles(ctx, 1, &q->angle_start, &q->angle_extent, pick);
   q->scaling = scaling;
   int par = 3;
   for (int axis = 0; axis < ScaleAxes(scaling) && rc == VRESULT_OK; ++axis, par += 2) {
-    rc = InpScaleRange(ctx, par, &q->scale_min[axis], &q->scale_max[axis]);
+    rc = InpScaleRange(ctx, par, &q->scale_min[axis], &q->scale_max[axis], pick);
     // A search outside the range the model was made for would use angle
     // and scale steps too coarse for it.
     if (rc == VRESULT_OK && q->scale_min[axis] < model.scale_min[axis] - 1e-9) rc = VERR_CTRL_VALUE(par);
@@ -183,16 +218,16 @@ Vresult InpSearchParams(const OpContext& ctx, Scaling scaling, const ShapeModelP
     q->scale_min[1] = q->scale_min[0];
     q->scale_max[1] = q->scale_max[0];
   }
-  if (rc == VRESULT_OK) rc = InpRange(ctx, par, 0, 1, &q->min_score);
+  if (rc == VRESULT_OK) rc = InpRange(ctx, par, 0, 1, &q->min_score, pick);
   Vlong num = 0;
-  if (rc == VRESULT_OK) rc = ctx.GetLong(par + 1, &num);
+  if (rc == VRESULT_OK) rc = PickLong(ctx, par + 1, pick, &num);
   if (rc == VRESULT_OK && (num < 0 || num > 100000)) rc = VERR_CTRL_VALUE(par + 1);
   q->num_matches = static_cast<int>(num);
-  if (rc == VRESULT_OK) rc = InpRange(ctx, par + 2, 0, 1, &q->max_overlap);
+  if (rc == VRESULT_OK) rc = InpRange(ctx, par + 2, 0, 1, &q->max_overlap, pick);
   static const char* const kSubPixel[] = {"none", "interpolation", "least_squares",
                                           "least_squares_high", "least_squares_very_high"};
   int sub = 0;
-  if (rc == VRESULT_OK) rc = InpChoice(ctx, par + 3, kSubPixel, 5, &sub);
+  if (rc == VRESULT_OK) rc = InpChoice(ctx, par + 3, kSubPixel, 5, &sub, pick);
   q->sub_pixel = static_cast<SubPixel>(std::min(sub, 2));
   // NumLevels: the number of levels, optionally followed by the lowest
   // level the tracking descends to (counting from 1); 0 is every level.
@@ -209,7 +244,7 @@ Vresult InpSearchParams(const OpContext& ctx, Scaling scaling, const ShapeModelP
     q->num_levels = static_cast<int>(levels[0]);
     q->lowest_level = levels.size() > 1 ? static_cast<int>(levels[1]) - 1 : 0;
   }
-  if (rc == VRESULT_OK) rc = InpRange(ctx, par + 5, 0, 1, &q->greediness);
+  if (rc == VRESULT_OK) rc = InpRange(ctx, par + 5, 0, 1, &q->greediness, pick);
   return rc;
 }
 

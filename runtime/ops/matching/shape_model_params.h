@@ -33,12 +33,20 @@ Vresult InpCreateParams(const OpContext& ctx, Scaling scaling, bool with_contras
 // Contrast, MinContrast.
 Vresult InpDetermineParams(const OpContext& ctx, BuildRequest* build, ShapeModelParams* params);
 
+// Which value of a parameter that holds one value for all models or one
+// per model applies to model `index` of `count`.
+struct Pick {
+  size_t index = 0, count = 1;
+};
+
 // The search parameters after the model handle(s) at control 0:
 // AngleStart, AngleExtent, per scale axis of `scaling` ScaleMin and
 // ScaleMax (inside the model's range, `model`), then MinScore,
-// NumMatches, MaxOverlap, SubPixel, NumLevels, Greediness.
+// NumMatches, MaxOverlap, SubPixel, NumLevels, Greediness. Each but
+// NumLevels (shared) holds one value, or one per model, of which `pick`
+// selects.
 Vresult InpSearchParams(const OpContext& ctx, Scaling scaling, const ShapeModelParams& model,
-                        SearchRequest* q);
+                        Pick pick, SearchRequest* q);
 
 const char* MetricName(Metric m);
 
