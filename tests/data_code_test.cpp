@@ -146,6 +146,38 @@ TEST_F(DataCodeTest, ReadsInvertedSymbolsOnlyWhenAsked) {
   EXPECT_EQ(Str(value, 0), "maximum_recognition");
 }
 
+TEST_F(DataCodeTest, ReadsEverySymbolUpToTheLimit) {
+  // Two QR codes side by side on one canvas.
+  int side = 0;
+  const std::vector<uint8_t> left = DrawSymbol({BarcodeFormat::QRCode, "left", 4, 0}, &side);
+  const std::vector<uint8_t> right = DrawSymbol({BarcodeFormat::QRCode, "right", 4, 0}, &side);
+  std::vector<uint8_t> both(static_cast<size_t>(2 * side) * side);
+  for (int r = 0; r < side; ++r)
+    for (int c = 0; c < side; ++c) {
+      both[static_cast<size_t>(r) * 2 * side + c] = left[static_cast<size_t>(r) * side + c];
+      both[static_cast<size_t>(r) * 2 * side + side + c] = right[static_cast<size_t>(r) * side + c];
+    }
+  const Vobject scene = ByteImage(both, 2 * side, side);
+  const Vlong model = Model("QR Code");
+  Vobject xlds;
+  VTuple handles, strings;
+  ASSERT_EQ(find_data_code_2d(scene, &xlds, VTuple(model), VTuple(), VTuple(), &handles, &strings),
+            VRESULT_OK);
+  ASSERT_EQ(strings.Num(), 2);
+  EXPECT_NE(Str(strings, 0), Str(strings, 1));
+  for (Vlong i = 0; i < 2; ++i)
+    EXPECT_TRUE(Str(strings, i) == "left" || Str(strings, i) == "right");
+  // The limit given to this search only.
+  ASSERT_EQ(find_data_code_2d(scene, &xlds, VTuple(model), VTuple("stop_after_result_num"),
+                              VTuple(Vlong{1}), &handles, &strings),
+            VRESULT_OK);
+  EXPECT_EQ(strings.Num(), 1);
+  VTuple limit;
+  ASSERT_EQ(get_data_code_2d_param(VTuple(model), VTuple("stop_after_result_num"), &limit),
+            VRESULT_OK);
+  EXPECT_EQ(limit[0].L(), 0);
+}
+
 TEST_F(DataCodeTest, ResultsAndObjectsOfTheLastSearch) {
   std::mt19937 rng(8);
   const Vobject scene = MakeScene({BarcodeFormat::DataMatrix, "DM", 4, 25}, &rng);
