@@ -9,35 +9,10 @@
 // changes.
 #include <cstring>
 
-#include "ops/region/region_ops.h"
+#include "ops/region/region_growth.h"
 #include "registry.h"
 
 namespace vexa {
-namespace {
-
-// The region plus the pixels sharing an edge with it.
-ChordList Dilate4(const ChordList& a) {
-  std::vector<Chord> wide(a);
-  for (Chord& c : wide) --c.cb, ++c.ce;
-  const ChordList widened = Region::FromChords(std::move(wide))->chords();
-  const ChordList up = ChordTranslate(a, -1, 0), down = ChordTranslate(a, 1, 0);
-  return ChordUnionMany({&widened, &up, &down});
-}
-
-// Reads iterations as a count >= 0 or "maximal" (-1).
-Vresult GetIterations(const OpContext& ctx, int par, Vlong* n) {
-  const char* s = nullptr;
-  if (ctx.GetString(par, &s) == VRESULT_OK) {
-    if (std::strcmp(s, "maximal") != 0) return VERR_CTRL_VALUE(par);
-    *n = -1;
-    return VRESULT_OK;
-  }
-  const Vresult rc = ctx.GetLong(par, n);
-  if (rc != VRESULT_OK) return rc;
-  return *n >= 0 ? VRESULT_OK : VERR_CTRL_VALUE(par);
-}
-
-}  // namespace
 
 VEXA_OPERATOR(expand_region) {
   Vlong iterations = 0;
@@ -60,22 +35,8 @@ VEXA_OPERATOR(expand_region) {
   } else {
     return VERR_CTRL_VALUE(1);
   }
-  ChordList free = ChordDifference(limit, RegionUnionMany(forbidden)->chords());
-  for (const ChordList& g : grown) free = ChordDifference(free, g);
-  for (Vlong step = 0; iterations < 0 || step < iterations; ++step) {
-    std::vector<ChordList> reach(grown.size());
-    ChordList seen, twice;
-    for (size_t i = 0; i < grown.size(); ++i) {
-      reach[i] = ChordIntersection(Dilate4(grown[i]), free);
-      twice = ChordUnion(twice, ChordIntersection(reach[i], seen));
-      seen = ChordUnion(seen, reach[i]);
-    }
-    const ChordList taken = ChordDifference(seen, twice);
-    if (taken.empty()) break;
-    for (size_t i = 0; i < grown.size(); ++i)
-      grown[i] = ChordUnion(grown[i], ChordDifference(reach[i], twice));
-    free = ChordDifference(free, taken);
-  }
+  GrowIntoFree(&grown, FreePixels(limit, forbidden, grown), iterations,
+               [](size_t, ChordList reached) { return reached; });
   std::vector<RegionPtr> out;
   for (ChordList& g : grown) out.push_back(Region::FromCanonicalChords(std::move(g)));
   return OutRegions(ctx, 1, out);
