@@ -18,6 +18,13 @@ namespace Vexa {
 class VTuple;
 class VWindow;
 class VAffineTrans;
+class VXLDCont;
+class VXLDPoly;
+class VXLDContArray;
+class VXLDPolyArray;
+class VXLDParaArray;
+class VXLDModParaArray;
+class VXLDExtParaArray;
 
 // Abstract roots: a point sequence is a spatial object and, virtually, an
 // array with the growth rule of every array class.
@@ -199,6 +206,8 @@ class VContour2D : public VPointPath<VContour2D, VContour, VPoint2D> {
   // Point i takes y from rows[i] and x from columns[i]; the length of
   // `columns` sets the count.
   VContour2D(const VTuple& rows, const VTuple& columns);
+  // The points of the runtime's contour, by get_contour_xld.
+  explicit VContour2D(const VXLDCont& contour);
 };
 
 class VContour3D : public VPointPath<VContour3D, VContour, VPoint3D> {
@@ -218,6 +227,8 @@ class VPolygon2D : public VPointPath<VPolygon2D, VPolygon, VPoint2D> {
   VPolygon2D(const VTuple& rows, const VTuple& columns);
   // Takes the contour's points.
   VPolygon2D(const VContour2D& contour);
+  // The points of the runtime's polygon, by get_polygon_xld.
+  explicit VPolygon2D(const VXLDPoly& polygon);
   // 1 at the first segment, in index order, that the line crosses; the
   // closing segment is not tried.
   int Intersects(const VLine2D& line) const;
@@ -255,6 +266,8 @@ class VContourArray2D : public VPathArray<VContourArray2D, VContourArray, VConto
   static constexpr const char* kElementName = "VContour2D";
   VContourArray2D() = default;
   VContourArray2D(VContour2D* contours, Vlong n) : VPathArray(contours, n) {}
+  // One contour for each element, as VContour2D(const VXLDCont &) makes it.
+  explicit VContourArray2D(const VXLDContArray& contours);
 };
 
 class VContourArray3D : public VPathArray<VContourArray3D, VContourArray, VContour3D> {
@@ -273,6 +286,13 @@ class VPolygonArray2D : public VPathArray<VPolygonArray2D, VPolygonArray, VPolyg
   VPolygonArray2D(VPolygon2D* polygons, Vlong n) : VPathArray(polygons, n) {}
   // Each contour becomes a polygon of its points.
   VPolygonArray2D(const VContourArray2D& contours);
+  // One polygon for each element, as VPolygon2D(const VXLDPoly &) makes it.
+  explicit VPolygonArray2D(const VXLDPolyArray& polygons);
+  // One polygon for each parallels object: the points of its first
+  // polygon part (row1, column1 of get_parallels_xld).
+  explicit VPolygonArray2D(const VXLDParaArray& parallels);
+  explicit VPolygonArray2D(const VXLDModParaArray& parallels);
+  explicit VPolygonArray2D(const VXLDExtParaArray& parallels);
   // 1 at the first polygon, in index order, that the line crosses.
   int Intersects(const VLine2D& line) const;
 };
