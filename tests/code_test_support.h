@@ -29,7 +29,7 @@ constexpr int kBaseModule = 4;   // pixels per module before scaling
 constexpr int kQuietModules = 10;
 constexpr int kLight = 220, kDark = 30;
 
-struct SceneSpec {
+struct SceneSetup {
   ZXing::BarcodeFormat format;
   std::string content;  // what the encoder writes
   double module = 4;    // pixels per module after scaling
@@ -49,9 +49,9 @@ inline Vobject ByteImage(const std::vector<uint8_t>& pixels, int width, int heig
 
 // The symbol on a square canvas wide enough to stay whole when turned.
 // Linear codes get bars half as high as the code is long.
-inline std::vector<uint8_t> DrawSymbol(const SceneSpec& spec, int* side) {
+inline std::vector<uint8_t> DrawSymbol(const SceneSetup& scene, int* side) {
   const ZXing::BitMatrix bits =
-      ZXing::MultiFormatWriter(spec.format).setMargin(0).encode(spec.content, 0, 0);
+      ZXing::MultiFormatWriter(scene.format).setMargin(0).encode(scene.content, 0, 0);
   const bool linear = bits.height() == 1;
   const int cols = bits.width(), rows = linear ? std::max(30, cols / 2) : bits.height();
   const double w = (cols + 2.0 * kQuietModules) * kBaseModule;
@@ -79,16 +79,16 @@ inline Vobject AddNoise(const Vobject& image, double sigma, std::mt19937* rng) {
 }
 
 // The finished scene; the symbol's centre is the image centre.
-inline Vobject MakeScene(const SceneSpec& spec, std::mt19937* rng) {
+inline Vobject MakeScene(const SceneSetup& scene, std::mt19937* rng) {
   int side = 0;
-  const std::vector<uint8_t> pixels = DrawSymbol(spec, &side);
+  const std::vector<uint8_t> pixels = DrawSymbol(scene, &side);
   const Vobject drawn = ByteImage(pixels, side, side);
   Vobject scaled, turned, blurred;
-  const double scale = spec.module / kBaseModule;
+  const double scale = scene.module / kBaseModule;
   EXPECT_EQ(Vexa::zoom_image_factor(drawn, &scaled, scale, scale, "bilinear"), VRESULT_OK);
-  EXPECT_EQ(Vexa::rotate_image(scaled, &turned, spec.angle, "bilinear"), VRESULT_OK);
-  EXPECT_EQ(Vexa::smooth_image(turned, &blurred, "gauss", spec.blur), VRESULT_OK);
-  return AddNoise(blurred, spec.noise, rng);
+  EXPECT_EQ(Vexa::rotate_image(scaled, &turned, scene.angle, "bilinear"), VRESULT_OK);
+  EXPECT_EQ(Vexa::smooth_image(turned, &blurred, "gauss", scene.blur), VRESULT_OK);
+  return AddNoise(blurred, scene.noise, rng);
 }
 
 inline int ImageSide(const Vobject& image) {
