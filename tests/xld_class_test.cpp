@@ -245,6 +245,70 @@ TEST_F(XldClassTest, AKeyTupleBecomesOneElementPerKey) {
   EXPECT_EQ(VXLDContArray(VXLDContArray().Id()).Num(), 0);
 }
 
+TEST_F(XldClassTest, CopiesKeepHolesAndOwnTheirKeys) {
+  VXLDContArray contours;
+  contours[0] = Circle(3.0);
+  contours[2] = Circle(5.0);
+  const VXLDContArray copy = contours;
+  ASSERT_EQ(copy.Num(), 3);
+  EXPECT_EQ(copy[1].Key(), VKEY_UNDEF);
+  EXPECT_NE(copy[2].Key(), contours[2].Key());
+  // A general array holding only contours converts back; assignment
+  // replaces the elements.
+  const VXLDArray general = contours;
+  VXLDContArray back;
+  back.Append(Circle(9.0));
+  back = general;
+  ASSERT_EQ(back.Num(), 3);
+  EXPECT_EQ(back[1].Key(), VKEY_UNDEF);
+  // The first element and a copy of any element, without range test.
+  const VXLDCont first(contours);
+  const VXLD third = contours.Elem(2);
+  EXPECT_NEAR(first.LengthXld()[0].D(), contours[0].LengthXld()[0].D(), 1e-12);
+  EXPECT_NEAR(third.LengthXld()[0].D(), contours[2].LengthXld()[0].D(), 1e-12);
+  // A handle keeps its key through self-assignment.
+  VXLDCont self = Circle();
+  const Vkey before = self.Key();
+  self = *&self;
+  EXPECT_EQ(self.Key(), before);
+  // The reporting SetKeys names the class.
+  Vkey keys[1] = {NewKey(contours[0])};
+  ExpectReport([&] { VXLDPolyArray().SetKeys(keys, 1); }, "wrong object class passed",
+               "void VXLDPolyArray::SetKeys(Vkey *key, Vlong n)");
+}
+
+// The first channel of a window's contents.
+std::string Pixels(const VWindow& w) {
+  Vobject dump;
+  EXPECT_EQ(dump_window_image(&dump, w.WindowHandle()), VRESULT_OK);
+  const VImage image(dump);
+  std::string bytes;
+  for (int y = 0; y < image.Height(); ++y)
+    for (int x = 0; x < image.Width(); ++x)
+      bytes += static_cast<char>(static_cast<int>(image.GetPixVal(x, y)));
+  return bytes;
+}
+
+TEST_F(XldClassTest, DisplayDrawsAllElementsInOneCall) {
+  VXLDContArray contours;
+  contours.Append(Circle(8.0)).Append(Circle(20.0));
+  const VWindow together(0, 0, 120, 100, 0, "", "", 1);
+  const VWindow one_by_one(0, 0, 120, 100, 0, "", "", 1);
+  const std::string blank = Pixels(together);
+  contours.Display(together);
+  for (Vlong i = 0; i < contours.Num(); ++i) contours[i].Display(one_by_one);
+  const std::string drawn = Pixels(together);
+  EXPECT_NE(drawn, blank);
+  EXPECT_EQ(drawn, Pixels(one_by_one));
+  // The empty handle draws nothing; a cleared one reports.
+  VXLDCont none;
+  none.Display(together);
+  EXPECT_EQ(Pixels(together), drawn);
+  none.Clear();
+  ExpectReport([&] { none.Display(together); }, "Region is cleared",
+               "void VXLD::Display(const VWindow &w)");
+}
+
 TEST_F(XldClassTest, ACircleContourHasTheLengthAndAreaOfItsPolygon) {
   const double radius = 10.0;
   const VXLDCont circle = Circle(radius);
