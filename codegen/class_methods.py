@@ -15,9 +15,10 @@ decl/classes/available.txt (the classes that exist). Output per class:
 The rules of the family:
 - Name: the operator's name in mixed case (`area_center` is `AreaCenter`).
 - A method with a receiver is virtual and const; the receiver is the
-  operator's first input object of the class's own object class, stored by
-  the VObject (or VObjectArray) form of VcppStoreIO. Without a receiver the
-  method is static.
+  operator's first input object of the class's own object class (else of
+  a class FURTHER_RECEIVERS allows it: the XLD classes take each other's),
+  stored by the VObject (or VObjectArray) form of VcppStoreIO. Without a
+  receiver the method is static.
 - Object parameters: in a single-object class every object is a single
   handle; in an array class a parameter that takes any number of objects is
   an array handle. Inputs are const references, stored by address.
