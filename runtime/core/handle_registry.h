@@ -48,6 +48,8 @@ enum class ToolKind {
   kBarCode,
   kDataCode2D,
   kShapeModel,
+  kNccModel,
+  kTemplate,
 };
 
 // Base of every tool object. A tool class T names its kind as

@@ -35,6 +35,8 @@ enum class ItemKind : uint16_t {
   kQuat = 13,
   kMetrologyModel = 16,
   kShapeModel = 20,
+  kNccModel = 21,
+  kTemplate = 22,
 };
 
 constexpr size_t kItemHeaderSize = 20;
