@@ -153,6 +153,15 @@ TEST_F(NccModelTest, OriginParamsAndStoredModels) {
   EXPECT_NE(read_ncc_model(path.c_str(), &read), VRESULT_OK);
   std::remove(path.c_str());
 
+  // The determined values are those "auto" chose.
+  VTuple names, values;
+  ASSERT_EQ(determine_ncc_model_params(TemplateImage(), VTuple("auto"), VTuple(0.0), VTuple(kFullCircle),
+                                       VTuple("use_polarity"), VTuple("all"), &names, &values),
+            VRESULT_OK);
+  ASSERT_EQ(names.Num(), 2);
+  EXPECT_EQ(values[0].L(), levels);
+  EXPECT_EQ(values[1].D(), step);
+
   // A changed level count is what the model reports.
   ASSERT_EQ(set_ncc_model_param(model, "num_levels", 1), VRESULT_OK);
   ASSERT_EQ(get_ncc_model_params(model, &levels, &start, &extent, &step, metric), VRESULT_OK);

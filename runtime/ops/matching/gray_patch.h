@@ -54,6 +54,10 @@ RotatedPatch RotatePatch(const GrayPatch& patch, double angle);
 // flat or the template is.
 cv::Mat MaskedNcc(const cv::Mat& image, const cv::Mat& templ, const cv::Mat& mask);
 
+// Smallest angle step a model or template may use: finer steps would
+// multiply the search time without a measurable gain.
+constexpr double kMinAngleStep = 1e-3;
+
 // Angles start .. start + extent (at most a full turn) in equal steps of
 // at most `step`; just `start` for an extent of 0.
 std::vector<double> AngleRange(double start, double extent, double step);

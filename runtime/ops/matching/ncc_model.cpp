@@ -23,7 +23,7 @@ Vresult NccModel::FromPayload(ByteReader* r, std::shared_ptr<NccModel>* model) {
   bool ok = r->I32(&levels) && levels >= 1 && levels <= kMaxNccLevels;
   for (double* v : {&d.angle_start, &d.angle_extent, &d.angle_step, &d.origin_row, &d.origin_col})
     ok = ok && r->F64(v) && std::fabs(*v) <= 1e6;
-  ok = ok && d.angle_extent >= 0 && d.angle_step > 0 && d.angle_step <= kMaxNccAngleStep && r->U8(&polarity) &&
+  ok = ok && d.angle_extent >= 0 && d.angle_step >= kMinAngleStep && d.angle_step <= kMaxNccAngleStep && r->U8(&polarity) &&
        polarity <= 1 && ReadPatch(*r, &d.patch) && r->remaining() == 0;
   if (!ok) return VERR_FILE_CORRUPT;
   d.num_levels = levels;

@@ -1,6 +1,8 @@
 // Making, searching, inspecting, storing and closing NCC models.
 #include <cmath>
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include "ncc_model.h"
 #include "ops/codes/code_model_items.h"
@@ -64,7 +66,8 @@ VEXA_OPERATOR(create_ncc_model) {
   if (rc == VRESULT_OK && d.angle_extent < 0) rc = VERR_CTRL_VALUE(2);
   if (rc == VRESULT_OK && !IsAuto(ctx, 3)) {
     rc = ctx.GetDouble(3, &d.angle_step);
-    if (rc == VRESULT_OK && !(d.angle_step > 0 && d.angle_step <= kMaxNccAngleStep)) rc = VERR_CTRL_VALUE(3);
+    if (rc == VRESULT_OK && !(d.angle_step >= kMinAngleStep && d.angle_step <= kMaxNccAngleStep))
+      rc = VERR_CTRL_VALUE(3);
   }
   if (rc == VRESULT_OK) rc = InpNccMetric(ctx, 4, &d.ignore_polarity);
   if (rc == VRESULT_OK) rc = InpPatch(ctx, 1, &d.patch);
@@ -73,6 +76,41 @@ VEXA_OPERATOR(create_ncc_model) {
   if (d.num_levels == 0) d.num_levels = AutoNumLevels(d.patch);
   if (d.angle_step == 0) d.angle_step = AutoAngleStep(d.patch);
   return OutpNewTool(ctx, 0, std::make_shared<NccModel>(std::move(d)));
+}
+
+// The values "auto" resolves to for a template: "num_levels" and
+// "angle_step" (or "all"), in that order of names asked for.
+VEXA_OPERATOR(determine_ncc_model_params) {
+  static const char* const kNames[] = {"num_levels", "angle_step"};
+  NccModelData d;
+  double start = 0, extent = 0;
+  std::vector<const char*> asked;
+  Vresult rc = InpLevels(ctx, 0, 1, &d.num_levels);
+  if (rc == VRESULT_OK) rc = InpAngle(ctx, 1, &start);
+  if (rc == VRESULT_OK) rc = InpAngle(ctx, 2, &extent);
+  if (rc == VRESULT_OK && extent < 0) rc = VERR_CTRL_VALUE(2);
+  if (rc == VRESULT_OK) rc = InpNccMetric(ctx, 3, &d.ignore_polarity);
+  if (rc == VRESULT_OK) rc = ctx.GetStrings(4, asked);
+  if (rc == VRESULT_OK && asked.empty()) rc = VERR_CTRL_NUM(4);
+  std::vector<int> which;
+  for (size_t i = 0; rc == VRESULT_OK && i < asked.size(); ++i) {
+    const bool all = std::strcmp(asked[i], "all") == 0;
+    bool known = all;
+    for (int k = 0; k < 2; ++k)
+      if (all || std::strcmp(asked[i], kNames[k]) == 0) which.push_back(k), known = true;
+    if (!known) rc = VERR_CTRL_VALUE(4);
+  }
+  if (rc == VRESULT_OK) rc = InpPatch(ctx, 1, &d.patch);
+  if (rc != VRESULT_OK) return rc;
+  std::vector<std::string> names;
+  CtrlValues values;
+  for (int k : which) {
+    names.push_back(kNames[k]);
+    if (k == 0) values.Add(static_cast<Vlong>(d.num_levels == 0 ? AutoNumLevels(d.patch) : d.num_levels));
+    else values.Add(AutoAngleStep(d.patch));
+  }
+  rc = ctx.SetOutpStrings(0, names);
+  return rc == VRESULT_OK ? ctx.SetOutpValues(1, values) : rc;
 }
 
 VEXA_OPERATOR(find_ncc_model) {
@@ -147,7 +185,7 @@ VEXA_OPERATOR(set_ncc_model_origin) {
 }
 
 // Parameters that can change after a model was made: "num_levels" (1 ..
-// 10) and "angle_step" (radians, > 0 and at most pi/4). Other names are
+// 10) and "angle_step" (radians, kMinAngleStep .. pi/4). Other names are
 // refused with VERR_CTRL_VALUE(1).
 VEXA_OPERATOR(set_ncc_model_param) {
   std::vector<std::shared_ptr<NccModel>> tools;
@@ -168,7 +206,7 @@ VEXA_OPERATOR(set_ncc_model_param) {
     if (std::strcmp(names[i], "num_levels") == 0) {
       if (!(values[i] >= 1 && values[i] <= kMaxNccLevels && values[i] == std::floor(values[i]))) rc = VERR_CTRL_VALUE(2);
     } else if (std::strcmp(names[i], "angle_step") == 0) {
-      if (!(values[i] > 0 && values[i] <= kMaxNccAngleStep)) rc = VERR_CTRL_VALUE(2);
+      if (!(values[i] >= kMinAngleStep && values[i] <= kMaxNccAngleStep)) rc = VERR_CTRL_VALUE(2);
     } else {
       rc = VERR_CTRL_VALUE(1);
     }

@@ -122,7 +122,7 @@ std::vector<Candidate> Distinct(std::vector<Candidate> all, double angle_step, s
 
 double AutoAngleStep(const GrayPatch& patch) {
   const double reach = RotatePatch(patch, 0).centre;
-  return std::atan(1.0 / std::max(1.0, reach));
+  return std::max(kMinAngleStep, std::atan(1.0 / std::max(1.0, reach)));
 }
 
 int AutoNumLevels(const GrayPatch& patch) {

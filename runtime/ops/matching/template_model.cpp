@@ -66,7 +66,8 @@ Vresult TemplateModel::FromPayload(ByteReader* r, std::shared_ptr<TemplateModel>
   for (double* v : {&d.angle_start, &d.angle_extent, &d.angle_step, &d.gray_offset, &d.ref_row, &d.ref_col,
                     &d.report_row, &d.report_col})
     ok = ok && r->F64(v) && std::fabs(*v) <= 1e6;
-  ok = ok && d.angle_extent >= 0 && d.angle_step >= 0 && (d.angle_extent == 0 || d.angle_step > 0) &&
+  ok = ok && d.angle_extent >= 0 && d.angle_step >= 0 && (d.angle_step == 0 || d.angle_step >= kMinAngleStep) &&
+       (d.angle_extent == 0 || d.angle_step > 0) &&
        ReadPatch(*r, &d.patch) && r->remaining() == 0;
   if (!ok) return VERR_FILE_CORRUPT;
   d.mode = static_cast<GrayMode>(mode);

@@ -227,7 +227,7 @@ VEXA_OPERATOR(create_template_rot) {
   if (rc == VRESULT_OK) rc = InpRange(ctx, 1, -kMaxAngle, kMaxAngle, &t.angle_start);
   if (rc == VRESULT_OK) rc = InpRange(ctx, 2, 0, kMaxAngle, &t.angle_extent);
   if (rc == VRESULT_OK) rc = ctx.GetDouble(3, &t.angle_step);
-  if (rc == VRESULT_OK && !(t.angle_step > 0 && t.angle_step <= M_PI / 4)) rc = VERR_CTRL_VALUE(3);
+  if (rc == VRESULT_OK && !(t.angle_step >= kMinAngleStep && t.angle_step <= M_PI / 4)) rc = VERR_CTRL_VALUE(3);
   if (rc == VRESULT_OK) rc = InpNewTemplate(ctx, 4, 5, &t);
   return rc == VRESULT_OK ? OutpNewTool(ctx, 0, std::make_shared<TemplateModel>(std::move(t))) : rc;
 }
