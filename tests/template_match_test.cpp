@@ -163,6 +163,39 @@ TEST_F(TemplateMatchTest, ExhaustiveMatchAgreesWithAPerPixelReference) {
   }
 }
 
+// The pyramid form keeps the full-resolution values, on the positions
+// that pass the threshold on every level: around the patch only.
+TEST_F(TemplateMatchTest, PyramidErrorImageKeepsThePassingPositions) {
+  const Vobject scene = Scene(200, 180, {{70, 110, 0}}), tmpl = TemplateImage();
+  Vobject roi, full, all, near;
+  ASSERT_EQ(gen_rectangle1(&roi, 0, 0, 179, 199), VRESULT_OK);
+  ASSERT_EQ(exhaustive_match(scene, roi, tmpl, &full, "dfd"), VRESULT_OK);
+  ASSERT_EQ(exhaustive_match_mg(scene, tmpl, &all, "dfd", 0, 255), VRESULT_OK);
+  Vlong area_full = 0, area_all = 0, area_near = 0;
+  double r, c;
+  ASSERT_EQ(area_center(full, &area_full, &r, &c), VRESULT_OK);
+  ASSERT_EQ(area_center(all, &area_all, &r, &c), VRESULT_OK);
+  EXPECT_EQ(area_all, area_full);
+  for (const char* mode : {"dfd", "norm_correlation"}) {
+    SCOPED_TRACE(mode);
+    const bool dfd = std::strcmp(mode, "dfd") == 0;
+    ASSERT_EQ(exhaustive_match_mg(scene, tmpl, &near, mode, 2, dfd ? 15 : 80), VRESULT_OK);
+    ASSERT_EQ(area_center(near, &area_near, &r, &c), VRESULT_OK);
+    EXPECT_GE(area_near, 1);
+    EXPECT_LT(area_near, area_full / 20);
+    EXPECT_NEAR(r, 70, 3);
+    EXPECT_NEAR(c, 110, 3);
+    double at = 0, reference = 0;
+    ASSERT_EQ(get_grayval(near, VTuple(70), VTuple(110), &at), VRESULT_OK);
+    if (dfd) {
+      ASSERT_EQ(get_grayval(full, VTuple(70), VTuple(110), &reference), VRESULT_OK);
+      EXPECT_EQ(at, reference);
+    } else {
+      EXPECT_GT(at, 0.99);
+    }
+  }
+}
+
 TEST_F(TemplateMatchTest, ReferencePointOffsetAndStoredTemplates) {
   const Vlong t = Template();
   // Brighter by 20: the template needs the offset to match exactly.
