@@ -95,7 +95,7 @@ TEST_F(TemplateMatchTest, RotatedTemplatesFindTheAngleToADegree) {
     EXPECT_NEAR(r, row, 0.5);
     EXPECT_NEAR(c, col, 0.5);
     EXPECT_LT(std::fabs(std::remainder(found - a, 2 * M_PI)) * 180 / M_PI, 1.0);
-    ASSERT_EQ(best_match_rot_mg(scene, t, 0.0, 2 * M_PI, 40.0, "true", 3, &r, &c, &found, &error), VRESULT_OK);
+    ASSERT_EQ(best_match_rot_mg(scene, t, 0.0, 2 * M_PI, 40.0, "true", 4, &r, &c, &found, &error), VRESULT_OK);
     EXPECT_NEAR(r, row, 0.5);
     EXPECT_NEAR(c, col, 0.5);
     EXPECT_LT(std::fabs(std::remainder(found - a, 2 * M_PI)) * 180 / M_PI, 1.0);

@@ -14,7 +14,9 @@ namespace matching {
 namespace {
 
 // Candidates of the top level followed down.
-constexpr size_t kTopCandidates = 5;
+constexpr size_t kTopCandidates = 10;
+// Smallest side of the template on the top level searched.
+constexpr int kMinTopSide = 8;
 
 struct Spot {
   double row = 0, col = 0, angle = 0, error = 1e30;
@@ -78,7 +80,11 @@ TemplateMatch BestTemplateMatch(const TemplateData& t, const std::vector<cv::Mat
                                 int lowest) {
   const std::vector<GrayPatch> patches = PatchPyramid(t.patch, static_cast<int>(images.size()));
   int top = static_cast<int>(std::min(patches.size(), images.size())) - 1;
-  while (top > 0 && (patches[top].gray.rows > images[top].rows || patches[top].gray.cols > images[top].cols)) --top;
+  // The top level must hold the template, and keep enough of it (8
+  // pixels across) to tell the object from its surroundings.
+  while (top > 0 && (patches[top].gray.rows > images[top].rows || patches[top].gray.cols > images[top].cols ||
+                     std::min(patches[top].gray.rows, patches[top].gray.cols) < kMinTopSide))
+    --top;
   lowest = std::min(lowest, top);
   const bool rotating = angle_extent > 0 && t.angle_step > 0;
   const auto step_at = [&](int l) { return std::min(t.angle_step * (1 << l), M_PI / 8); };
