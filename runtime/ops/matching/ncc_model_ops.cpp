@@ -33,8 +33,8 @@ Vresult InpAngle(const OpContext& ctx, int par, double* v) {
 }
 
 // A number of levels at control `par`: "auto" (given as 0) or
-// lo..kMaxNccLevels.
-Vresult InpLevels(const OpContext& ctx, int par, int lo, int* levels) {
+// 1..kMaxNccLevels.
+Vresult InpLevels(const OpContext& ctx, int par, int* levels) {
   if (IsAuto(ctx, par)) {
     *levels = 0;
     return VRESULT_OK;
@@ -42,7 +42,7 @@ Vresult InpLevels(const OpContext& ctx, int par, int lo, int* levels) {
   Vlong v = 0;
   const Vresult rc = ctx.GetLong(par, &v);
   if (rc != VRESULT_OK) return rc;
-  if (v < lo || v > kMaxNccLevels) return VERR_CTRL_VALUE(par);
+  if (v < 1 || v > kMaxNccLevels) return VERR_CTRL_VALUE(par);
   *levels = static_cast<int>(v);
   return VRESULT_OK;
 }
@@ -60,7 +60,7 @@ Vresult InpModel(const OpContext& ctx, int par, NccModelData* data, std::shared_
 
 VEXA_OPERATOR(create_ncc_model) {
   NccModelData d;
-  Vresult rc = InpLevels(ctx, 0, 1, &d.num_levels);
+  Vresult rc = InpLevels(ctx, 0, &d.num_levels);
   if (rc == VRESULT_OK) rc = InpAngle(ctx, 1, &d.angle_start);
   if (rc == VRESULT_OK) rc = InpAngle(ctx, 2, &d.angle_extent);
   if (rc == VRESULT_OK && d.angle_extent < 0) rc = VERR_CTRL_VALUE(2);
@@ -85,7 +85,7 @@ VEXA_OPERATOR(determine_ncc_model_params) {
   NccModelData d;
   double start = 0, extent = 0;
   std::vector<const char*> asked;
-  Vresult rc = InpLevels(ctx, 0, 1, &d.num_levels);
+  Vresult rc = InpLevels(ctx, 0, &d.num_levels);
   if (rc == VRESULT_OK) rc = InpAngle(ctx, 1, &start);
   if (rc == VRESULT_OK) rc = InpAngle(ctx, 2, &extent);
   if (rc == VRESULT_OK && extent < 0) rc = VERR_CTRL_VALUE(2);
