@@ -25,9 +25,9 @@ Vlong Listener(int* port) {
     if (open_socket_accept(VTuple(Vlong{0}), VTuple("timeout"), VTuple(1.0), &listener) !=
         VRESULT_OK)
       std::abort();
-    char text[64] = "";
-    if (get_socket_param(listener, "port", text) != VRESULT_OK) std::abort();
-    listen_port = std::atoi(text);
+    VTuple port_value;
+    if (get_socket_param(listener, "port", &port_value) != VRESULT_OK) std::abort();
+    listen_port = static_cast<int>(port_value[0].L());
   }
   *port = listen_port;
   return listener;

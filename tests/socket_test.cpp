@@ -210,3 +210,24 @@ TEST_F(SocketTest, RawDataByFormatOverTcpAndUdp) {
 }
 
 }  // namespace
+
+namespace {
+
+// A frame whose header claims 8 GiB, of which the peer sends four bytes
+// before closing: the receiver reports the closed connection and never
+// holds more than the bytes that came.
+TEST_F(SocketTest, AFrameClaimingMoreThanArrivesIsRefusedWithoutTheClaimedMemory) {
+  Vlong client = -1, server = -1;
+  Pair(&client, &server);
+  const unsigned char header[] = {'R', 'E', 'G', 'N', 'V', 'X', 'S', 'I', 1, 0, 3, 0,
+                                  0,   0,   0,   0,   2,   0,   0,   0,   0, 0, 0, 0,
+                                  9,   9,   9,   9};
+  VTuple bytes;
+  for (unsigned char b : header) bytes.Append(VTuple(Vlong{b}));
+  ASSERT_EQ(send_data(client, "c28", bytes, VTuple()), VRESULT_OK);
+  ASSERT_EQ(close_socket(client), VRESULT_OK);
+  Vobject region;
+  EXPECT_EQ(receive_region(&region, server), VERR_SOCKET_CLOSED);
+}
+
+}  // namespace

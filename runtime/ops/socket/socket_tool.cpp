@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -19,6 +20,8 @@ constexpr size_t kMaxDatagram = 65507;
 // Frames received over TCP are bounded so that a hostile length cannot
 // claim all memory.
 constexpr uint64_t kMaxFrame = uint64_t{1} << 34;
+// The step in which a frame's buffer grows while it is received.
+constexpr size_t kReceiveChunk = size_t{1} << 20;
 
 }  // namespace
 
@@ -130,10 +133,16 @@ Vresult SocketTool::ReceiveFrame(const char tag[4], ItemBytes* item) {
     uint64_t total = 0;
     rc = ItemSizeFromHeader(frame.data() + kTagSize, kMaxFrame, &total);
     if (rc != VRESULT_OK) return rc;
-    const size_t have = frame.size();
-    frame.resize(kTagSize + static_cast<size_t>(total));
-    rc = ReceiveExactly(frame.data() + have, frame.size() - have);
-    if (rc != VRESULT_OK) return rc;
+    // The buffer grows with the bytes that really arrive, so a header that
+    // claims more than the peer sends costs no more memory than was sent.
+    const size_t want = kTagSize + static_cast<size_t>(total);
+    for (size_t have = frame.size(); have < want;) {
+      const size_t chunk = std::min(want - have, kReceiveChunk);
+      frame.resize(have + chunk);
+      rc = ReceiveExactly(frame.data() + have, chunk);
+      if (rc != VRESULT_OK) return rc;
+      have += chunk;
+    }
   }
   if (std::memcmp(frame.data(), tag, kTagSize) != 0) return VERR_DATA_KIND;
   item->assign(frame.begin() + kTagSize, frame.end());
