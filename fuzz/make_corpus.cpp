@@ -107,6 +107,87 @@ bool WriteItem(const std::string& dir, const char* name, Vlong item) {
   return ok;
 }
 
+// A bright square on dark: a template that every model accepts.
+Vobject SquareImage() {
+  Vobject image, square, painted;
+  gen_image_const(&image, "byte", 48, 48);
+  gen_rectangle1(&square, 14, 14, 33, 33);
+  paint_region(square, image, &painted, 200.0, "fill");
+  return painted;
+}
+
+// make(&handle) makes a tool, serialize(handle, &item) stores it, written
+// as seed `name`; clear(handle) closes the tool.
+template <class Make, class Serialize, class Clear>
+bool WriteToolItem(const std::string& dir, const char* name, Make make, Serialize serialize,
+                   Clear clear) {
+  Vlong handle = -1, item = -1;
+  bool ok = make(&handle) == VRESULT_OK;
+  if (ok) {
+    ok = serialize(handle, &item) == VRESULT_OK && WriteItem(dir, name, item);
+    clear(handle);
+  }
+  if (!ok) std::fprintf(stderr, "cannot write %s\n", name);
+  return ok;
+}
+
+// Seeds of the items of every tool the runtime stores.
+bool WriteToolItems(const std::string& dir) {
+  const Vobject square = SquareImage();
+  bool ok = WriteToolItem(
+      dir, "measure.item",
+      [](Vlong* h) { return gen_measure_rectangle2(20.0, 20.0, 0.3, 15.0, 3.0, 64, 48, "bilinear", h); },
+      [](Vlong h, Vlong* i) { return serialize_measure(h, i); }, [](Vlong h) { return close_measure(h); });
+  ok = WriteToolItem(
+           dir, "metrology.item",
+           [](Vlong* h) {
+             unsigned int rc = create_metrology_model(h);
+             if (rc == VRESULT_OK) rc = set_metrology_model_image_size(*h, 64, 48);
+             Vlong index = 0;
+             if (rc == VRESULT_OK)
+               rc = add_metrology_object_circle_measure(VTuple(*h), VTuple(24.0), VTuple(24.0), VTuple(10.0),
+                                                        VTuple(5.0), VTuple(2.0), VTuple(1.0), VTuple(30.0),
+                                                        VTuple(), VTuple(), &index);
+             return rc;
+           },
+           [](Vlong h, Vlong* i) { return serialize_metrology_model(h, i); },
+           [](Vlong h) { return clear_metrology_model(h); }) &&
+       ok;
+  ok = WriteToolItem(
+           dir, "bar_code.item", [](Vlong* h) { return create_bar_code_model(VTuple(), VTuple(), h); },
+           [](Vlong h, Vlong* i) { return serialize_bar_code_model(h, i); },
+           [](Vlong h) { return clear_bar_code_model(h); }) &&
+       ok;
+  ok = WriteToolItem(
+           dir, "data_code.item",
+           [](Vlong* h) { return create_data_code_2d_model("QR Code", VTuple(), VTuple(), h); },
+           [](Vlong h, Vlong* i) { return serialize_data_code_2d_model(h, i); },
+           [](Vlong h) { return clear_data_code_2d_model(h); }) &&
+       ok;
+  ok = WriteToolItem(
+           dir, "shape_model.item",
+           [&](Vlong* h) {
+             return create_shape_model(square, VTuple(Vlong{2}), 0.0, 1.0, VTuple(0.1), "none",
+                                       "use_polarity", VTuple(Vlong{30}), VTuple(Vlong{10}), h);
+           },
+           [](Vlong h, Vlong* i) { return serialize_shape_model(h, i); },
+           [](Vlong h) { return clear_shape_model(h); }) &&
+       ok;
+  ok = WriteToolItem(
+           dir, "ncc_model.item",
+           [&](Vlong* h) { return create_ncc_model(square, VTuple(Vlong{2}), 0.0, 1.0, VTuple(0.1), "use_polarity", h); },
+           [](Vlong h, Vlong* i) { return serialize_ncc_model(h, i); },
+           [](Vlong h) { return clear_ncc_model(h); }) &&
+       ok;
+  ok = WriteToolItem(
+           dir, "template.item",
+           [&](Vlong* h) { return create_template(square, 255, 2, "sort", "original", h); },
+           [](Vlong h, Vlong* i) { return serialize_template(h, i); },
+           [](Vlong h) { return clear_template(h); }) &&
+       ok;
+  return ok;
+}
+
 bool WriteSerialized(const std::string& dir) {
   Vlong item = 0, matrix = 0;
   Vobject region;
@@ -129,7 +210,7 @@ bool WriteSerialized(const std::string& dir) {
   } else {
     ok = false;
   }
-  return ok;
+  return WriteToolItems(dir) && ok;
 }
 
 // The frames the runtime sends, caught on a plain TCP socket: `send` writes
