@@ -1,6 +1,6 @@
 // What a model made from an image would hold. determine_shape_model_params
 // gives the values "auto" resolves to; inspect_shape_model, for the given
-// NumLevels and Contrast, For each level it gives the pyramid
+// NumLevels and Contrast, gives for each level the pyramid
 // image (pixel type real, 2x2 means of the level below) whose domain is
 // the model region on that level (pixels at least half covered), and the
 // region of the pixels the level's model points lie on.
