@@ -181,15 +181,12 @@ VEXA_OPERATOR(apply_metrology_model) {
 }
 
 VEXA_OPERATOR(get_metrology_object_num_instances) {
-  std::shared_ptr<MetrologyTool> tool;
-  std::unique_lock<std::mutex> lock;
-  std::vector<Vlong> indices;
-  Vresult rc = InpMetrology(ctx, 0, &tool, &lock);
-  if (rc == VRESULT_OK) rc = InpObjectIndices(ctx, 1, tool->model(), &indices);
+  ChosenObjects chosen;
+  Vresult rc = InpChosenObjects(ctx, &chosen);
   if (rc != VRESULT_OK) return rc;
   std::vector<double> counts;
-  for (Vlong i : indices)
-    counts.push_back(static_cast<double>(tool->model().objects[i].instances.size()));
+  for (Vlong i : chosen.indices)
+    counts.push_back(static_cast<double>(chosen.tool->model().objects[i].instances.size()));
   return ctx.SetOutpDoubles(0, counts);
 }
 
@@ -243,18 +240,15 @@ VEXA_OPERATOR(get_metrology_object_result_contour) {
 }
 
 VEXA_OPERATOR(get_metrology_object_model_contour) {
-  std::shared_ptr<MetrologyTool> tool;
-  std::unique_lock<std::mutex> lock;
-  std::vector<Vlong> indices;
+  ChosenObjects chosen;
   double resolution = 0;
   Vresult rc = InpResolution(ctx, 2, &resolution);
-  if (rc == VRESULT_OK) rc = InpMetrology(ctx, 0, &tool, &lock);
-  if (rc == VRESULT_OK) rc = InpObjectIndices(ctx, 1, tool->model(), &indices);
+  if (rc == VRESULT_OK) rc = InpChosenObjects(ctx, &chosen);
   if (rc != VRESULT_OK) return rc;
   NewKeys out;
-  for (Vlong i : indices) {
-    const MetrologyObject& o = tool->model().objects[i];
-    rc = EmitOutline(out, OutlinePoints(o.shape, AlignedShape(tool->model(), o), resolution));
+  for (Vlong i : chosen.indices) {
+    const MetrologyObject& o = chosen.tool->model().objects[i];
+    rc = EmitOutline(out, OutlinePoints(o.shape, AlignedShape(chosen.tool->model(), o), resolution));
     if (rc != VRESULT_OK) return rc;
   }
   return out.HandOver(ctx, 1);
@@ -264,9 +258,7 @@ VEXA_OPERATOR(get_metrology_object_model_contour) {
 // contours, and the edges they found of the polarity `transition` asks
 // for ("all", "positive", "negative").
 VEXA_OPERATOR(get_metrology_object_measures) {
-  std::shared_ptr<MetrologyTool> tool;
-  std::unique_lock<std::mutex> lock;
-  std::vector<Vlong> indices;
+  ChosenObjects chosen;
   const char* transition = nullptr;
   Vresult rc = ctx.GetString(2, &transition);
   double sign = 0;
@@ -275,13 +267,12 @@ VEXA_OPERATOR(get_metrology_object_measures) {
     else if (std::strcmp(transition, "negative") == 0) sign = -1;
     else if (std::strcmp(transition, "all") != 0) rc = VERR_CTRL_VALUE(2);
   }
-  if (rc == VRESULT_OK) rc = InpMetrology(ctx, 0, &tool, &lock);
-  if (rc == VRESULT_OK) rc = InpObjectIndices(ctx, 1, tool->model(), &indices);
+  if (rc == VRESULT_OK) rc = InpChosenObjects(ctx, &chosen);
   if (rc != VRESULT_OK) return rc;
   NewKeys out;
   std::vector<double> rows, cols;
-  for (Vlong i : indices) {
-    const MetrologyObject& o = tool->model().objects[i];
+  for (Vlong i : chosen.indices) {
+    const MetrologyObject& o = chosen.tool->model().objects[i];
     for (const MetrologyMeasure& m : o.measures) {
       const MeasureGeometry& g = m.geometry;
       std::vector<std::pair<double, double>> corners =

@@ -125,13 +125,10 @@ VEXA_OPERATOR(add_metrology_object_generic) {
 }
 
 VEXA_OPERATOR(clear_metrology_object) {
-  std::shared_ptr<MetrologyTool> tool;
-  std::unique_lock<std::mutex> lock;
-  std::vector<Vlong> indices;
-  Vresult rc = InpMetrology(ctx, 0, &tool, &lock);
-  if (rc == VRESULT_OK) rc = InpObjectIndices(ctx, 1, tool->model(), &indices);
+  ChosenObjects chosen;
+  Vresult rc = InpChosenObjects(ctx, &chosen);
   if (rc != VRESULT_OK) return rc;
-  for (Vlong i : indices) tool->model().objects.erase(i);
+  for (Vlong i : chosen.indices) chosen.tool->model().objects.erase(i);
   return VRESULT_OK;
 }
 
@@ -153,48 +150,39 @@ VEXA_OPERATOR(get_metrology_object_indices) {
 }
 
 VEXA_OPERATOR(set_metrology_object_param) {
-  std::shared_ptr<MetrologyTool> tool;
-  std::unique_lock<std::mutex> lock;
-  std::vector<Vlong> indices;
-  Vresult rc = InpMetrology(ctx, 0, &tool, &lock);
-  if (rc == VRESULT_OK) rc = InpObjectIndices(ctx, 1, tool->model(), &indices);
+  ChosenObjects chosen;
+  Vresult rc = InpChosenObjects(ctx, &chosen);
   // All objects or none: check the values on copies first.
   std::vector<MetrologyParams> changed;
-  for (size_t i = 0; rc == VRESULT_OK && i < indices.size(); ++i) {
-    changed.push_back(tool->model().objects[indices[i]].params);
+  for (size_t i = 0; rc == VRESULT_OK && i < chosen.indices.size(); ++i) {
+    changed.push_back(chosen.tool->model().objects[chosen.indices[i]].params);
     rc = SetMetrologyParams(ctx, 2, &changed.back());
   }
   if (rc != VRESULT_OK) return rc;
-  for (size_t i = 0; i < indices.size(); ++i) tool->model().objects[indices[i]].params = changed[i];
+  for (size_t i = 0; i < chosen.indices.size(); ++i) chosen.tool->model().objects[chosen.indices[i]].params = changed[i];
   return VRESULT_OK;
 }
 
 VEXA_OPERATOR(get_metrology_object_param) {
-  std::shared_ptr<MetrologyTool> tool;
-  std::unique_lock<std::mutex> lock;
-  std::vector<Vlong> indices;
+  ChosenObjects chosen;
   std::vector<const char*> names;
-  Vresult rc = InpMetrology(ctx, 0, &tool, &lock);
-  if (rc == VRESULT_OK) rc = InpObjectIndices(ctx, 1, tool->model(), &indices);
+  Vresult rc = InpChosenObjects(ctx, &chosen);
   if (rc == VRESULT_OK) rc = ctx.GetStrings(2, names);
   if (rc == VRESULT_OK && names.empty()) rc = VERR_CTRL_NUM(2);
   if (rc != VRESULT_OK) return rc;
   CtrlValues out;
-  for (Vlong i : indices)
+  for (Vlong i : chosen.indices)
     for (const char* name : names)
-      if (!GetMetrologyParam(tool->model().objects[i], name, &out)) return VERR_CTRL_VALUE(2);
+      if (!GetMetrologyParam(chosen.tool->model().objects[i], name, &out)) return VERR_CTRL_VALUE(2);
   return ctx.SetOutpValues(0, out);
 }
 
 // Every parameter but the shape back to its default.
 VEXA_OPERATOR(reset_metrology_object_param) {
-  std::shared_ptr<MetrologyTool> tool;
-  std::unique_lock<std::mutex> lock;
-  std::vector<Vlong> indices;
-  Vresult rc = InpMetrology(ctx, 0, &tool, &lock);
-  if (rc == VRESULT_OK) rc = InpObjectIndices(ctx, 1, tool->model(), &indices);
+  ChosenObjects chosen;
+  Vresult rc = InpChosenObjects(ctx, &chosen);
   if (rc != VRESULT_OK) return rc;
-  for (Vlong i : indices) tool->model().objects[i].params = MetrologyParams{};
+  for (Vlong i : chosen.indices) chosen.tool->model().objects[i].params = MetrologyParams{};
   return VRESULT_OK;
 }
 
@@ -255,16 +243,13 @@ VEXA_OPERATOR(align_metrology_model) {
 
 // A new model with the chosen objects (same indices, no results).
 VEXA_OPERATOR(copy_metrology_model) {
-  std::shared_ptr<MetrologyTool> tool;
-  std::unique_lock<std::mutex> lock;
-  std::vector<Vlong> indices;
-  Vresult rc = InpMetrology(ctx, 0, &tool, &lock);
-  if (rc == VRESULT_OK) rc = InpObjectIndices(ctx, 1, tool->model(), &indices);
+  ChosenObjects chosen;
+  Vresult rc = InpChosenObjects(ctx, &chosen);
   if (rc != VRESULT_OK) return rc;
-  MetrologyModel copy = tool->model();
+  MetrologyModel copy = chosen.tool->model();
   copy.objects.clear();
-  for (Vlong i : indices) {
-    MetrologyObject o = tool->model().objects[i];
+  for (Vlong i : chosen.indices) {
+    MetrologyObject o = chosen.tool->model().objects[i];
     o.measures.clear();
     o.edges.clear();
     o.instances.clear();
@@ -273,20 +258,17 @@ VEXA_OPERATOR(copy_metrology_model) {
   return OutpNewTool(ctx, 0, std::make_shared<MetrologyTool>(std::move(copy)));
 }
 
-// Copies of the chosen objects in the same model, under new indices.
+// Copies of the chosen objects in the same model, under new chosen.indices.
 VEXA_OPERATOR(copy_metrology_object) {
-  std::shared_ptr<MetrologyTool> tool;
-  std::unique_lock<std::mutex> lock;
-  std::vector<Vlong> indices;
-  Vresult rc = InpMetrology(ctx, 0, &tool, &lock);
-  if (rc == VRESULT_OK) rc = InpObjectIndices(ctx, 1, tool->model(), &indices);
+  ChosenObjects chosen;
+  Vresult rc = InpChosenObjects(ctx, &chosen);
   if (rc != VRESULT_OK) return rc;
-  MetrologyModel& m = tool->model();
+  MetrologyModel& m = chosen.tool->model();
   std::vector<Vlong> copies;
-  for (size_t k = 0; k < indices.size(); ++k) copies.push_back(m.next_index + static_cast<Vlong>(k));
+  for (size_t k = 0; k < chosen.indices.size(); ++k) copies.push_back(m.next_index + static_cast<Vlong>(k));
   rc = ctx.SetOutpLongs(0, copies);
   if (rc != VRESULT_OK) return rc;
-  for (Vlong i : indices) m.objects[m.next_index++] = m.objects[i];
+  for (Vlong i : chosen.indices) m.objects[m.next_index++] = m.objects[i];
   return VRESULT_OK;
 }
 
@@ -296,23 +278,20 @@ VEXA_OPERATOR(copy_metrology_object) {
 // (a line's direction; none for circles) at phi. One value for all
 // objects or one each.
 VEXA_OPERATOR(transform_metrology_object) {
-  std::shared_ptr<MetrologyTool> tool;
-  std::unique_lock<std::mutex> lock;
-  std::vector<Vlong> indices;
+  ChosenObjects chosen;
   const char* mode = nullptr;
   Vresult rc = ctx.GetString(5, &mode);
   const bool relative = rc == VRESULT_OK && std::strcmp(mode, "relative") == 0;
   if (rc == VRESULT_OK && !relative && std::strcmp(mode, "absolute") != 0) rc = VERR_CTRL_VALUE(5);
-  if (rc == VRESULT_OK) rc = InpMetrology(ctx, 0, &tool, &lock);
-  if (rc == VRESULT_OK) rc = InpObjectIndices(ctx, 1, tool->model(), &indices);
+  if (rc == VRESULT_OK) rc = InpChosenObjects(ctx, &chosen);
   std::vector<double> rows, cols, phis;
-  if (rc == VRESULT_OK) rc = InpPerObject(ctx, 2, indices.size(), &rows);
-  if (rc == VRESULT_OK) rc = InpPerObject(ctx, 3, indices.size(), &cols);
-  if (rc == VRESULT_OK) rc = InpPerObject(ctx, 4, indices.size(), &phis);
+  if (rc == VRESULT_OK) rc = InpPerObject(ctx, 2, chosen.indices.size(), &rows);
+  if (rc == VRESULT_OK) rc = InpPerObject(ctx, 3, chosen.indices.size(), &cols);
+  if (rc == VRESULT_OK) rc = InpPerObject(ctx, 4, chosen.indices.size(), &phis);
   if (rc != VRESULT_OK) return rc;
   std::vector<std::vector<double>> moved;
-  for (size_t k = 0; k < indices.size(); ++k) {
-    const MetrologyObject& o = tool->model().objects[indices[k]];
+  for (size_t k = 0; k < chosen.indices.size(); ++k) {
+    const MetrologyObject& o = chosen.tool->model().objects[chosen.indices[k]];
     MetrologyPose pose{rows[k], cols[k], phis[k]};
     if (!relative) {
       MetrologyPose target = pose;
@@ -322,7 +301,7 @@ VEXA_OPERATOR(transform_metrology_object) {
     moved.push_back(MoveShape(o.shape, o.shape_params, pose));
     if (!ValidShape(o.shape, moved.back())) return VERR_CTRL_VALUE(2);
   }
-  for (size_t k = 0; k < indices.size(); ++k) tool->model().objects[indices[k]].shape_params = moved[k];
+  for (size_t k = 0; k < chosen.indices.size(); ++k) chosen.tool->model().objects[chosen.indices[k]].shape_params = moved[k];
   return VRESULT_OK;
 }
 

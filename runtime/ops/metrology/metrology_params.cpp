@@ -241,6 +241,11 @@ Vresult InpObjectIndices(const OpContext& ctx, int par, const MetrologyModel& m,
   return VRESULT_OK;
 }
 
+Vresult InpChosenObjects(const OpContext& ctx, ChosenObjects* chosen) {
+  const Vresult rc = InpMetrology(ctx, 0, &chosen->tool, &chosen->lock);
+  return rc == VRESULT_OK ? InpObjectIndices(ctx, 1, chosen->tool->model(), &chosen->indices) : rc;
+}
+
 Vresult InpCoordinate(const OpContext& ctx, int par, double* v) {
   const Vresult rc = ctx.GetDouble(par, v);
   if (rc != VRESULT_OK) return rc;

@@ -56,6 +56,15 @@ Vresult InpMetrology(const OpContext& ctx, int par, std::shared_ptr<MetrologyToo
 Vresult InpObjectIndices(const OpContext& ctx, int par, const MetrologyModel& m,
                          std::vector<Vlong>* indices);
 
+// The model of the handle at input 0, locked while the struct lives, and
+// the objects that input 1 chooses (as InpObjectIndices reads them).
+struct ChosenObjects {
+  std::shared_ptr<MetrologyTool> tool;
+  std::unique_lock<std::mutex> lock;
+  std::vector<Vlong> indices;
+};
+Vresult InpChosenObjects(const OpContext& ctx, ChosenObjects* chosen);
+
 // One real or integer value at `par` as a double, within +-1e7.
 Vresult InpCoordinate(const OpContext& ctx, int par, double* v);
 
