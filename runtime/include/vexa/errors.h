@@ -53,6 +53,10 @@
 #define VERR_INTERNAL 9006u             /* internal error of the runtime */
 #define VERR_WINDOW_STACK_EMPTY 9101u   /* window stack is empty */
 #define VERR_WINDOW_INVALID 9102u       /* not an open window */
+#define VERR_NO_DISPLAY 9103u           /* no display for interactive input */
+#define VERR_WINDOW_MODE 9104u          /* display mode not supported */
+#define VERR_DISPLAY_OPEN 9105u         /* the display refused a window */
+#define VERR_DRAW_CANCELLED 9106u       /* window closed while drawing */
 
 #define VERR_HANDLE_INVALID 9201u       /* value was never a tool handle */
 #define VERR_HANDLE_TYPE 9202u          /* handle of another kind of tool */
