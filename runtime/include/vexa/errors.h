@@ -76,6 +76,9 @@
 #define VERR_GRAB_SOURCE 9230u          /* frame grabber source unusable */
 #define VERR_FILE_MODE 9231u            /* file not open for this access */
 #define VERR_SYMBOLOGY 9250u            /* code type not supported by the decoder */
+#define VERR_CODE_DESCR 9251u           /* not a bar code description */
+#define VERR_CODE_RESULT_NA 9252u       /* result not available for this code */
+#define VERR_CODE_UNREADABLE 9253u      /* elements or modules form no readable code */
 #define VERR_MODEL_POINTS 9260u         /* model has too few edge points */
 
 #endif /* VEXA_ERRORS_H */
