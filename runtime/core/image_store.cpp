@@ -90,23 +90,35 @@ size_t PixelBuffer::pixel_bytes() const {
   return static_cast<size_t>(num_pixels()) * PixelSize(type_);
 }
 
-Vresult PixelBuffer::Create(PixelType type, int32_t width, int32_t height,
-                            std::unique_ptr<PixelBuffer>* out) {
+Vresult PixelBuffer::Allocate(PixelType type, int32_t width, int32_t height,
+                              bool cleared, std::unique_ptr<PixelBuffer>* out) {
   if (width < 1 || height < 1) return VERR_IMAGE_SIZE;
   if (width > kMaxImageSide || height > kMaxImageSide) return VERR_TOO_LARGE;
   // Both sides are below 2^15, so the product cannot overflow size_t.
   const size_t bytes = static_cast<size_t>(width) * height * PixelSize(type);
   if (bytes > kMaxChannelBytes) return VERR_TOO_LARGE;
-  auto* data = static_cast<unsigned char*>(
-      std::calloc(bytes + PixelSize(type), 1));
+  const size_t total = bytes + PixelSize(type);
+  auto* data = static_cast<unsigned char*>(cleared ? std::calloc(total, 1)
+                                                   : std::malloc(total));
   if (data == nullptr) return VERR_OUT_OF_MEMORY;
+  if (!cleared) std::memset(data + bytes, 0, PixelSize(type));  // the border cell
   out->reset(new PixelBuffer(type, width, height, data));
   return VRESULT_OK;
 }
 
+Vresult PixelBuffer::Create(PixelType type, int32_t width, int32_t height,
+                            std::unique_ptr<PixelBuffer>* out) {
+  return Allocate(type, width, height, true, out);
+}
+
+Vresult PixelBuffer::CreateUncleared(PixelType type, int32_t width, int32_t height,
+                                     std::unique_ptr<PixelBuffer>* out) {
+  return Allocate(type, width, height, false, out);
+}
+
 Vresult PixelBuffer::Clone(std::unique_ptr<PixelBuffer>* out) const {
   std::unique_ptr<PixelBuffer> copy;
-  const Vresult err = Create(type_, width_, height_, &copy);
+  const Vresult err = CreateUncleared(type_, width_, height_, &copy);
   if (err != VRESULT_OK) return err;
   std::memcpy(copy->data_, data_, pixel_bytes() + PixelSize(type_));
   *out = std::move(copy);

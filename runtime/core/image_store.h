@@ -60,6 +60,11 @@ class PixelBuffer {
   // failed allocation VERR_OUT_OF_MEMORY.
   static Vresult Create(PixelType type, int32_t width, int32_t height,
                         std::unique_ptr<PixelBuffer>* out);
+  // The same checks and codes, but the pixels are left as the allocator
+  // hands them over (only the border cell is set): for results that write
+  // every pixel, where clearing first would cost a whole extra pass.
+  static Vresult CreateUncleared(PixelType type, int32_t width, int32_t height,
+                                 std::unique_ptr<PixelBuffer>* out);
   // A copy of the pixels (border cell included). The copy has no release
   // hook: the hook stays with the buffer that other images still use.
   Vresult Clone(std::unique_ptr<PixelBuffer>* out) const;
@@ -97,10 +102,12 @@ class PixelBuffer {
  private:
   PixelBuffer(PixelType type, int32_t width, int32_t height,
               unsigned char* data);
+  static Vresult Allocate(PixelType type, int32_t width, int32_t height,
+                          bool cleared, std::unique_ptr<PixelBuffer>* out);
   PixelType type_;
   int32_t width_;
   int32_t height_;
-  unsigned char* data_;  // calloc'd: pixel_bytes() + one pixel
+  unsigned char* data_;  // malloc'd: pixel_bytes() + one pixel
   ReleaseFn release_ = nullptr;
   void* release_arg_ = nullptr;
 };
