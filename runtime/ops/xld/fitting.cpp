@@ -15,26 +15,6 @@ namespace vexa {
 namespace xld {
 namespace {
 
-struct Line {
-  double r, c;    // a point on the line (the weighted centre)
-  double dr, dc;  // unit direction
-};
-
-Line FitLine(const std::vector<Pt>& p, const std::vector<double>& w) {
-  double sw = 0, mr = 0, mc = 0;
-  for (size_t i = 0; i < p.size(); ++i) sw += w[i], mr += w[i] * p[i].r, mc += w[i] * p[i].c;
-  if (sw <= 0) return {p[0].r, p[0].c, 0, 1};
-  mr /= sw, mc /= sw;
-  double srr = 0, scc = 0, src = 0;
-  for (size_t i = 0; i < p.size(); ++i) {
-    const double a = p[i].r - mr, b = p[i].c - mc;
-    srr += w[i] * a * a, scc += w[i] * b * b, src += w[i] * a * b;
-  }
-  // Direction of the larger eigenvalue of the scatter matrix.
-  const double theta = 0.5 * std::atan2(2 * src, scc - srr);
-  return {mr, mc, std::sin(theta), std::cos(theta)};
-}
-
 struct CircleFit {
   double r, c, radius;
 };

@@ -47,6 +47,16 @@ Vresult ReadFitOptions(const OpContext& ctx, const FitParams& pars, FitOptions* 
 
 FitPoints SelectFitPoints(const Xld& x, const FitOptions& o);
 
+// A line by weighted total least squares: through the weighted centre,
+// along the eigenvector of the larger eigenvalue of the scatter matrix.
+// With no weight at all, the line through the first point along the
+// column axis.
+struct Line {
+  double r, c;    // a point on the line (the weighted centre)
+  double dr, dc;  // unit direction
+};
+Line FitLine(const std::vector<Pt>& p, const std::vector<double>& w);
+
 // New weights from residuals; all 1 for kNone.
 void RobustWeights(Weighting w, double clipping_factor, const std::vector<double>& residuals,
                    std::vector<double>* weights);
