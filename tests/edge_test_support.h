@@ -87,4 +87,23 @@ inline void ExpectFiltered(const Vobject& result, const TestImage& in, const std
     }
 }
 
+// A real image of f(r, c) under `domain`.
+inline TestImage FunctionImage(int w, int h, const std::vector<uint8_t>& domain,
+                               const std::function<double(int, int)>& f) {
+  std::mt19937 gen(1);
+  TestImage t = image_test::MakeImage("real", w, h, domain, gen, 0, 0);
+  std::vector<float> values;
+  for (int r = 0; r < h; ++r)
+    for (int c = 0; c < w; ++c) values.push_back(static_cast<float>(f(r, c)));
+  Vobject full;
+  EXPECT_EQ(Vexa::gen_image1(&full, "real", w, h,
+                             static_cast<Vlong>(reinterpret_cast<uintptr_t>(values.data()))),
+            VRESULT_OK);
+  Vobject reduced;
+  EXPECT_EQ(Vexa::reduce_domain(full, image_test::RegionOf(domain, w, h), &reduced), VRESULT_OK);
+  t.image = reduced;
+  for (size_t k = 0; k < values.size(); ++k) t.value[k] = values[k];
+  return t;
+}
+
 }  // namespace edge_test

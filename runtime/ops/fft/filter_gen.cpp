@@ -1,6 +1,7 @@
-// Frequency-domain filters for convol_fft, as real images of width x
-// height: gen_lowpass, gen_highpass, gen_bandpass, gen_bandfilter,
-// gen_gauss_filter, gen_mean_filter, gen_std_bandpass, gen_sin_bandpass.
+// Frequency-domain filters for convol_fft, as images of width x height:
+// gen_lowpass, gen_highpass, gen_bandpass, gen_bandfilter,
+// gen_gauss_filter, gen_mean_filter, gen_std_bandpass, gen_sin_bandpass,
+// gen_gabor (real) and gen_derivative_filter (complex).
 //
 // Pixel (r, c) stands for the frequency (fu, fv), fu along the columns and
 // fv along the rows (pointing up) in cycles per pixel, -0.5 <= fu, fv <
@@ -9,7 +10,9 @@
 // radial frequency sqrt(fu^2 + fv^2). norm "none" leaves the values, "n"
 // divides them by width * height.
 #include <cmath>
+#include <complex>
 #include <cstring>
+#include <type_traits>
 
 #include "ops/fft/spectrum.h"
 #include "ops/image/image_op_util.h"
@@ -44,10 +47,13 @@ Vresult ReadLayout(const OpContext& ctx, int first, Layout* layout) {
   return VRESULT_OK;
 }
 
-// Makes the filter image of value(fu, fv) into output object 1.
+// Makes the filter image of value(fu, fv) into output object 1: a real
+// image, or a complex one when value returns std::complex<double>.
 template <class Value>
 Vresult MakeFilter(OpContext& ctx, const Layout& layout, Value&& value) {
-  cv::Mat values(layout.height, layout.width, CV_64F);
+  using Result = decltype(value(0.0, 0.0));
+  constexpr bool kComplex = std::is_same<Result, std::complex<double>>::value;
+  cv::Mat values(layout.height, layout.width, kComplex ? CV_64FC2 : CV_64F);
   for (int r = 0; r < layout.height; ++r)
     for (int c = 0; c < layout.width; ++c) {
       // Index of the frequency, from -n/2 to (n-1)/2.
@@ -55,11 +61,13 @@ Vresult MakeFilter(OpContext& ctx, const Layout& layout, Value&& value) {
       int v = layout.centered ? r - layout.height / 2 : r;
       if (!layout.centered && u >= (layout.width + 1) / 2) u -= layout.width;
       if (!layout.centered && v >= (layout.height + 1) / 2) v -= layout.height;
-      values.at<double>(r, c) =
-          value(double(u) / layout.width, -double(v) / layout.height) * layout.scale;
+      const Result z = value(double(u) / layout.width, -double(v) / layout.height) * layout.scale;
+      if constexpr (kComplex) values.at<cv::Vec2d>(r, c) = cv::Vec2d(z.real(), z.imag());
+      else values.at<double>(r, c) = z;
     }
   Vkey key = VKEY_UNDEF;
-  const Vresult rc = NewImageOfValues(values, PixelType::kReal, &key);
+  const Vresult rc = kComplex ? NewComplexImage(values, &key)
+                              : NewImageOfValues(values, PixelType::kReal, &key);
   if (rc != VRESULT_OK) return rc;
   NewKeys out;
   out.Add(key);
@@ -185,6 +193,68 @@ VEXA_OPERATOR(gen_sin_bandpass) {
   return MakeFilter(ctx, layout, [&](double fu, double fv) {
     const double rho = std::hypot(fu, fv);
     return rho <= 2 * f ? std::sin(M_PI * rho / (2 * f)) : 0.0;
+  });
+}
+
+// gen_gabor: the spectrum of a Gabor filter pair, a wave of `frequency`
+// (cycles per pixel) along `angle` (radians, counter-clockwise from the
+// column axis) under a Gaussian envelope of sigma `bandwidth` along the
+// wave and `orientation` across it (pixels). The image holds the lobe
+// around +frequency positive and its mirror around -frequency negative,
+// split at the line through the zero frequency across `angle`: its
+// magnitude is the spectrum of the even (cosine) filter, the value itself
+// times -i that of the odd (sine) one, which convol_gabor builds from it.
+VEXA_OPERATOR(gen_gabor) {
+  double angle, f, along, across;
+  Vresult rc = ctx.GetDouble(0, &angle);
+  if (rc == VRESULT_OK) rc = ReadFrequency(ctx, 1, &f);
+  if (rc == VRESULT_OK) rc = ctx.GetDouble(2, &along);
+  if (rc == VRESULT_OK) rc = ctx.GetDouble(3, &across);
+  if (rc != VRESULT_OK) return rc;
+  if (!std::isfinite(angle)) return VERR_CTRL_VALUE(0);
+  if (f > 1e6) return VERR_CTRL_VALUE(1);
+  if (!(along > 0 && along < 1e6)) return VERR_CTRL_VALUE(2);
+  if (!(across > 0 && across < 1e6)) return VERR_CTRL_VALUE(3);
+  Layout layout;
+  rc = ReadLayout(ctx, 4, &layout);
+  if (rc != VRESULT_OK) return rc;
+  const double cs = std::cos(angle), sn = std::sin(angle);
+  return MakeFilter(ctx, layout, [&](double fu, double fv) {
+    const double a = fu * cs + fv * sn, b = -fu * sn + fv * cs;
+    if (a == 0) return 0.0;
+    const double d = std::fabs(a) - f;
+    const double lobe = std::exp(-2.0 * M_PI * M_PI * (along * along * d * d + across * across * b * b));
+    return a > 0 ? lobe : -lobe;
+  });
+}
+
+// gen_derivative_filter: the spectrum of a partial derivative, "x" along
+// the columns and "y" along the rows (downward), up to third order (x
+// before y: "xxy"), for a transform back with kernel exp(exponent 2 pi i
+// ...): the product of exponent 2 pi i f per order. Odd orders are 0 at
+// the highest frequency of an even side, whose sign is undefined.
+VEXA_OPERATOR(gen_derivative_filter) {
+  const char* name = nullptr;
+  Vlong exponent = 0;
+  Vresult rc = ctx.GetString(0, &name);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(1, &exponent);
+  if (rc != VRESULT_OK) return rc;
+  const size_t len = std::strlen(name);
+  const size_t nx = std::strspn(name, "x");
+  const size_t ny = std::strspn(name + nx, "y");
+  if (len < 1 || len > 3 || nx + ny != len) return VERR_CTRL_VALUE(0);
+  if (exponent != 1 && exponent != -1) return VERR_CTRL_VALUE(1);
+  Layout layout;
+  rc = ReadLayout(ctx, 2, &layout);
+  if (rc != VRESULT_OK) return rc;
+  const std::complex<double> step(0.0, double(exponent) * 2.0 * M_PI);
+  auto factor = [&](double f, size_t order) {
+    if (order % 2 == 1 && std::fabs(f) == 0.5) return std::complex<double>(0.0);
+    return std::pow(step * f, static_cast<int>(order));
+  };
+  return MakeFilter(ctx, layout, [&](double fu, double fv) {
+    // fv counts upward; the row derivative runs downward.
+    return factor(fu, nx) * factor(-fv, ny);
   });
 }
 
