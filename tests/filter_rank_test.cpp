@@ -1,7 +1,8 @@
 // Rank filters and the filters of local statistics against sorted
 // neighbourhoods written out per pixel, with every border mode, on every
-// pixel type the filters take (byte runs the histogram and medianBlur
-// paths), a domain with holes and a 1 x 1 image; then the checks.
+// pixel type the filters take (byte runs the histogram, selection and
+// medianBlur paths), a domain with holes and a 1 x 1 image; then the
+// checks.
 #include <map>
 #include <numeric>
 
@@ -35,7 +36,7 @@ TEST_P(RankTypes, RankFiltersPickTheRightValue) {
   for (const TestImage& im : FilterInputs(type, gen)) {
     Vobject out;
     for (const auto& [name, edge] : borders) {
-      for (int radius : {1, 2, 5}) {
+      for (int radius : {1, 2, 3, 5}) {
         for (const char* shape : {"circle", "square"}) {
           const std::vector<Offset> o = std::string(shape) == "circle"
                                             ? DiscOffsets(radius)
@@ -155,6 +156,25 @@ TEST_P(RankTypes, StatisticFiltersFollowTheirDefinitions) {
 INSTANTIATE_TEST_SUITE_P(Types, RankTypes, ::testing::ValuesIn(kTypes));
 
 class RankChecks : public LeakCheckedTest {};
+
+// Byte discs of radius 2 and 3 take the selection path, sixteen pixels at
+// a time: rows of several vectors and a remainder, under a domain whose
+// chords start and end anywhere, and a domain one column wide.
+TEST_F(RankChecks, SmallByteDiscMediansMatchSortedNeighbourhoods) {
+  std::mt19937 gen(24);
+  std::vector<uint8_t> column(75 * 6, 0);
+  for (int r = 0; r < 6; ++r) column[r * 75 + 40] = 1;
+  for (const TestImage& im : {RandomImage("byte", 75, 6, gen), RandomImage("byte", 75, 6, gen, true),
+                              MakeImage("byte", 75, 6, column, gen, 0, 255)})
+    for (int radius : {2, 3}) {
+      const std::vector<Offset> o = DiscOffsets(radius);
+      Vobject out;
+      ASSERT_EQ(median_image(im.image, &out, "circle", radius, "continued"), VRESULT_OK);
+      ExpectFiltered(out, im, [&](int r, int c) {
+        return Rank(Around(im, r, c, o, Edge::kContinued), o.size() / 2);
+      }, 0, "disc " + std::to_string(radius));
+    }
+}
 
 TEST_F(RankChecks, BadRanksMasksAndTypesAreRefused) {
   std::mt19937 gen(23);

@@ -5,6 +5,8 @@
 
 #include <opencv2/imgproc.hpp>
 
+#include "ops/filter/byte_median_select.h"
+
 namespace vexa {
 namespace {
 
@@ -45,6 +47,12 @@ bool IsSquareMedian(const NeighbourMask& mask, int k) {
   const int side = 2 * mask.ry() + 1;
   return mask.ry() > 0 && mask.ry() == mask.rx() && mask.count() == side * side &&
          k == mask.count() / 2;
+}
+
+// A mask small enough for the median by selection, and a median asked for.
+bool IsSmallMedian(const NeighbourMask& mask, int k) {
+  const int n = mask.count();
+  return n % 2 == 1 && n >= 3 && n <= kMaxSelectMedianCount && k == n / 2;
 }
 
 // Byte ranks by the running histogram over `rect`.
@@ -99,6 +107,9 @@ void RankFilter(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
                 const NeighbourMask& mask, const Border& border, int k) {
   if (src.depth() == CV_8U && IsSquareMedian(mask, k)) {
     SquareMedian(src, dst, rect, mask, border, k);
+  } else if (src.depth() == CV_8U && IsSmallMedian(mask, k)) {
+    cv::Mat out = dst(rect);
+    SelectMedianBytes(BorderedTile(src, rect, mask.ry(), mask.rx(), border), mask, out);
   } else if (src.depth() == CV_8U) {
     HistogramRank(src, dst, rect, mask, border, k);
   } else {
