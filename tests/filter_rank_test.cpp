@@ -157,9 +157,10 @@ INSTANTIATE_TEST_SUITE_P(Types, RankTypes, ::testing::ValuesIn(kTypes));
 
 class RankChecks : public LeakCheckedTest {};
 
-// Byte discs of radius 2 and 3 take the selection path, sixteen pixels at
-// a time: rows of several vectors and a remainder, under a domain whose
-// chords start and end anywhere, and a domain one column wide.
+// Byte discs of radius 2 take the selection path, sixteen pixels at a
+// time, radius 3 the histogram: rows of several vectors and a remainder,
+// under a domain whose chords start and end anywhere, and a domain one
+// column wide.
 TEST_F(RankChecks, SmallByteDiscMediansMatchSortedNeighbourhoods) {
   std::mt19937 gen(24);
   std::vector<uint8_t> column(75 * 6, 0);

@@ -21,13 +21,15 @@ class RankHistogram {
     value_ = 0;
     below_ = 0;
   }
+  // Branch-free: values near the median fall on either side of it at
+  // random, which a branch would mispredict half the time.
   void Add(uint8_t v) {
     ++count_[v];
-    if (v < value_) ++below_;
+    below_ += v < value_;
   }
   void Remove(uint8_t v) {
     --count_[v];
-    if (v < value_) --below_;
+    below_ -= v < value_;
   }
   uint8_t Value() {
     while (below_ > k_) below_ -= count_[--value_];
