@@ -10,7 +10,7 @@ CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo
 PACKAGES = cmake ninja-build g++ make python3 ccache pkg-config \
            libgtest-dev libgmock-dev libpcre2-dev \
            libpng-dev libjpeg-dev libtiff-dev zlib1g-dev \
-           libopencv-imgproc-dev libeigen3-dev libzxing-dev
+           libopencv-imgproc-dev libeigen3-dev libzxing-dev libx11-dev xvfb
 BENCH_PACKAGES = libbenchmark-dev
 # The fuzz targets need clang and its sanitizer and fuzzer runtimes.
 FUZZ_PACKAGES = clang libclang-rt-14-dev

@@ -36,7 +36,12 @@ bool ResolveSide(int32_t requested, int32_t* side) {
 void Window::Resize(int32_t w, int32_t h) {
   width = w;
   height = h;
-  raster.assign(static_cast<size_t>(w) * h, Rgb{0, 0, 0});
+  raster.resize(static_cast<size_t>(w) * h);
+  Clear();
+  part_row1 = 0;
+  part_col1 = 0;
+  part_row2 = h - 1;
+  part_col2 = w - 1;
 }
 
 Vresult Open(int32_t row, int32_t column, int32_t width, int32_t height,
@@ -67,12 +72,24 @@ Vresult Close(Vlong handle) {
   return VRESULT_OK;
 }
 
-Vresult WithWindow(Vlong handle, const std::function<Vresult(Window&)>& fn) {
+Vresult AttachScreen(Vlong handle, std::unique_ptr<Screen> screen) {
+  return WithWindow(handle, [&](Window& w) {
+    w.screen = std::move(screen);
+    return VRESULT_OK;
+  });
+}
+
+Vresult WithWindow(Vlong handle, const std::function<Vresult(Window&)>& fn,
+                   bool present) {
   Registry& reg = TheRegistry();
   std::lock_guard<std::mutex> lock(reg.mu);
   auto it = reg.windows.find(handle);
   if (it == reg.windows.end()) return VERR_WINDOW_INVALID;
-  return fn(*it->second);
+  Window& w = *it->second;
+  const Vresult rc = fn(w);
+  // Also after a failed step: it may have drawn part of its objects.
+  if (present && w.screen) w.screen->Present(w, w.raster);
+  return rc;
 }
 
 }  // namespace window

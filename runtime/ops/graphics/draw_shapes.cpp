@@ -59,27 +59,6 @@ Vresult DrawFigures(OpContext& ctx, int count, Draw&& draw) {
   });
 }
 
-// A closed figure: filled or outlined by the draw mode.
-void ShowClosed(window::Window& w, const std::vector<RealPoint>& outline) {
-  if (w.draw == window::DrawMode::kFill)
-    FillPolygon(w, outline);
-  else
-    StrokePolyline(w, outline, true);
-}
-
-// The corners of a rectangle centred at (row, column), half lengths l1
-// along the direction phi and l2 across it.
-std::vector<RealPoint> RotatedCorners(double row, double column, double phi, double l1,
-                                      double l2) {
-  const double cp = std::cos(phi), sp = std::sin(phi);
-  std::vector<RealPoint> corners;
-  for (const auto& s : {std::pair<int, int>{1, 1}, {-1, 1}, {-1, -1}, {1, -1}}) {
-    const double x = s.first * l1, y = s.second * l2;
-    corners.push_back({row - (x * sp + y * cp), column + (x * cp - y * sp)});
-  }
-  return corners;
-}
-
 }  // namespace
 
 VEXA_OPERATOR(disp_line) {
@@ -135,11 +114,7 @@ VEXA_OPERATOR(disp_rectangle1) {
     const double r1 = At(v, 0, k), c1 = At(v, 1, k), r2 = At(v, 2, k), c2 = At(v, 3, k);
     if (r2 < r1) return VERR_CTRL_VALUE(3);
     if (c2 < c1) return VERR_CTRL_VALUE(4);
-    if (w.draw == window::DrawMode::kFill)
-      FillPolygon(w, {{r1 - 0.5, c1 - 0.5}, {r1 - 0.5, c2 + 0.5}, {r2 + 0.5, c2 + 0.5},
-                      {r2 + 0.5, c1 - 0.5}});
-    else
-      StrokePolyline(w, {{r1, c1}, {r1, c2}, {r2, c2}, {r2, c1}}, true);
+    ShowRectangle1(w, r1, c1, r2, c2);
     return VRESULT_OK;
   });
 }

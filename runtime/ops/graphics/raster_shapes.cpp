@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace vexa {
 
@@ -63,10 +64,111 @@ double SegmentDistance(const RealPoint& a, const RealPoint& b, double r, double 
   return std::sqrt(er * er + ec * ec);
 }
 
-}  // namespace
+std::vector<RealPoint> ToRaster(const window::Window& w, const std::vector<RealPoint>& points) {
+  const View view(w);
+  std::vector<RealPoint> out(points.size());
+  for (size_t i = 0; i < points.size(); ++i) out[i] = view.ToRaster(points[i]);
+  return out;
+}
 
-void StrokePolyline(window::Window& w, const std::vector<RealPoint>& points, bool closed) {
-  if (points.empty()) return;
+// The parameters [*t0, *t1] of the part of segment a-b inside the box
+// (Liang-Barsky); false when none is.
+bool ClipSegment(const RealPoint& a, const RealPoint& b, double r0, double c0, double r1,
+                 double c1, double* t0, double* t1) {
+  *t0 = 0.0;
+  *t1 = 1.0;
+  const double d[2] = {b.row - a.row, b.column - a.column};
+  const double lo[2] = {r0 - a.row, c0 - a.column}, hi[2] = {r1 - a.row, c1 - a.column};
+  for (int i = 0; i < 2; ++i) {
+    if (d[i] == 0.0) {
+      if (lo[i] > 0.0 || hi[i] < 0.0) return false;
+      continue;
+    }
+    double e0 = lo[i] / d[i], e1 = hi[i] / d[i];
+    if (e0 > e1) std::swap(e0, e1);
+    *t0 = std::max(*t0, e0);
+    *t1 = std::min(*t1, e1);
+  }
+  return *t0 <= *t1;
+}
+
+RealPoint Lerp(const RealPoint& a, const RealPoint& b, double t) {
+  return {a.row + (b.row - a.row) * t, a.column + (b.column - a.column) * t};
+}
+
+// Cuts polylines into the dashes of a line style: lengths drawn and
+// skipped alternately, all positive, an even number of them. Stretches
+// outside the raster are skipped by arithmetic, so that far-away points
+// cost no time.
+class DashCutter {
+ public:
+  explicit DashCutter(const std::vector<int32_t>& style) : style_(style) {
+    for (int32_t v : style) period_ += v;
+    left_ = style[0];
+  }
+
+  void Add(const std::vector<RealPoint>& points, const window::Window& w) {
+    const double margin = w.line_width + 2.0;
+    for (size_t i = 0; i + 1 < points.size(); ++i) {
+      const RealPoint& a = points[i];
+      const RealPoint& b = points[i + 1];
+      const double len = std::hypot(b.row - a.row, b.column - a.column);
+      double t0 = 0.0, t1 = 0.0;
+      if (!ClipSegment(a, b, -margin, -margin, w.height + margin, w.width + margin, &t0, &t1)) {
+        Skip(len);
+        continue;
+      }
+      if (t0 > 0.0) Skip(t0 * len);
+      Walk(Lerp(a, b, t0), Lerp(a, b, t1));
+      if (t1 < 1.0) Skip((1.0 - t1) * len);
+    }
+    Flush();
+  }
+  const std::vector<std::vector<RealPoint>>& pieces() const { return pieces_; }
+
+ private:
+  void Next() {
+    k_ = (k_ + 1) % style_.size();
+    left_ = style_[k_];
+  }
+  bool on() const { return k_ % 2 == 0; }
+  void Flush() {
+    if (on() && piece_.size() > 1) pieces_.push_back(piece_);
+    piece_.clear();
+  }
+  void Skip(double d) {
+    Flush();
+    d = std::fmod(d, period_);
+    while (d >= left_) {
+      d -= left_;
+      Next();
+    }
+    left_ -= d;
+  }
+  void Walk(const RealPoint& a, const RealPoint& b) {
+    if (piece_.empty()) piece_.push_back(a);
+    const double len = std::hypot(b.row - a.row, b.column - a.column);
+    double pos = 0.0;
+    while (len - pos > left_) {
+      pos += left_;
+      const RealPoint p = Lerp(a, b, pos / len);
+      if (on()) piece_.push_back(p);
+      Flush();
+      piece_.push_back(p);
+      Next();
+    }
+    left_ -= len - pos;
+    piece_.push_back(b);
+  }
+
+  const std::vector<int32_t>& style_;
+  double period_ = 0.0, left_ = 0.0;
+  size_t k_ = 0;
+  std::vector<RealPoint> piece_;
+  std::vector<std::vector<RealPoint>> pieces_;
+};
+
+void StrokeRaster(window::Window& w, const std::vector<RealPoint>& points, bool closed) {
   const double half = 0.5 * std::max<int32_t>(1, w.line_width);
   double r0 = points[0].row, r1 = r0, c0 = points[0].column, c1 = c0;
   for (const RealPoint& p : points) {
@@ -97,8 +199,22 @@ void StrokePolyline(window::Window& w, const std::vector<RealPoint>& points, boo
   map.Apply(w);
 }
 
-void FillPolygon(window::Window& w, const std::vector<RealPoint>& points) {
-  if (points.size() < 3) return;
+}  // namespace
+
+void StrokePolyline(window::Window& w, const std::vector<RealPoint>& image_points,
+                    bool closed) {
+  if (image_points.empty()) return;
+  std::vector<RealPoint> points = ToRaster(w, image_points);
+  if (w.line_style.empty() || points.size() < 2) return StrokeRaster(w, points, closed);
+  if (closed) points.push_back(points.front());
+  DashCutter cutter(w.line_style);
+  cutter.Add(points, w);
+  for (const std::vector<RealPoint>& piece : cutter.pieces()) StrokeRaster(w, piece, false);
+}
+
+void FillPolygon(window::Window& w, const std::vector<RealPoint>& image_points) {
+  if (image_points.size() < 3) return;
+  const std::vector<RealPoint> points = ToRaster(w, image_points);
   double r0 = points[0].row, r1 = r0, c0 = points[0].column, c1 = c0;
   for (const RealPoint& p : points) {
     r0 = std::min(r0, p.row), r1 = std::max(r1, p.row);
@@ -159,6 +275,32 @@ std::vector<RealPoint> EllipseOutline(double row, double column, double phi, dou
     points[static_cast<size_t>(i)] = {row - (x * sp + y * cp), column + (x * cp - y * sp)};
   }
   return points;
+}
+
+void ShowClosed(window::Window& w, const std::vector<RealPoint>& outline) {
+  if (w.draw == window::DrawMode::kFill)
+    FillPolygon(w, outline);
+  else
+    StrokePolyline(w, outline, true);
+}
+
+void ShowRectangle1(window::Window& w, double r1, double c1, double r2, double c2) {
+  if (w.draw == window::DrawMode::kFill)
+    FillPolygon(w, {{r1 - 0.5, c1 - 0.5}, {r1 - 0.5, c2 + 0.5}, {r2 + 0.5, c2 + 0.5},
+                    {r2 + 0.5, c1 - 0.5}});
+  else
+    StrokePolyline(w, {{r1, c1}, {r1, c2}, {r2, c2}, {r2, c1}}, true);
+}
+
+std::vector<RealPoint> RotatedCorners(double row, double column, double phi, double l1,
+                                      double l2) {
+  const double cp = std::cos(phi), sp = std::sin(phi);
+  std::vector<RealPoint> corners;
+  for (const auto& s : {std::pair<int, int>{1, 1}, {-1, 1}, {-1, -1}, {1, -1}}) {
+    const double x = s.first * l1, y = s.second * l2;
+    corners.push_back({row - (x * sp + y * cp), column + (x * cp - y * sp)});
+  }
+  return corners;
 }
 
 }  // namespace vexa

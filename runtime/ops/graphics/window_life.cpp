@@ -1,53 +1,19 @@
 // Opening, closing and sizing of windows, and their drawing state: colour
 // and draw mode.
-#include <cctype>
-#include <cstdlib>
 #include <cstring>
+#include <string>
+#include <vector>
 
+#include "ops/graphics/color_names.h"
 #include "ops/graphics/window_op_util.h"
+#include "ops/graphics/window_type.h"
 #include "registry.h"
 
 namespace vexa {
 
-namespace {
-
-struct NamedColor {
-  const char* name;
-  window::Rgb rgb;
-};
-
-constexpr NamedColor kColors[] = {
-    {"black", {0, 0, 0}},       {"white", {255, 255, 255}},
-    {"red", {255, 0, 0}},       {"green", {0, 255, 0}},
-    {"blue", {0, 0, 255}},      {"yellow", {255, 255, 0}},
-    {"cyan", {0, 255, 255}},    {"magenta", {255, 0, 255}},
-    {"gray", {190, 190, 190}},  {"dim gray", {105, 105, 105}},
-    {"orange", {255, 165, 0}},  {"pink", {255, 192, 203}},
-    {"coral", {255, 127, 80}},  {"forest green", {34, 139, 34}},
-    {"navy", {0, 0, 128}},      {"slate blue", {106, 90, 205}},
-};
-
-// A colour by name, or in the form "#rrggbb".
-bool ParseColor(const char* text, window::Rgb* rgb) {
-  for (const NamedColor& c : kColors) {
-    if (std::strcmp(c.name, text) == 0) {
-      *rgb = c.rgb;
-      return true;
-    }
-  }
-  if (text[0] != '#' || std::strlen(text) != 7) return false;
-  for (int i = 1; i < 7; ++i)
-    if (!std::isxdigit(static_cast<unsigned char>(text[i]))) return false;
-  const unsigned long v = std::strtoul(text + 1, nullptr, 16);
-  *rgb = {static_cast<uint8_t>(v >> 16), static_cast<uint8_t>(v >> 8),
-          static_cast<uint8_t>(v)};
-  return true;
-}
-
-}  // namespace
-
-// The windows are off-screen rasters: the parent window, the mode and the
-// machine (parameters 4 to 6) mean nothing for them and are not read.
+// Off-screen or on the display by the window type (window_type.h). The
+// parent window, the mode and the machine (parameters 4 to 6) are not
+// read: X windows open top-level on the display DISPLAY names.
 VEXA_OPERATOR(open_window) {
   int32_t v[4];
   for (int par = 0; par < 4; ++par) {
@@ -55,8 +21,12 @@ VEXA_OPERATOR(open_window) {
     if (rc != VRESULT_OK) return rc;
   }
   Vlong handle = 0;
-  const Vresult rc = window::Open(v[0], v[1], v[2], v[3], &handle);
-  if (rc != VRESULT_OK) return rc;
+  Vresult rc = window::Open(v[0], v[1], v[2], v[3], &handle);
+  if (rc == VRESULT_OK) rc = SetUpNewWindow(handle);
+  if (rc != VRESULT_OK) {
+    if (handle != 0) window::Close(handle);
+    return rc;
+  }
   return ctx.SetOutpLong(0, handle);
 }
 
@@ -69,7 +39,7 @@ VEXA_OPERATOR(close_window) {
 
 VEXA_OPERATOR(get_window_extents) {
   int32_t v[4] = {0, 0, 0, 0};
-  const Vresult rc = OnWindow(ctx, 0, [&](window::Window& w) {
+  const Vresult rc = ReadWindow(ctx, 0, [&](window::Window& w) {
     v[0] = w.row;
     v[1] = w.column;
     v[2] = w.width;
@@ -106,19 +76,25 @@ VEXA_OPERATOR(set_window_extents) {
 
 VEXA_OPERATOR(clear_window) {
   return OnWindow(ctx, 0, [](window::Window& w) {
-    w.Resize(w.width, w.height);
+    w.Clear();
     return VRESULT_OK;
   });
 }
 
+// One colour, or several that the objects of each display call take in
+// turn.
 VEXA_OPERATOR(set_color) {
-  const char* name = nullptr;
-  const Vresult rc = ctx.GetString(1, &name);
+  std::vector<const char*> names;
+  const Vresult rc = ctx.GetStrings(1, names);
   if (rc != VRESULT_OK) return rc;
-  window::Rgb rgb{};
-  if (!ParseColor(name, &rgb)) return VERR_CTRL_VALUE(1);
+  if (names.empty()) return VERR_CTRL_NUM(1);
+  std::vector<window::Rgb> colors(names.size());
+  for (size_t i = 0; i < names.size(); ++i)
+    if (!ParseColor(names[i], &colors[i])) return VERR_CTRL_VALUE(1);
   return OnWindow(ctx, 0, [&](window::Window& w) {
-    w.color = rgb;
+    w.color = colors[0];
+    w.colors.clear();
+    if (colors.size() > 1) w.colors = colors;
     return VRESULT_OK;
   });
 }

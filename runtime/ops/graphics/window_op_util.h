@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <utility>
 
 #include "op_context.h"
 #include "vexa/errors.h"
@@ -23,13 +24,26 @@ inline Vresult GetInt32(const OpContext& ctx, int par, int32_t* v) {
   return VRESULT_OK;
 }
 
-// Runs fn(window) on the window whose handle is input control `par`.
+// Runs fn(window) on the window whose handle is input control `par`; a
+// window on a display shows its raster afterwards unless `present` is
+// false.
 template <class Fn>
-Vresult OnWindow(const OpContext& ctx, int par, Fn&& fn) {
+Vresult OnWindow(const OpContext& ctx, int par, Fn&& fn, bool present = true) {
   Vlong handle = 0;
   const Vresult rc = ctx.GetLong(par, &handle);
   if (rc != VRESULT_OK) return rc;
-  return window::WithWindow(handle, fn);
+  return window::WithWindow(handle, fn, present);
+}
+
+// The same for a step that only reads the window's state or raster.
+template <class Fn>
+Vresult ReadWindow(const OpContext& ctx, int par, Fn&& fn) {
+  return OnWindow(ctx, par, std::forward<Fn>(fn), false);
+}
+
+// VRESULT_OK when input `par` names an open window.
+inline Vresult CheckWindow(const OpContext& ctx, int par) {
+  return ReadWindow(ctx, par, [](window::Window&) { return VRESULT_OK; });
 }
 
 }  // namespace vexa

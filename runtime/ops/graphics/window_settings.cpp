@@ -35,7 +35,7 @@ VEXA_OPERATOR(set_line_width) {
 
 VEXA_OPERATOR(get_line_width) {
   Vlong width = 0;
-  const Vresult rc = OnWindow(ctx, 0, [&](window::Window& w) {
+  const Vresult rc = ReadWindow(ctx, 0, [&](window::Window& w) {
     width = w.line_width;
     return VRESULT_OK;
   });
@@ -44,7 +44,7 @@ VEXA_OPERATOR(get_line_width) {
 
 VEXA_OPERATOR(get_draw) {
   bool fill = true;
-  const Vresult rc = OnWindow(ctx, 0, [&](window::Window& w) {
+  const Vresult rc = ReadWindow(ctx, 0, [&](window::Window& w) {
     fill = w.draw == window::DrawMode::kFill;
     return VRESULT_OK;
   });
@@ -75,7 +75,7 @@ VEXA_OPERATOR(set_gray) {
 
 VEXA_OPERATOR(get_rgb) {
   window::Rgb rgb{};
-  const Vresult rc = OnWindow(ctx, 0, [&](window::Window& w) {
+  const Vresult rc = ReadWindow(ctx, 0, [&](window::Window& w) {
     rgb = w.color;
     return VRESULT_OK;
   });

@@ -1,0 +1,341 @@
+// Windows on a real X display: a virtual X server (Xvfb) is started on a
+// free display number for these tests and ended after them. What the X
+// window shows is read back with XGetImage and compared with the raster;
+// the pointer is moved with XWarpPointer and buttons are pressed with
+// events sent to the window. Without Xvfb the tests are skipped.
+//
+// The test talks to the server through libX11 loaded at run time, so that
+// the test program needs nothing beyond what every test links.
+#include "window_test_support.h"
+// After the test headers: Xlib defines macros (None, Bool, Status) that
+// would clash with names in them.
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+#include <dlfcn.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <thread>
+
+namespace {
+
+using namespace Vexa;
+using test_support::Dump;
+using test_support::Raster;
+using test_support::Rgb;
+
+// The few Xlib functions the test calls.
+struct Xlib {
+  void* lib = nullptr;
+  Display* (*open)(const char*);
+  int (*close)(Display*);
+  XImage* (*get_image)(Display*, Drawable, int, int, unsigned, unsigned, unsigned long, int);
+  Status (*send_event)(Display*, ::Window, Bool, long, XEvent*);
+  int (*warp)(Display*, ::Window, ::Window, int, int, unsigned, unsigned, int, int);
+  int (*sync)(Display*, Bool);
+
+  bool Load() {
+    lib = dlopen("libX11.so.6", RTLD_NOW | RTLD_LOCAL);
+    if (!lib) return false;
+    open = reinterpret_cast<decltype(open)>(dlsym(lib, "XOpenDisplay"));
+    close = reinterpret_cast<decltype(close)>(dlsym(lib, "XCloseDisplay"));
+    get_image = reinterpret_cast<decltype(get_image)>(dlsym(lib, "XGetImage"));
+    send_event = reinterpret_cast<decltype(send_event)>(dlsym(lib, "XSendEvent"));
+    warp = reinterpret_cast<decltype(warp)>(dlsym(lib, "XWarpPointer"));
+    sync = reinterpret_cast<decltype(sync)>(dlsym(lib, "XSync"));
+    return open && close && get_image && send_event && warp && sync;
+  }
+};
+
+bool Exists(const std::string& path) {
+  struct stat st;
+  return stat(path.c_str(), &st) == 0;
+}
+
+std::string FindXvfb() {
+  const char* path = std::getenv("PATH");
+  std::string dirs = path ? path : "/usr/bin:/bin";
+  size_t start = 0;
+  while (start <= dirs.size()) {
+    const size_t end = dirs.find(':', start);
+    const std::string dir = dirs.substr(start, end == std::string::npos ? std::string::npos : end - start);
+    if (!dir.empty() && access((dir + "/Xvfb").c_str(), X_OK) == 0) return dir + "/Xvfb";
+    if (end == std::string::npos) break;
+    start = end + 1;
+  }
+  return "";
+}
+
+class WindowX11Test : public LeakCheckedTest {
+ protected:
+  static void SetUpTestSuite() {
+    const std::string xvfb = FindXvfb();
+    if (xvfb.empty() || !x_.Load()) return;
+    for (int n = 91; n < 200; ++n) {
+      const std::string socket = "/tmp/.X11-unix/X" + std::to_string(n);
+      if (Exists(socket) || Exists("/tmp/.X" + std::to_string(n) + "-lock")) continue;
+      const std::string name = ":" + std::to_string(n);
+      server_ = fork();
+      if (server_ == 0) {
+        freopen("/dev/null", "w", stdout);
+        freopen("/dev/null", "w", stderr);
+        execl(xvfb.c_str(), "Xvfb", name.c_str(), "-screen", "0", "640x480x24", "-nolisten",
+              "tcp", static_cast<char*>(nullptr));
+        _exit(127);
+      }
+      for (int wait = 0; wait < 500 && !Exists(socket); ++wait)
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      display_name_ = name;
+      setenv("DISPLAY", name.c_str(), 1);
+      for (int tries = 0; tries < 100 && !display_; ++tries) {
+        display_ = x_.open(name.c_str());
+        if (!display_) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      }
+      return;
+    }
+  }
+  static void TearDownTestSuite() {
+    if (display_) x_.close(display_);
+    display_ = nullptr;
+    if (server_ > 0) {
+      kill(server_, SIGTERM);
+      waitpid(server_, nullptr, 0);
+    }
+    server_ = -1;
+    unsetenv("DISPLAY");
+  }
+
+  void SetUp() override {
+    if (!display_) GTEST_SKIP() << "Xvfb is not installed (or did not start): no X display to test on";
+    LeakCheckedTest::SetUp();
+    ASSERT_EQ(set_window_type("auto"), VRESULT_OK);
+  }
+  void TearDown() override {
+    if (!display_) return;
+    if (window_) close_window(window_);
+    LeakCheckedTest::TearDown();
+  }
+
+  void OpenWindow(Vlong width, Vlong height) {
+    ASSERT_EQ(open_window(10, 20, width, height, 0, "", "", &window_), VRESULT_OK);
+    VTuple id;
+    ASSERT_EQ(get_window_param(window_, "window_id", &id), VRESULT_OK);
+    xid_ = static_cast<::Window>(id[0].L());
+    ASSERT_NE(xid_, 0u);
+  }
+
+  // Sends a pointer event to the window, as the server would report it.
+  void Send(int type, int x, int y, unsigned button) {
+    XEvent ev;
+    std::memset(&ev, 0, sizeof ev);
+    long mask = PointerMotionMask;
+    if (type == MotionNotify) {
+      ev.xmotion.type = MotionNotify;
+      ev.xmotion.display = display_;
+      ev.xmotion.window = xid_;
+      ev.xmotion.x = x;
+      ev.xmotion.y = y;
+      ev.xmotion.state = Button1Mask;
+      ev.xmotion.same_screen = True;
+    } else {
+      mask = type == ButtonPress ? ButtonPressMask : ButtonReleaseMask;
+      ev.xbutton.type = type;
+      ev.xbutton.display = display_;
+      ev.xbutton.window = xid_;
+      ev.xbutton.x = x;
+      ev.xbutton.y = y;
+      ev.xbutton.button = button;
+      ev.xbutton.same_screen = True;
+    }
+    ASSERT_NE(x_.send_event(display_, xid_, False, mask, &ev), 0);
+    x_.sync(display_, False);
+  }
+  // A left drag from (x0, y0) to (x1, y1) through its middle.
+  void Drag(int x0, int y0, int x1, int y1) {
+    Send(ButtonPress, x0, y0, 1);
+    Send(MotionNotify, (x0 + x1) / 2, (y0 + y1) / 2, 0);
+    Send(MotionNotify, x1, y1, 0);
+    Send(ButtonRelease, x1, y1, 1);
+  }
+  void Confirm() { Send(ButtonPress, 1, 1, 3); }
+
+  static Xlib x_;
+  static Display* display_;
+  static pid_t server_;
+  static std::string display_name_;
+  Vlong window_ = 0;
+  ::Window xid_ = 0;
+};
+
+Xlib WindowX11Test::x_;
+Display* WindowX11Test::display_ = nullptr;
+pid_t WindowX11Test::server_ = -1;
+std::string WindowX11Test::display_name_;
+
+// The X window shows exactly the raster: every pixel read back from the
+// server equals the dump.
+TEST_F(WindowX11Test, XWindowShowsTheRaster) {
+  OpenWindow(64, 48);
+  char type[32];
+  ASSERT_EQ(get_window_type(window_, type), VRESULT_OK);
+  EXPECT_STREQ(type, "X-Window");
+  VTuple types;
+  ASSERT_EQ(query_window_type(&types), VRESULT_OK);
+  EXPECT_EQ(types.Num(), 2);
+  ASSERT_EQ(set_color(window_, "#c08040"), VRESULT_OK);
+  ASSERT_EQ(disp_circle(window_, 24.0, 30.0, 15.0), VRESULT_OK);
+  ASSERT_EQ(set_tposition(window_, 2, 2), VRESULT_OK);
+  ASSERT_EQ(write_string(window_, "X11"), VRESULT_OK);
+  const Raster raster = Dump(window_);
+  XImage* image = x_.get_image(display_, xid_, 0, 0, 64, 48, AllPlanes, ZPixmap);
+  ASSERT_NE(image, nullptr);
+  int wrong = 0;
+  for (int r = 0; r < 48; ++r)
+    for (int c = 0; c < 64; ++c) {
+      const unsigned long p = XGetPixel(image, c, r);
+      const Rgb shown{static_cast<int>(p >> 16 & 255), static_cast<int>(p >> 8 & 255),
+                      static_cast<int>(p & 255)};
+      if (shown != raster.At(r, c) && ++wrong <= 5) ADD_FAILURE() << r << ", " << c;
+    }
+  XDestroyImage(image);
+  EXPECT_EQ(wrong, 0);
+  EXPECT_GT(raster.Count({0xc0, 0x80, 0x40}), 500);
+}
+
+// The pointer's position in image coordinates, also through a zoom.
+TEST_F(WindowX11Test, PointerPositionAndButtons) {
+  OpenWindow(64, 48);
+  x_.warp(display_, None, xid_, 0, 0, 0, 0, 17, 9);
+  x_.sync(display_, False);
+  Vlong row = -1, col = -1, button = -1;
+  ASSERT_EQ(get_mposition(window_, &row, &col, &button), VRESULT_OK);
+  EXPECT_EQ(row, 9);
+  EXPECT_EQ(col, 17);
+  EXPECT_EQ(button, 0);
+  ASSERT_EQ(set_part(window_, 0, 0, 23, 31), VRESULT_OK);  // zoom 2
+  double rd = 0, cd = 0;
+  ASSERT_EQ(get_mposition_sub_pix(window_, &rd, &cd, &button), VRESULT_OK);
+  EXPECT_DOUBLE_EQ(rd, 4.25);
+  EXPECT_DOUBLE_EQ(cd, 8.25);
+
+  Send(ButtonPress, 5, 7, 4);  // a wheel turn is no press
+  Send(ButtonPress, 5, 7, 3);
+  ASSERT_EQ(get_mbutton_sub_pix(window_, &rd, &cd, &button), VRESULT_OK);
+  EXPECT_DOUBLE_EQ(rd, 3.25);
+  EXPECT_DOUBLE_EQ(cd, 2.25);
+  EXPECT_EQ(button, 4);
+  ASSERT_EQ(set_part(window_, -1, -1, -1, -1), VRESULT_OK);
+  Send(ButtonPress, 11, 12, 1);
+  ASSERT_EQ(get_mbutton(window_, &row, &col, &button), VRESULT_OK);
+  EXPECT_EQ(row, 12);
+  EXPECT_EQ(col, 11);
+  EXPECT_EQ(button, 1);
+}
+
+// Figures from drags; the right button confirms; later drags redefine,
+// and the _mod forms move a figure grabbed at its centre.
+TEST_F(WindowX11Test, InteractiveFigures) {
+  OpenWindow(100, 80);
+  const Raster before = Dump(window_);
+  Drag(20, 30, 35, 30);
+  Confirm();
+  double row, col, radius;
+  ASSERT_EQ(draw_circle(window_, &row, &col, &radius), VRESULT_OK);
+  EXPECT_DOUBLE_EQ(row, 30);
+  EXPECT_DOUBLE_EQ(col, 20);
+  EXPECT_DOUBLE_EQ(radius, 15);
+  // The outline was only a preview.
+  EXPECT_EQ(Dump(window_).px, before.px);
+
+  Drag(10, 10, 20, 20);
+  Drag(50, 40, 70, 60);
+  Confirm();
+  double r1, c1, r2, c2;
+  ASSERT_EQ(draw_rectangle1(window_, &r1, &c1, &r2, &c2), VRESULT_OK);
+  EXPECT_EQ((std::vector<double>{r1, c1, r2, c2}), (std::vector<double>{40, 50, 60, 70}));
+
+  Drag(50, 40, 50, 20);  // centre (40, 50), first axis 20 pixels up
+  Drag(60, 60, 58, 46);  // second half axis: distance 10 from the centre
+  Confirm();
+  double phi, ra, rb;
+  ASSERT_EQ(draw_ellipse(window_, &row, &col, &phi, &ra, &rb), VRESULT_OK);
+  EXPECT_DOUBLE_EQ(row, 40);
+  EXPECT_DOUBLE_EQ(col, 50);
+  EXPECT_NEAR(phi, 3.14159265358979 / 2, 1e-12);
+  EXPECT_DOUBLE_EQ(ra, 20);
+  EXPECT_DOUBLE_EQ(rb, 10);
+
+  Drag(30, 30, 45, 35);  // from the centre: moves the circle by (5, 15)
+  Confirm();
+  ASSERT_EQ(draw_circle_mod(window_, 30.0, 30.0, 8.0, &row, &col, &radius), VRESULT_OK);
+  EXPECT_EQ((std::vector<double>{row, col, radius}), (std::vector<double>{35, 45, 8}));
+
+  Drag(7, 9, 7, 9);
+  Confirm();
+  ASSERT_EQ(draw_point(window_, &row, &col), VRESULT_OK);
+  EXPECT_EQ((std::vector<double>{row, col}), (std::vector<double>{9, 7}));
+}
+
+// draw_region fills the path of the drag; draw_polygon joins the points.
+TEST_F(WindowX11Test, InteractiveRegions) {
+  OpenWindow(100, 80);
+  Send(ButtonPress, 10, 10, 1);
+  for (const auto& p : {std::pair<int, int>{40, 10}, {40, 30}, {10, 30}})
+    Send(MotionNotify, p.first, p.second, 0);
+  Send(ButtonRelease, 10, 30, 1);
+  Confirm();
+  Vobject region;
+  ASSERT_EQ(draw_region(&region, window_), VRESULT_OK);
+  Vlong area = 0;
+  double row, col;
+  ASSERT_EQ(area_center(region, &area, &row, &col), VRESULT_OK);
+  EXPECT_EQ(area, 31 * 21);
+  EXPECT_DOUBLE_EQ(row, 20);
+  EXPECT_DOUBLE_EQ(col, 25);
+
+  Drag(5, 5, 5, 5);
+  Drag(5, 15, 5, 15);
+  Drag(25, 15, 25, 15);
+  Confirm();
+  Vobject polygon;
+  ASSERT_EQ(draw_polygon(&polygon, window_), VRESULT_OK);
+  ASSERT_EQ(area_center(polygon, &area, &row, &col), VRESULT_OK);
+  EXPECT_EQ(area, 11 + 20);
+}
+
+// A window closed while input is awaited ends the wait with a code; a
+// forced off-screen window has no pointer even with a display.
+TEST_F(WindowX11Test, ClosedWhileWaitingAndForcedPixmap) {
+  OpenWindow(40, 30);
+  const Vlong handle = window_;
+  std::thread closer([handle] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    close_window(handle);
+  });
+  Vlong row, col, button;
+  EXPECT_EQ(get_mbutton(handle, &row, &col, &button), VERR_DRAW_CANCELLED);
+  closer.join();
+  window_ = 0;
+
+  ASSERT_EQ(set_window_type("pixmap"), VRESULT_OK);
+  ASSERT_EQ(open_window(0, 0, 20, 20, 0, "", "", &window_), VRESULT_OK);
+  char type[32];
+  ASSERT_EQ(get_window_type(window_, type), VRESULT_OK);
+  EXPECT_STREQ(type, "pixmap");
+  EXPECT_EQ(get_mposition(window_, &row, &col, &button), VERR_NO_DISPLAY);
+  ASSERT_EQ(set_window_type("X-Window"), VRESULT_OK);
+  Vlong x_window = 0;
+  ASSERT_EQ(open_window(0, 0, 20, 20, 0, "", "", &x_window), VRESULT_OK);
+  ASSERT_EQ(get_window_type(x_window, type), VRESULT_OK);
+  EXPECT_STREQ(type, "X-Window");
+  EXPECT_EQ(close_window(x_window), VRESULT_OK);
+  ASSERT_EQ(set_window_type("auto"), VRESULT_OK);
+}
+
+}  // namespace
