@@ -79,17 +79,32 @@ void GatherRank(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
                });
 }
 
+// Byte medians of small masks by selection over `rect`.
+void SelectRank(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
+                const NeighbourMask& mask, const Border& border) {
+  cv::Mat out = dst(rect);
+  SelectMedianBytes(BorderedTile(src, rect, mask.ry(), mask.rx(), border), mask, out);
+}
+
+// Byte ranks without cv::medianBlur: selection where it is faster, the
+// running histogram otherwise.
+void ByteRank(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
+              const NeighbourMask& mask, const Border& border, int k) {
+  if (IsSmallMedian(mask, k)) SelectRank(src, dst, rect, mask, border);
+  else HistogramRank(src, dst, rect, mask, border, k);
+}
+
 // Byte square medians: cv::medianBlur straight on the rectangle, no copy.
 // It treats the rectangle as a whole image, so its results within r of the
-// rectangle's edge, whose neighbours reach outside, are redone by the
-// histogram (rows) or by gathering (the narrow columns, where a histogram
-// would be set up anew for every few pixels), with the true neighbours and
-// the border rule.
+// rectangle's edge, whose neighbours reach outside, are redone with the
+// true neighbours and the border rule: the rows by ByteRank, the narrow
+// columns by selection or else by gathering (a histogram would be set up
+// anew for every few pixels).
 void SquareMedian(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
                   const NeighbourMask& mask, const Border& border, int k) {
   const int r = mask.ry();
   if (rect.width <= 2 * r || rect.height <= 2 * r) {
-    HistogramRank(src, dst, rect, mask, border, k);
+    ByteRank(src, dst, rect, mask, border, k);
     return;
   }
   cv::Mat out = dst(rect);
@@ -97,10 +112,12 @@ void SquareMedian(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
   const int inner = rect.height - 2 * r;
   for (const cv::Rect& strip :
        {cv::Rect(rect.x, rect.y, rect.width, r), cv::Rect(rect.x, rect.y + rect.height - r, rect.width, r)})
-    HistogramRank(src, dst, strip, mask, border, k);
+    ByteRank(src, dst, strip, mask, border, k);
   for (const cv::Rect& strip :
-       {cv::Rect(rect.x, rect.y + r, r, inner), cv::Rect(rect.x + rect.width - r, rect.y + r, r, inner)})
-    GatherRank(src, dst, strip, mask, border, k);
+       {cv::Rect(rect.x, rect.y + r, r, inner), cv::Rect(rect.x + rect.width - r, rect.y + r, r, inner)}) {
+    if (IsSmallMedian(mask, k)) SelectRank(src, dst, strip, mask, border);
+    else GatherRank(src, dst, strip, mask, border, k);
+  }
 }
 
 }  // namespace
@@ -109,11 +126,8 @@ void RankFilter(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
                 const NeighbourMask& mask, const Border& border, int k) {
   if (src.depth() == CV_8U && IsSquareMedian(mask, k)) {
     SquareMedian(src, dst, rect, mask, border, k);
-  } else if (src.depth() == CV_8U && IsSmallMedian(mask, k)) {
-    cv::Mat out = dst(rect);
-    SelectMedianBytes(BorderedTile(src, rect, mask.ry(), mask.rx(), border), mask, out);
   } else if (src.depth() == CV_8U) {
-    HistogramRank(src, dst, rect, mask, border, k);
+    ByteRank(src, dst, rect, mask, border, k);
   } else {
     GatherRank(src, dst, rect, mask, border, k);
   }
