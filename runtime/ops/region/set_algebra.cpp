@@ -5,6 +5,7 @@
 // with the union of all regions of the second, giving one result per region
 // of the first parameter, in order. With no region in the second
 // parameter, that union is empty.
+#include "ops/region/kernels/bit_set_ops.h"
 #include "ops/region/region_ops.h"
 #include "registry.h"
 
@@ -12,6 +13,13 @@ namespace vexa {
 namespace {
 
 using ChordOp = ChordList (*)(const ChordList&, const ChordList&);
+
+// The run merge, or packed bit rows where those are expected to be cheaper
+// (very fragmented operands).
+template <SetOp kOp, ChordOp kRuns>
+ChordList Cheapest(const ChordList& a, const ChordList& b) {
+  return PreferBitRows(kOp, a, b) ? CombineByBitRows(kOp, a, b) : kRuns(a, b);
+}
 
 Vresult CombineWithUnion(OpContext& ctx, ChordOp op) {
   std::vector<RegionPtr> second;
@@ -33,16 +41,21 @@ VEXA_OPERATOR(union1) {
   return OutRegion(ctx, 1, RegionUnionMany(in));
 }
 
-VEXA_OPERATOR(union2) { return CombineWithUnion(ctx, ChordUnion); }
-
-VEXA_OPERATOR(intersection) {
-  return CombineWithUnion(ctx, ChordIntersection);
+VEXA_OPERATOR(union2) {
+  return CombineWithUnion(ctx, Cheapest<SetOp::kUnion, ChordUnion>);
 }
 
-VEXA_OPERATOR(difference) { return CombineWithUnion(ctx, ChordDifference); }
+VEXA_OPERATOR(intersection) {
+  return CombineWithUnion(ctx, Cheapest<SetOp::kIntersection, ChordIntersection>);
+}
+
+VEXA_OPERATOR(difference) {
+  return CombineWithUnion(ctx, Cheapest<SetOp::kDifference, ChordDifference>);
+}
 
 VEXA_OPERATOR(symm_difference) {
-  return CombineWithUnion(ctx, ChordSymmDifference);
+  return CombineWithUnion(
+      ctx, Cheapest<SetOp::kSymmDifference, ChordSymmDifference>);
 }
 
 // The pixels of the frame (rows 0..kFrameHeight-1, columns

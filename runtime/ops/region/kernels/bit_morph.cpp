@@ -7,11 +7,10 @@
 #include <type_traits>
 #include <utility>
 
+#include "ops/region/kernels/bit_rows.h"
+
 namespace vexa {
 namespace {
-
-using Word = uint64_t;
-constexpr Word kOnes = ~Word{0};
 
 // Planes larger than this (32 MB) stay on the run path, whatever the count
 // of runs: the bit path holds four of them at once.
@@ -20,112 +19,69 @@ constexpr int64_t kMaxPlaneWords = int64_t{1} << 22;
 // word operations of the bit path (measured on the dense benchmark scenes).
 constexpr double kWordsPerMerge = 6.0;
 
-// Rows of packed bits over one column frame: bit j of row i is the pixel
-// (row0 + i, col0 + j), held in word j / 64 at bit j % 64.
-struct BitRows {
-  int64_t row0, rows, col0, words;
-  std::vector<Word> bits;
-
-  BitRows(int64_t r0, int64_t n, int64_t c0, int64_t w, Word fill)
-      : row0(r0), rows(n), col0(c0), words(w),
-        bits(static_cast<size_t>(n * w), fill) {}
-  Word* Row(int64_t i) { return bits.data() + i * words; }
-  const Word* Row(int64_t i) const { return bits.data() + i * words; }
-};
-
 struct Or {
-  Word operator()(Word a, Word b) const { return a | b; }
+  BitWord operator()(BitWord a, BitWord b) const { return a | b; }
 };
 struct And {
-  Word operator()(Word a, Word b) const { return a & b; }
-};
-struct Assign {
-  Word operator()(Word, Word b) const { return b; }
+  BitWord operator()(BitWord a, BitWord b) const { return a & b; }
 };
 
-// dst(p) = op(dst(p), src(p - d)) for every bit p of one row, bits from
-// outside the row reading as 0. dst may be src: the words are visited in
-// the order that reads every source word before it is overwritten.
+// dst(p) = op(dst(p), src(p - d)) for every bit p of one row of `words`
+// words, bits from outside the row reading as 0. The words that a shift
+// fills in from outside are handled apart, so that the main loop is the
+// same shift-and-combine on every word and vectorises; dst and src may not
+// overlap.
 template <class Op>
-void ShiftCombine(Word* dst, const Word* src, int64_t words, int64_t d, Op op) {
-  const int64_t q = (d >= 0 ? d : -d) >> 6;
+void ShiftCombine(BitWord* __restrict dst, const BitWord* __restrict src, int64_t words,
+                  int64_t d, Op op) {
+  const int64_t q = std::min((d >= 0 ? d : -d) >> 6, words);
   const int b = static_cast<int>((d >= 0 ? d : -d) & 63);
+  // (x >> 1) >> (63 - b) is x >> (64 - b) for b > 0 and 0 for b = 0,
+  // without a shift by 64; likewise to the left.
   if (d >= 0) {
-    for (int64_t w = words - 1; w >= 0; --w) {
-      Word v = 0;
-      if (w >= q) {
-        v = src[w - q] << b;
-        if (b != 0 && w > q) v |= src[w - q - 1] >> (64 - b);
-      }
-      dst[w] = op(dst[w], v);
-    }
+    for (int64_t w = 0; w < q; ++w) dst[w] = op(dst[w], 0);
+    if (q == words) return;
+    dst[q] = op(dst[q], src[0] << b);
+    for (int64_t w = q + 1; w < words; ++w)
+      dst[w] = op(dst[w], (src[w - q] << b) | ((src[w - q - 1] >> 1) >> (63 - b)));
   } else {
-    for (int64_t w = 0; w < words; ++w) {
-      Word v = 0;
-      if (w + q < words) {
-        v = src[w + q] >> b;
-        if (b != 0 && w + q + 1 < words) v |= src[w + q + 1] << (64 - b);
-      }
-      dst[w] = op(dst[w], v);
-    }
+    const int64_t n = words - q;  // the words that read the row
+    for (int64_t w = 0; w + 1 < n; ++w)
+      dst[w] = op(dst[w], (src[w + q] >> b) | ((src[w + q + 1] << 1) << (63 - b)));
+    if (n > 0) dst[n - 1] = op(dst[n - 1], src[words - 1] >> b);
+    for (int64_t w = n; w < words; ++w) dst[w] = op(dst[w], 0);
   }
 }
 
-// out(y) = op(out(y), src(y + offset)) for every row y of out; rows
-// outside src read as 0.
+// Every row of x combined with itself moved by d columns.
 template <class Op>
-void CombineRows(BitRows* out, const BitRows& src, int64_t offset, Op op) {
+void ShiftCombineRows(BitRows* x, int64_t d, Op op) {
+  std::vector<BitWord> row(static_cast<size_t>(x->words));
+  for (int64_t i = 0; i < x->rows; ++i) {
+    std::copy(x->Row(i), x->Row(i) + x->words, row.begin());
+    ShiftCombine(x->Row(i), row.data(), x->words, d, op);
+  }
+}
+
+// out(y) = op(out(y), src(y + offset) moved by `shift` columns) for every
+// row y of out; rows outside src read as 0.
+template <class Op>
+void CombineRows(BitRows* out, const BitRows& src, int64_t offset, int64_t shift, Op op) {
   for (int64_t o = 0; o < out->rows; ++o) {
     const int64_t z = out->row0 + o + offset - src.row0;
-    Word* d = out->Row(o);
+    BitWord* d = out->Row(o);
     if (z >= 0 && z < src.rows) {
-      const Word* s = src.Row(z);
-      for (int64_t w = 0; w < out->words; ++w) d[w] = op(d[w], s[w]);
+      ShiftCombine(d, src.Row(z), out->words, shift, op);
     } else {
       for (int64_t w = 0; w < out->words; ++w) d[w] = op(d[w], 0);
     }
   }
 }
 
-// Sets bits b..e (inclusive) of one row.
-void SetBits(Word* row, int64_t b, int64_t e) {
-  const int64_t wb = b >> 6, we = e >> 6;
-  const Word first = kOnes << (b & 63), last = kOnes >> (63 - (e & 63));
-  if (wb == we) {
-    row[wb] |= first & last;
-    return;
-  }
-  row[wb] |= first;
-  std::fill(row + wb + 1, row + we, kOnes);
-  row[we] |= last;
-}
-
-// Appends the runs of one row: every 0-1 and 1-0 step between neighbouring
-// bits is an edge, found a word at a time.
-void EmitRow(const Word* row, int64_t words, int64_t r, int64_t col0,
-             std::vector<Chord>* out) {
-  Word carry = 0;  // the previous bit, at bit 0
-  bool in = false;
-  int64_t start = 0;
-  for (int64_t w = 0; w < words; ++w) {
-    const Word x = row[w];
-    Word edges = x ^ ((x << 1) | carry);
-    carry = x >> 63;
-    while (edges != 0) {
-      const int64_t p = w * 64 + __builtin_ctzll(edges);
-      edges &= edges - 1;
-      if (in) {
-        out->push_back({static_cast<int32_t>(r), static_cast<int32_t>(col0 + start),
-                        static_cast<int32_t>(col0 + p - 1)});
-      } else {
-        start = p;
-      }
-      in = !in;
-    }
-  }
-  if (in)
-    out->push_back({static_cast<int32_t>(r), static_cast<int32_t>(col0 + start),
-                    static_cast<int32_t>(col0 + words * 64 - 1)});
+// d[w] = op(d[w], s[w]) for w < n, d and s apart.
+template <class Op>
+void CombineWords(BitWord* __restrict d, const BitWord* __restrict s, int64_t n, Op op) {
+  for (int64_t w = 0; w < n; ++w) d[w] = op(d[w], s[w]);
 }
 
 // Combines `len` consecutive rows of x by doubling the rows covered.
@@ -134,24 +90,20 @@ void EmitRow(const Word* row, int64_t words, int64_t r, int64_t col0,
 // of x(z .. z + len - 1), rows past the end of x reading as 0.
 template <bool kGrow>
 void WindowRows(const BitRows& x, int64_t len, BitRows* window) {
-  window->rows = x.rows + (kGrow ? len - 1 : 0);
-  window->bits.assign(static_cast<size_t>(window->rows * x.words), 0);
+  window->Reset(x.row0, x.rows + (kGrow ? len - 1 : 0), 0);
   std::copy(x.bits.begin(), x.bits.end(), window->bits.begin());
   for (int64_t covered = 1; covered < len;) {
     const int64_t step = std::min(covered, len - covered);
     if (kGrow) {
       // Downwards, so that row z - step is read before it changes.
       for (int64_t z = window->rows - 1; z >= step; --z) {
-        Word* d = window->Row(z);
-        const Word* s = window->Row(z - step);
-        for (int64_t w = 0; w < x.words; ++w) d[w] |= s[w];
+        CombineWords(window->Row(z), window->Row(z - step), x.words, Or{});
       }
     } else {
       for (int64_t z = 0; z < window->rows; ++z) {
-        Word* d = window->Row(z);
+        BitWord* d = window->Row(z);
         if (z + step < window->rows) {
-          const Word* s = window->Row(z + step);
-          for (int64_t w = 0; w < x.words; ++w) d[w] &= s[w];
+          CombineWords(d, window->Row(z + step), x.words, And{});
         } else {
           std::fill(d, d + x.words, 0);
         }
@@ -223,8 +175,7 @@ Frame FrameOf(const Region& a, const std::vector<Chord>& element) {
     span = std::max(span, int64_t{k.ce} - k.cb);
   }
   const int64_t margin = reach + span;
-  const int64_t col0 = c1 - margin;
-  return {r1, r2, col0, (c2 + margin - col0 + 1 + 63) / 64};
+  return {r1, r2, c1 - margin, WordsFor(c1 - margin, c2 + margin)};
 }
 
 // Add (grow) or Fit (shrink). Growing: out(y) = OR over element chords k of
@@ -241,41 +192,34 @@ std::vector<Chord> Morph(const Region& a, const std::vector<Chord>& element) {
   if (out_last < out_first) return {};
 
   // y: the input widened (grown: y(p) = OR of a(p - j), shrunk: AND of
-  // a(p + j), j = 0..have).
+  // a(p + j), j = 0..have). Each group combines rows of y, or windows over
+  // them, moved to the group's first column on the way into out.
   BitRows y(f.row1, f.row2 - f.row1 + 1, f.col0, f.words, 0);
-  for (const Chord& ch : a.chords())
-    SetBits(y.Row(ch.r - y.row0), ch.cb - f.col0, ch.ce - f.col0);
-  BitRows x(y.row0, y.rows, f.col0, f.words, 0), window(y.row0, 0, f.col0, f.words, 0);
+  PaintChords(a.chords().data(), a.chords().data() + a.chords().size(), &y);
+  BitRows window(y.row0, 0, f.col0, f.words, 0);
   BitRows out(out_first, out_last - out_first + 1, f.col0, f.words,
-              kGrow ? 0 : kOnes);
+              kGrow ? 0 : kAllBits);
   const int64_t sign = kGrow ? 1 : -1;
   int64_t have = 0;
   for (const Group& g : GroupsOf(element)) {
     while (have < g.span) {
       const int64_t step = std::min(have + 1, g.span - have);
-      for (int64_t i = 0; i < y.rows; ++i)
-        ShiftCombine(y.Row(i), y.Row(i), f.words, sign * step, Op{});
+      ShiftCombineRows(&y, sign * step, Op{});
       have += step;
     }
-    // x: y moved to the group's first column.
-    for (int64_t i = 0; i < y.rows; ++i)
-      ShiftCombine(x.Row(i), y.Row(i), f.words, sign * g.cb, Assign{});
     for (const auto& [first, last] : g.bands) {
       const int64_t len = last - first + 1;
       if (len < kWindowBand) {
         for (int64_t t = first; t <= last; ++t)
-          CombineRows(&out, x, kGrow ? -t : t, Op{});
+          CombineRows(&out, y, kGrow ? -t : t, sign * g.cb, Op{});
         continue;
       }
-      WindowRows<kGrow>(x, len, &window);
-      CombineRows(&out, window, kGrow ? -first : first, Op{});
+      WindowRows<kGrow>(y, len, &window);
+      CombineRows(&out, window, kGrow ? -first : first, sign * g.cb, Op{});
     }
   }
-
   std::vector<Chord> chords;
-  chords.reserve(a.chords().size() + a.chords().size() / 4);
-  for (int64_t o = 0; o < out.rows; ++o)
-    EmitRow(out.Row(o), f.words, out.row0 + o, f.col0, &chords);
+  AppendChords(&out, &chords);
   return chords;
 }
 
@@ -289,10 +233,10 @@ bool PreferBitRows(const Region& a, const std::vector<Chord>& element,
       f.row2 - f.row1 + 1 + (int64_t{element.back().r} - element.front().r);
   const int64_t plane = rows * f.words;
   if (plane > kMaxPlaneWords) return false;
-  // Painting, reading back, and per group: widening, moving, combining.
+  // Painting, reading back, and per group: widening, combining.
   int64_t passes = 2, have = 0;
   for (const Group& g : GroupsOf(element)) {
-    passes += WidenSteps(have, g.span) + 1;
+    passes += WidenSteps(have, g.span);
     have = std::max(have, g.span);
     for (const auto& [first, last] : g.bands) {
       const int64_t len = last - first + 1;

@@ -4,7 +4,8 @@
 // more than working on its pixels 64 at a time: the region is painted into
 // rows of 64-bit words over its bounding box (plus the element's reach),
 // every element row is applied as a shift-and-combine of whole words, and
-// the result is read back as chords. Rows of the element with the same
+// the result is read back as chords (painting and reading back as in
+// bit_rows.h). Rows of the element with the same
 // columns share one widened copy of the input, and consecutive rows of such
 // a group are combined by doubling windows, so a disc of radius r costs
 // about as many passes as it has distinct widths, and a rectangle of height

@@ -1,0 +1,118 @@
+#include "ops/region/kernels/bit_rows.h"
+
+#include <algorithm>
+
+namespace vexa {
+
+void PaintRow(const Chord* begin, const Chord* end, int64_t col0, int64_t words,
+              RowMarks* marks, BitWord* out) {
+  BitWord* starts = marks->starts.data();
+  BitWord* ends = marks->ends.data();
+  std::fill(starts, starts + words, 0);
+  std::fill(ends, ends + words, 0);
+  // Marks rise along the row, so each word's marks are gathered in a
+  // register and stored on every step: the last store of a word holds them
+  // all, and no step waits for the one before through memory.
+  const int64_t last = words * 64 - 2;
+  int64_t start_word = -1, end_word = -1;
+  BitWord start_bits = 0, end_bits = 0;
+  for (const Chord* p = begin; p != end; ++p) {
+    const int64_t b = std::max<int64_t>(p->cb - col0, 0);
+    const int64_t e = std::min<int64_t>(p->ce - col0, last) + 1;
+    if (b >= e) continue;
+    start_bits = (b >> 6 == start_word ? start_bits : 0) | BitWord{1} << (b & 63);
+    start_word = b >> 6;
+    starts[start_word] = start_bits;
+    end_bits = (e >> 6 == end_word ? end_bits : 0) | BitWord{1} << (e & 63);
+    end_word = e >> 6;
+    ends[end_word] = end_bits;
+  }
+  // Within a word, the runs are the sum of (1 << end) - (1 << start); a
+  // run open at the word's start borrows one more, a run open at its end
+  // borrows from the next word.
+  BitWord borrow = 0;
+  for (int64_t w = 0; w < words; ++w) {
+    const BitWord d = ends[w] - starts[w];
+    out[w] = d - borrow;
+    borrow = (ends[w] < starts[w]) | (d < borrow);
+  }
+}
+
+void PaintChords(const Chord* begin, const Chord* end, BitRows* plane) {
+  RowMarks marks(plane->words);
+  const Chord* p = begin;
+  while (p != end) {
+    const Chord* q = p;
+    while (q != end && q->r == p->r) ++q;
+    const int64_t i = p->r - plane->row0;
+    if (i >= 0 && i < plane->rows)
+      PaintRow(p, q, plane->col0, plane->words, &marks, plane->Row(i));
+    p = q;
+  }
+}
+
+int64_t PixelsToEdges(BitRows* plane) {
+  int64_t edges = 0;
+  for (int64_t i = 0; i < plane->rows; ++i) {
+    BitWord* row = plane->Row(i);
+    BitWord before = 0;
+    for (int64_t w = 0; w < plane->words; ++w) {
+      row[w] = EdgesOfPixels(row[w], &before);
+      edges += BitCount(row[w]);
+    }
+  }
+  return edges / 2;
+}
+
+namespace {
+
+// Writes the columns of the set bits of one row's words to *cols, from
+// column col0 on; returns the position after the last one. The first four
+// bits of a word are taken unconditionally (positions past the word's
+// count are overwritten or ignored), so that only words with more edges
+// than that loop: on fragmented rows the count per word is random, and a
+// loop per word would mispredict at its end almost every time. cols has
+// room for 64 * words + 4 entries.
+int32_t* ColumnsOfBits(const BitWord* row, int64_t words, int64_t col0, int32_t* cols) {
+  // ctz of x | top bit: the lowest set bit of x, and 63 (ignored) for 0,
+  // where ctz alone is undefined.
+  constexpr BitWord kTop = BitWord{1} << 63;
+  for (int64_t w = 0; w < words; ++w) {
+    BitWord x = row[w];
+    const int64_t n = BitCount(x);
+    const int32_t base = static_cast<int32_t>(col0 + w * 64);
+    for (int k = 0; k < 4; ++k) {
+      cols[k] = base + __builtin_ctzll(x | kTop);
+      x &= x - 1;
+    }
+    for (int64_t k = 4; k < n; ++k) {
+      cols[k] = base + __builtin_ctzll(x);
+      x &= x - 1;
+    }
+    cols += n;
+  }
+  return cols;
+}
+
+}  // namespace
+
+Chord* WriteChordsOfEdges(const BitRows& edges, Chord* out) {
+  // Edges alternate between a run's first column and the column after its
+  // last, and every row holds an even number.
+  std::vector<int32_t> cols(static_cast<size_t>(edges.words * 64 + 4));
+  for (int64_t i = 0; i < edges.rows; ++i) {
+    const int32_t* const end =
+        ColumnsOfBits(edges.Row(i), edges.words, edges.col0, cols.data());
+    const int32_t r = static_cast<int32_t>(edges.row0 + i);
+    for (const int32_t* c = cols.data(); c != end; c += 2) *out++ = {r, c[0], c[1] - 1};
+  }
+  return out;
+}
+
+void AppendChords(BitRows* plane, std::vector<Chord>* chords) {
+  const size_t had = chords->size();
+  chords->resize(had + static_cast<size_t>(PixelsToEdges(plane)));
+  WriteChordsOfEdges(*plane, chords->data() + had);
+}
+
+}  // namespace vexa

@@ -1,0 +1,140 @@
+#include "ops/region/kernels/bit_set_ops.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "ops/region/kernels/bit_rows.h"
+
+namespace vexa {
+namespace {
+
+// Planes larger than this (8 MB each) stay on the run merges.
+constexpr int64_t kMaxPlaneWords = int64_t{1} << 20;
+// Per input chord, the packed path saves on the run merges about as much
+// as it spends on this many words of its frame (painting, combining,
+// reading back): measured on scenes of discs and of random pixels, the
+// packed path costs about 6 ns per word plus 4 ns per chord, the merges of
+// union, intersection and difference 4.5 to 6 ns per chord, the edge walk
+// of the symmetric difference about 11. Union and the others gain only on
+// very fragmented rows.
+double WordsPerChord(SetOp op) { return op == SetOp::kSymmDifference ? 1.0 : 0.1; }
+
+// Rows r1..r2, columns c1..c2 (inclusive); empty when r2 < r1 or c2 < c1.
+struct Frame {
+  int64_t r1 = 0, c1 = 0, r2 = -1, c2 = -1;
+  bool empty() const { return r2 < r1 || c2 < c1; }
+  int64_t Words() const { return empty() ? 0 : (r2 - r1 + 1) * WordsFor(c1, c2); }
+};
+
+Frame BoundsOf(const std::vector<Chord>& a) {
+  Frame f;
+  if (a.empty()) return f;
+  int32_t c1 = std::numeric_limits<int32_t>::max();
+  int32_t c2 = std::numeric_limits<int32_t>::min();
+  for (const Chord& ch : a) {
+    c1 = std::min(c1, ch.cb);
+    c2 = std::max(c2, ch.ce);
+  }
+  return {a.front().r, c1, a.back().r, c2};
+}
+
+Frame Join(const Frame& x, const Frame& y) {
+  if (x.empty()) return y;
+  if (y.empty()) return x;
+  return {std::min(x.r1, y.r1), std::min(x.c1, y.c1), std::max(x.r2, y.r2),
+          std::max(x.c2, y.c2)};
+}
+
+Frame Meet(const Frame& x, const Frame& y) {
+  return {std::max(x.r1, y.r1), std::max(x.c1, y.c1), std::min(x.r2, y.r2),
+          std::min(x.c2, y.c2)};
+}
+
+// The frame that holds every pixel of the result.
+Frame ResultFrame(SetOp op, const std::vector<Chord>& a, const std::vector<Chord>& b) {
+  switch (op) {
+    case SetOp::kIntersection: return Meet(BoundsOf(a), BoundsOf(b));
+    case SetOp::kDifference: return BoundsOf(a);
+    default: return Join(BoundsOf(a), BoundsOf(b));
+  }
+}
+
+BitRows PlaneOf(const Frame& f) {
+  return BitRows(f.r1, f.r2 - f.r1 + 1, f.c1, WordsFor(f.c1, f.c2), 0);
+}
+
+// The chords of row r starting at *p; advances *p past them.
+const Chord* RowEnd(const Chord* p, const Chord* end, int64_t r) {
+  while (p != end && p->r == r) ++p;
+  return p;
+}
+
+// Paints the operands row by row into word buffers, combines them and
+// stores the edges of the result in `out`, in one pass over the frame;
+// returns the number of runs of the result.
+template <class Op>
+int64_t CombineEdges(const std::vector<Chord>& a, const std::vector<Chord>& b,
+                     BitRows* out, Op op) {
+  const int64_t words = out->words;
+  RowMarks marks(words);
+  std::vector<BitWord> xa(static_cast<size_t>(words)), xb(xa.size());
+  const Chord *pa = a.data(), *ea = pa + a.size();
+  const Chord *pb = b.data(), *eb = pb + b.size();
+  while (pa != ea && pa->r < out->row0) ++pa;
+  while (pb != eb && pb->r < out->row0) ++pb;
+  int64_t edges = 0;
+  for (int64_t i = 0; i < out->rows; ++i) {
+    const int64_t r = out->row0 + i;
+    const Chord* qa = RowEnd(pa, ea, r);
+    const Chord* qb = RowEnd(pb, eb, r);
+    PaintRow(pa, qa, out->col0, words, &marks, xa.data());
+    PaintRow(pb, qb, out->col0, words, &marks, xb.data());
+    pa = qa;
+    pb = qb;
+    BitWord* row = out->Row(i);
+    BitWord before = 0;
+    for (int64_t w = 0; w < words; ++w) {
+      row[w] = EdgesOfPixels(op(xa[w], xb[w]), &before);
+      edges += BitCount(row[w]);
+    }
+  }
+  return edges / 2;
+}
+
+int64_t CombineEdges(SetOp op, const std::vector<Chord>& a,
+                     const std::vector<Chord>& b, BitRows* out) {
+  switch (op) {
+    case SetOp::kUnion:
+      return CombineEdges(a, b, out, [](BitWord p, BitWord q) { return p | q; });
+    case SetOp::kIntersection:
+      return CombineEdges(a, b, out, [](BitWord p, BitWord q) { return p & q; });
+    case SetOp::kDifference:
+      return CombineEdges(a, b, out, [](BitWord p, BitWord q) { return p & ~q; });
+    default:
+      return CombineEdges(a, b, out, [](BitWord p, BitWord q) { return p ^ q; });
+  }
+}
+
+}  // namespace
+
+bool PreferBitRows(SetOp op, const std::vector<Chord>& a, const std::vector<Chord>& b) {
+  if (a.empty() || b.empty()) return false;
+  const Frame f = ResultFrame(op, a, b);
+  if (f.empty()) return false;
+  const int64_t words = f.Words();
+  if (words > kMaxPlaneWords) return false;
+  return static_cast<double>(words) <
+         WordsPerChord(op) * static_cast<double>(a.size() + b.size());
+}
+
+std::vector<Chord> CombineByBitRows(SetOp op, const std::vector<Chord>& a,
+                                    const std::vector<Chord>& b) {
+  const Frame f = ResultFrame(op, a, b);
+  if (f.empty()) return {};
+  BitRows edges = PlaneOf(f);
+  std::vector<Chord> chords(static_cast<size_t>(CombineEdges(op, a, b, &edges)));
+  WriteChordsOfEdges(edges, chords.data());
+  return chords;
+}
+
+}  // namespace vexa
