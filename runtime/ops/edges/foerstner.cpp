@@ -95,10 +95,12 @@ std::vector<Point> WithoutDoublets(const std::vector<Point>& points) {
   std::stable_sort(order.begin(), order.end(),
                    [&](size_t i, size_t j) { return points[i].weight > points[j].weight; });
   // Kept points by the unit cell they lie in.
-  std::unordered_map<long long, std::vector<size_t>> cells;
+  std::unordered_map<uint64_t, std::vector<size_t>> cells;
   auto cell = [](double r, double c) {
-    return (static_cast<long long>(std::floor(r)) << 32) ^
-           static_cast<long long>(static_cast<uint32_t>(std::floor(c)));
+    // Rows and columns may lie a little below 0; unsigned shifts wrap.
+    const auto row = static_cast<uint32_t>(static_cast<int32_t>(std::floor(r)));
+    const auto col = static_cast<uint32_t>(static_cast<int32_t>(std::floor(c)));
+    return (static_cast<uint64_t>(row) << 32) | col;
   };
   std::vector<bool> keep(points.size(), false);
   for (size_t i : order) {
