@@ -1,4 +1,5 @@
-// Linear codes written by the engine's encoder, scaled to 2..6 pixels per
+// Linear codes written by the engine's encoder (GS1 DataBar by the test's
+// own, databar_encoder.h), scaled to 2..6 pixels per
 // module (EAN-8, Code 93 and Codabar from 2.5), turned to ten random
 // angles, blurred (sigma 1) and noised (sigma 5) by the runtime's
 // operators: every code type must give back its exact content, once, with
@@ -43,6 +44,8 @@ const LinearCase kCases[] = {
     {"Code 93", BarcodeFormat::Code93, "CODE93-TEST", "CODE93-TEST", 2.5},
     {"Codabar", BarcodeFormat::Codabar, "A40156B", "40156", 2.5},  // start/stop not reported
     {"2/5 Interleaved", BarcodeFormat::ITF, "12345678901231", "12345678901231", 2},
+    // Written by the test's own encoder; read as the GTIN-14 with its check digit.
+    {"GS1 DataBar Omnidir", BarcodeFormat::DataBar, "2001234567890", "20012345678909", 2},
 };
 
 class BarCodeTest : public LeakCheckedTest {

@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "databar_encoder.h"
 #include "vexa/errors.h"
 
 namespace code_test {
@@ -47,11 +48,22 @@ inline Vobject ByteImage(const std::vector<uint8_t>& pixels, int width, int heig
   return image;
 }
 
+// The symbol's modules: written by the engine's encoder, or by ours for
+// GS1 DataBar Omnidirectional (13 digits), which the engine cannot write.
+inline ZXing::BitMatrix EncodeSymbol(ZXing::BarcodeFormat format, const std::string& content) {
+  if (format != ZXing::BarcodeFormat::DataBar)
+    return ZXing::MultiFormatWriter(format).setMargin(0).encode(content, 0, 0);
+  const std::vector<bool> modules = databar::Modules(content);
+  ZXing::BitMatrix bits(static_cast<int>(modules.size()), 1);
+  for (size_t x = 0; x < modules.size(); ++x)
+    if (modules[x]) bits.set(static_cast<int>(x), 0);
+  return bits;
+}
+
 // The symbol on a square canvas wide enough to stay whole when turned.
 // Linear codes get bars half as high as the code is long.
 inline std::vector<uint8_t> DrawSymbol(const SceneSetup& scene, int* side) {
-  const ZXing::BitMatrix bits =
-      ZXing::MultiFormatWriter(scene.format).setMargin(0).encode(scene.content, 0, 0);
+  const ZXing::BitMatrix bits = EncodeSymbol(scene.format, scene.content);
   const bool linear = bits.height() == 1;
   const int cols = bits.width(), rows = linear ? std::max(30, cols / 2) : bits.height();
   const double w = (cols + 2.0 * kQuietModules) * kBaseModule;

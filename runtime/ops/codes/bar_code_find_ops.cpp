@@ -20,7 +20,7 @@ Vresult StoreBarCodes(OpContext& ctx, BarCodeModel* model, const CodeImage& imag
   *decoded = FilterBarCodes(hits, params, types);
   std::vector<std::string> strings;
   for (const CodeHit& hit : *decoded) strings.push_back(hit.text);
-  model->results().Set(CodeResults{image, *decoded, std::move(hits)});
+  model->results().Set(CodeResults{image, *decoded, std::move(hits), {}});
   return ctx.SetOutpStrings(0, strings);
 }
 
@@ -77,7 +77,8 @@ VEXA_OPERATOR(decode_bar_code_rectangle2) {
 
 // Per decoded code: "decoded_strings", "decoded_types", "orientation"
 // (degrees), "decoded_reference" (the bytes of the content, check
-// characters included, as integers).
+// characters included, as integers). A print quality grade
+// ("quality_isoiec15416") is not measured: VERR_CODE_RESULT_NA.
 VEXA_OPERATOR(get_bar_code_result) {
   static const char* const kNames[] = {"decoded_strings", "decoded_types", "orientation",
                                        "decoded_reference"};
@@ -88,6 +89,7 @@ VEXA_OPERATOR(get_bar_code_result) {
   if (rc != VRESULT_OK) return rc;
   int which = 0;
   while (which < 4 && std::strcmp(kNames[which], name) != 0) ++which;
+  if (std::strcmp(name, "quality_isoiec15416") == 0) return VERR_CODE_RESULT_NA;
   if (which == 4) return VERR_CTRL_VALUE(2);
   const CodeResults results = model->results().Get();
   std::vector<size_t> indices;

@@ -32,13 +32,6 @@ bool Contains(const std::vector<int>& types, int t) {
   return false;
 }
 
-// Code points of a UTF-8 string (continuation bytes not counted).
-size_t CharCount(const std::string& s) {
-  size_t n = 0;
-  for (unsigned char c : s) n += (c & 0xC0) != 0x80;
-  return n;
-}
-
 bool OrientationAccepted(const CodeHit& hit, const BarCodeParamValues& params) {
   const double tol = params[kOrientationTol][0];
   if (tol >= 180) return true;
@@ -51,6 +44,29 @@ int ResultLimit(const BarCodeParamValues& params) {
 }
 
 }  // namespace
+
+Vresult InpBarCodeParamPairs(const OpContext& ctx, int name_par, bool specific_only,
+                      std::vector<int>* params, std::vector<double>* values) {
+  std::vector<const char*> names;
+  Vresult rc = ctx.GetStrings(name_par, names);
+  if (rc == VRESULT_OK) rc = ctx.GetDoubles(name_par + 1, *values);
+  if (rc != VRESULT_OK) return rc;
+  if (values->size() != names.size()) return VERR_CTRL_NUM(name_par + 1);
+  params->clear();
+  for (size_t i = 0; i < names.size(); ++i) {
+    const int p = FindBarCodeParam(names[i]);
+    if (p < 0 || (specific_only && !kBarCodeParams[p].specific)) return VERR_CTRL_VALUE(name_par);
+    if (!BarCodeModel::ValidValue(p, (*values)[i])) return VERR_CTRL_VALUE(name_par + 1);
+    params->push_back(p);
+  }
+  return VRESULT_OK;
+}
+
+size_t CharCount(const std::string& s) {
+  size_t n = 0;
+  for (unsigned char c : s) n += (c & 0xC0) != 0x80;
+  return n;
+}
 
 int FindBarCodeParam(const char* name) {
   for (int p = 0; p < kNumBarCodeParams; ++p)

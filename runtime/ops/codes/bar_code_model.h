@@ -42,6 +42,15 @@ extern const BarCodeParamSpec kBarCodeParams[kNumBarCodeParams];
 // Index of the parameter `name`, or -1.
 int FindBarCodeParam(const char* name);
 
+// Parameter names at `name_par` and values at `name_par + 1`, checked as a
+// whole before anything is set, so a bad pair leaves a model unchanged.
+// With `specific_only`, general parameters are refused.
+Vresult InpBarCodeParamPairs(const OpContext& ctx, int name_par, bool specific_only,
+                             std::vector<int>* params, std::vector<double>* values);
+
+// Characters of a decoded text (UTF-8 code points).
+size_t CharCount(const std::string& s);
+
 // One value per parameter and code type (general parameters keep all
 // columns equal).
 using BarCodeParamValues = std::array<std::array<double, kNumBarCodeTypes>, kNumBarCodeParams>;

@@ -9,26 +9,6 @@
 namespace vexa {
 namespace {
 
-// Parameter names at `name_par` and values at `name_par + 1`, checked as a
-// whole before anything is set, so a bad pair leaves the model unchanged.
-// With `specific_only`, general parameters are refused.
-Vresult InpParamPairs(const OpContext& ctx, int name_par, bool specific_only,
-                      std::vector<int>* params, std::vector<double>* values) {
-  std::vector<const char*> names;
-  Vresult rc = ctx.GetStrings(name_par, names);
-  if (rc == VRESULT_OK) rc = ctx.GetDoubles(name_par + 1, *values);
-  if (rc != VRESULT_OK) return rc;
-  if (values->size() != names.size()) return VERR_CTRL_NUM(name_par + 1);
-  params->clear();
-  for (size_t i = 0; i < names.size(); ++i) {
-    const int p = FindBarCodeParam(names[i]);
-    if (p < 0 || (specific_only && !kBarCodeParams[p].specific)) return VERR_CTRL_VALUE(name_par);
-    if (!BarCodeModel::ValidValue(p, (*values)[i])) return VERR_CTRL_VALUE(name_par + 1);
-    params->push_back(p);
-  }
-  return VRESULT_OK;
-}
-
 void SetAll(BarCodeModel* model, const std::vector<int>& params, const std::vector<double>& values,
             const std::vector<int>& types) {
   for (size_t i = 0; i < params.size(); ++i) model->SetParam(params[i], types, values[i]);
@@ -60,7 +40,7 @@ Vresult InpParamNames(const OpContext& ctx, int par, std::vector<int>* params) {
 VEXA_OPERATOR(create_bar_code_model) {
   std::vector<int> params;
   std::vector<double> values;
-  const Vresult rc = InpParamPairs(ctx, 0, false, &params, &values);
+  const Vresult rc = InpBarCodeParamPairs(ctx, 0, false, &params, &values);
   if (rc != VRESULT_OK) return rc;
   auto model = std::make_shared<BarCodeModel>();
   SetAll(model.get(), params, values, AllTypes());
@@ -72,7 +52,7 @@ VEXA_OPERATOR(set_bar_code_param) {
   std::vector<int> params;
   std::vector<double> values;
   Vresult rc = InpTool(ctx, 0, &model);
-  if (rc == VRESULT_OK) rc = InpParamPairs(ctx, 1, false, &params, &values);
+  if (rc == VRESULT_OK) rc = InpBarCodeParamPairs(ctx, 1, false, &params, &values);
   if (rc == VRESULT_OK) SetAll(model.get(), params, values, AllTypes());
   return rc;
 }
@@ -83,7 +63,7 @@ VEXA_OPERATOR(set_bar_code_param_specific) {
   std::vector<double> values;
   Vresult rc = InpTool(ctx, 0, &model);
   if (rc == VRESULT_OK) rc = InpBarCodeTypes(ctx, 1, false, &types);
-  if (rc == VRESULT_OK) rc = InpParamPairs(ctx, 2, true, &params, &values);
+  if (rc == VRESULT_OK) rc = InpBarCodeParamPairs(ctx, 2, true, &params, &values);
   if (rc == VRESULT_OK) SetAll(model.get(), params, values, types);
   return rc;
 }

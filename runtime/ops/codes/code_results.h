@@ -6,6 +6,7 @@
 #include <mutex>
 #include <vector>
 
+#include "ops/codes/symbol_grid.h"
 #include "ops/codes/zxing_bridge.h"
 
 namespace vexa {
@@ -14,6 +15,8 @@ struct CodeResults {
   CodeImage searched;  // the area of the last search (pixels not kept)
   std::vector<CodeHit> decoded;
   std::vector<CodeHit> candidates;
+  // Per decoded symbol of a 2D code type; rows 0 where none was fitted.
+  std::vector<SymbolGrid> grids;
 };
 
 // The results of a tool, replaced as a whole by each search.

@@ -13,10 +13,15 @@
 namespace vexa {
 namespace {
 
-enum ResultName { kString, kData, kType, kOrientation, kEccLevel, kMirrored, kStatus, kNumResults };
-const char* const kResultNames[kNumResults] = {"decoded_string", "decoded_data", "symbol_type",
-                                               "orientation",    "ecc_level",    "mirrored",
-                                               "status"};
+enum ResultName {
+  kString, kData, kType, kOrientation, kEccLevel, kMirrored, kStatus,
+  kSymbolRows, kSymbolCols, kModuleWidth, kModuleHeight, kModuleSeparation, kQualityGrade,
+  kNumResults
+};
+const char* const kResultNames[kNumResults] = {
+    "decoded_string", "decoded_data",  "symbol_type",   "orientation",       "ecc_level",
+    "mirrored",       "status",        "symbol_rows",   "symbol_cols",       "module_width",
+    "module_height",  "module_separation", "quality_isoiec15415"};
 
 enum ObjectName { kSymbolXld, kCandidateXld, kSearchXld, kNumObjects };
 const char* const kObjectNames[kNumObjects] = {"symbol_xld", "candidate_xld", "search_xld"};
@@ -27,7 +32,11 @@ int IndexOf(const char* const* names, int n, const char* name) {
   return -1;
 }
 
-void AddResult(const CodeHit& hit, int which, CtrlValues* out) {
+// The grid results need the symbol's fitted grid (`grid` null or empty:
+// VERR_CODE_RESULT_NA); a print quality grade is never measured.
+Vresult AddResult(const CodeHit& hit, const SymbolGrid* grid, int which, CtrlValues* out) {
+  if (which >= kSymbolRows && (grid == nullptr || grid->rows == 0 || which == kQualityGrade))
+    return VERR_CODE_RESULT_NA;
   switch (which) {
     case kString: out->Add(hit.text); break;
     case kData:
@@ -37,8 +46,14 @@ void AddResult(const CodeHit& hit, int which, CtrlValues* out) {
     case kOrientation: out->Add(hit.Orientation() * 180 / M_PI); break;
     case kEccLevel: out->Add(hit.ec_level); break;
     case kMirrored: out->Add(hit.mirrored ? "yes" : "no"); break;
-    default: out->Add(hit.valid ? "decoded" : "not decodable"); break;
+    case kStatus: out->Add(hit.valid ? "decoded" : "not decodable"); break;
+    case kSymbolRows: out->Add(grid->rows); break;
+    case kSymbolCols: out->Add(grid->cols); break;
+    case kModuleWidth: out->Add(grid->module_width); break;
+    case kModuleHeight: out->Add(grid->module_height); break;
+    default: out->Add(grid->separation); break;
   }
+  return VRESULT_OK;
 }
 
 // The symbols named by the candidate handle at input `par`.
@@ -55,6 +70,13 @@ Vresult InpHits(const OpContext& ctx, int par, const CodeResults& results,
   const Vresult rc = InpResultIndices(ctx, par, results.decoded.size(), "all_results", &indices);
   for (size_t i : indices) hits->push_back(&results.decoded[i]);
   return rc;
+}
+
+// The grid of a decoded symbol (null for a candidate).
+const SymbolGrid* GridOf(const CodeResults& results, const CodeHit* hit) {
+  for (size_t i = 0; i < results.decoded.size(); ++i)
+    if (&results.decoded[i] == hit) return &results.grids[i];
+  return nullptr;
 }
 
 }  // namespace
@@ -78,11 +100,15 @@ VEXA_OPERATOR(find_data_code_2d) {
   rc = ApplyDataCodeParams(ctx, 1, &params);
   if (rc != VRESULT_OK) return rc;
   std::vector<CodeHit> hits = ReadCodes(image, DataCodeReadOptions(params));
-  CodeResults results{image, {}, hits};
+  CodeResults results{image, {}, hits, {}};
   for (CodeHit& hit : hits)
     if (hit.valid && (params.stop_after == 0 ||
                       results.decoded.size() < static_cast<size_t>(params.stop_after)))
       results.decoded.push_back(std::move(hit));
+  for (const CodeHit& hit : results.decoded) {
+    results.grids.emplace_back();
+    FitSymbolGrid(image, hit, &results.grids.back());
+  }
   std::vector<Vlong> handles;
   std::vector<std::string> strings;
   NewKeys xlds;
@@ -115,8 +141,13 @@ VEXA_OPERATOR(get_data_code_2d_results) {
   rc = InpHits(ctx, 1, results, &hits);
   if (rc != VRESULT_OK) return rc;
   CtrlValues out;
-  for (const CodeHit* hit : hits)
-    for (int w : which) AddResult(*hit, w, &out);
+  for (const CodeHit* hit : hits) {
+    const SymbolGrid* grid = GridOf(results, hit);
+    for (int w : which) {
+      rc = AddResult(*hit, grid, w, &out);
+      if (rc != VRESULT_OK) return rc;
+    }
+  }
   return ctx.SetOutpValues(0, out);
 }
 

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <vector>
 
+#include "ops/codes/code_pixels.h"
+
 namespace vexa {
 namespace {
 
@@ -17,18 +19,7 @@ Vec operator-(Vec a, Vec b) { return {a.x - b.x, a.y - b.y}; }
 Vec operator*(double s, Vec a) { return {s * a.x, s * a.y}; }
 double Dot(Vec a, Vec b) { return a.x * b.x + a.y * b.y; }
 
-// Bilinear gray value at image point p; false outside the crop.
-bool Sample(const CodeImage& image, Vec p, double* v) {
-  const double x = p.x - image.col0, y = p.y - image.row0;
-  if (!(x >= 0 && y >= 0 && x <= image.width - 1 && y <= image.height - 1)) return false;
-  const int x0 = static_cast<int>(x), y0 = static_cast<int>(y);
-  const int x1 = std::min(x0 + 1, image.width - 1), y1 = std::min(y0 + 1, image.height - 1);
-  const double fx = x - x0, fy = y - y0;
-  auto at = [&](int yy, int xx) { return static_cast<double>(image.data[yy * image.stride + xx]); };
-  *v = (1 - fy) * ((1 - fx) * at(y0, x0) + fx * at(y0, x1)) +
-       fy * ((1 - fx) * at(y1, x0) + fx * at(y1, x1));
-  return true;
-}
+bool Sample(const CodeImage& image, Vec p, double* v) { return SampleGray(image, p.y, p.x, v); }
 
 // Unit reading direction: the dominant gradient direction at the points
 // of the segment a..b, turned to point from a to b.

@@ -102,21 +102,36 @@ bool IsLinear(ZXing::BarcodeFormats formats) {
   return !(formats & BarcodeFormat::LinearCodes).empty();
 }
 
-ZXing::DecodeHints HintsOf(const CodeReadOptions& o) {
+ZXing::DecodeHints HintsOf(const CodeReadOptions& o, ZXing::BarcodeFormats formats, int min_lines) {
   ZXing::DecodeHints hints;
-  hints.setFormats(o.formats)
+  hints.setFormats(formats)
       .setTryHarder(o.try_harder)
       .setTryRotate(false)
       .setMaxNumberOfSymbols(static_cast<uint8_t>(
-          IsLinear(o.formats) ? 1 : o.max_symbols > 0 && o.max_symbols < 255 ? o.max_symbols : 255))
-      .setMinLineCount(static_cast<uint8_t>(std::clamp(o.min_line_count, 1, 255)))
+          IsLinear(formats) ? 1 : o.max_symbols > 0 && o.max_symbols < 255 ? o.max_symbols : 255))
+      .setMinLineCount(static_cast<uint8_t>(std::clamp(min_lines, 1, 255)))
       .setValidateCode39CheckSum(o.code39_check)
       .setValidateITFCheckSum(o.itf_check)
       .setReturnErrors(true);
   return hints;
 }
 
-// Reads one view; true when it gave a decoded symbol.
+// The engine calls of one read. The engine stops on an internal check
+// when it merges the scan lines of a tilted GS1 DataBar code, so DataBar
+// codes are read in a call of their own that accepts a single scan line
+// (the DataBar reader pairs the code's halves and verifies their
+// checksum itself).
+std::vector<ZXing::DecodeHints> HintsOf(const CodeReadOptions& o) {
+  const ZXing::BarcodeFormats databar = BarcodeFormat::DataBar | BarcodeFormat::DataBarExpanded;
+  ZXing::BarcodeFormats others;
+  for (BarcodeFormat f : o.formats)
+    if ((databar & f).empty()) others |= f;
+  std::vector<ZXing::DecodeHints> calls;
+  if (!others.empty()) calls.push_back(HintsOf(o, others, o.min_line_count));
+  if (!(o.formats & databar).empty()) calls.push_back(HintsOf(o, o.formats & databar, 1));
+  return calls;
+}
+
 // Views up to this many pixels are enlarged for the enhanced pass.
 constexpr double kMaxEnlargedPixels = 4e6;
 
@@ -144,17 +159,20 @@ cv::Mat Prepared(const View& view, bool inverted, bool enhanced, double* scale) 
 }
 
 // Reads one view; true when it gave a decoded symbol.
-bool ReadView(const View& view, const ZXing::DecodeHints& hints, bool inverted, bool enhanced,
-              std::vector<CodeHit>* hits) {
+bool ReadView(const View& view, const std::vector<ZXing::DecodeHints>& calls, bool inverted,
+              bool enhanced, std::vector<CodeHit>* hits) {
   double scale = 1;
   const cv::Mat pixels = Prepared(view, inverted, enhanced, &scale);
   ZXing::ImageView zx(pixels.ptr<uint8_t>(), pixels.cols, pixels.rows, ZXing::ImageFormat::Lum,
                       static_cast<int>(pixels.step[0]));
   if (view.quarter) zx = zx.rotated(90);
   bool decoded = false;
-  for (const ZXing::Result& r : ZXing::ReadBarcodes(zx, hints)) {
-    hits->push_back(HitOf(r, view, pixels, scale));
-    decoded = decoded || hits->back().valid;
+  for (const ZXing::DecodeHints& hints : calls) {
+    if (decoded && IsLinear(hints.formats())) break;  // one linear code per read
+    for (const ZXing::Result& r : ZXing::ReadBarcodes(zx, hints)) {
+      hits->push_back(HitOf(r, view, pixels, scale));
+      decoded = decoded || hits->back().valid;
+    }
   }
   return decoded;
 }
@@ -172,7 +190,7 @@ std::vector<bool> InversionsOf(CodePolarity p) {
 template <class MakeView, class Finish>
 std::vector<CodeHit> ReadViews(const CodeReadOptions& options, int num_views, MakeView make,
                                Finish finish) {
-  const ZXing::DecodeHints hints = HintsOf(options);
+  const std::vector<ZXing::DecodeHints> hints = HintsOf(options);
   std::vector<CodeHit> undecoded;
   for (int pass = 0; pass < 2; ++pass)
     for (int i = 0; i < num_views; ++i) {
@@ -281,6 +299,12 @@ std::vector<CodeHit> ReadCodes(const CodeImage& image, const CodeReadOptions& op
         return v;
       },
       [&](std::vector<CodeHit>* hits) { FinishLinear(image, options, hits); });
+}
+
+std::vector<CodeHit> ReadDrawnCodes(const CodeImage& image, const CodeReadOptions& options) {
+  std::vector<CodeHit> hits;
+  if (image.width > 0) ReadView(UprightView(image), HintsOf(options), false, false, &hits);
+  return hits;
 }
 
 std::vector<CodeHit> ReadCodesInRectangle(const CodeImage& image, const CodeReadOptions& options,

@@ -88,6 +88,11 @@ Vresult InpCodeImage(OpContext& ctx, int par, CodeImage* image);
 // Every symbol in the image (see above for the search order).
 std::vector<CodeHit> ReadCodes(const CodeImage& image, const CodeReadOptions& options);
 
+// The symbols in an upright drawing of a code (made by the runtime, not
+// seen by a camera): the image as it is only, no turned views and no
+// enhanced pass.
+std::vector<CodeHit> ReadDrawnCodes(const CodeImage& image, const CodeReadOptions& options);
+
 // The symbols inside the rectangle with centre (row, col), half lengths
 // len1 along phi and len2 across: the rectangle is resampled so that phi
 // becomes the reading direction.

@@ -1,0 +1,25 @@
+// Gray values of the pixels the code engine reads, between pixel centres.
+#pragma once
+
+#include <algorithm>
+
+#include "ops/codes/zxing_bridge.h"
+
+namespace vexa {
+
+// Bilinear gray value at image point (row, col); false outside the crop.
+inline bool SampleGray(const CodeImage& image, double row, double col, double* v) {
+  const double x = col - image.col0, y = row - image.row0;
+  if (!(x >= 0 && y >= 0 && x <= image.width - 1 && y <= image.height - 1)) return false;
+  const int x0 = static_cast<int>(x), y0 = static_cast<int>(y);
+  const int x1 = std::min(x0 + 1, image.width - 1), y1 = std::min(y0 + 1, image.height - 1);
+  const double fx = x - x0, fy = y - y0;
+  auto at = [&](int yy, int xx) {
+    return static_cast<double>(image.data[static_cast<size_t>(yy) * image.stride + xx]);
+  };
+  *v = (1 - fy) * ((1 - fx) * at(y0, x0) + fx * at(y0, x1)) +
+       fy * ((1 - fx) * at(y1, x0) + fx * at(y1, x1));
+  return true;
+}
+
+}  // namespace vexa
