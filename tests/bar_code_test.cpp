@@ -267,6 +267,10 @@ TEST_F(BarCodeTest, RefusesBadInput) {
             VERR_CTRL_VALUE(1));  // nothing found yet
   EXPECT_EQ(get_bar_code_result(VTuple(model_), VTuple("all"), VTuple("colour"), &strings),
             VERR_CTRL_VALUE(2));
+  // Print quality grades are not measured.
+  EXPECT_EQ(get_bar_code_result(VTuple(model_), VTuple("all"), VTuple("quality_isoiec15416"),
+                                &strings),
+            VERR_CODE_RESULT_NA);
   EXPECT_EQ(decode_bar_code_rectangle2(image, model_, "EAN-13", 30, 30, 0, -4, 10, &strings),
             VERR_CTRL_VALUE(5));
   EXPECT_EQ(clear_data_code_2d_model(data_model), VRESULT_OK);

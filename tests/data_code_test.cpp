@@ -275,3 +275,58 @@ TEST_F(DataCodeTest, RefusesBadInput) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(DataCodeTest, ReportsTheFittedModuleGrid) {
+  std::mt19937 rng(47);
+  const struct {
+    const char* type;
+    BarcodeFormat format;
+    const char* content;
+  } cases[] = {{"QR Code", BarcodeFormat::QRCode, "grid of version 3 or so, 0123456789"},
+               {"Data Matrix ECC 200", BarcodeFormat::DataMatrix, "rectangular?"},
+               {"Aztec Code", BarcodeFormat::Aztec, "Aztec grid"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.type);
+    const ZXing::BitMatrix bits =
+        ZXing::MultiFormatWriter(c.format).setMargin(0).encode(c.content, 0, 0);
+    const Vlong model = Model(c.type);
+    const Vobject scene = MakeScene({c.format, c.content, 3.5, 57}, &rng);
+    Vobject xlds;
+    VTuple handles, strings, grid, quality;
+    ASSERT_EQ(find_data_code_2d(scene, &xlds, VTuple(model), VTuple(), VTuple(), &handles, &strings),
+              VRESULT_OK);
+    ASSERT_EQ(strings.Num(), 1);
+    VTuple names;
+    for (const char* n : {"symbol_rows", "symbol_cols", "module_width", "module_height",
+                          "module_separation"})
+      names.Append(VTuple(n));
+    ASSERT_EQ(get_data_code_2d_results(VTuple(model), handles[0], names, &grid), VRESULT_OK);
+    ASSERT_EQ(grid.Num(), 5);
+    EXPECT_EQ(grid[0].L(), bits.height());
+    EXPECT_EQ(grid[1].L(), bits.width());
+    EXPECT_NEAR(grid[2].D(), 3.5, 0.25);
+    EXPECT_NEAR(grid[3].D(), 3.5, 0.25);
+    // Blurred but clearly separated modules.
+    EXPECT_GT(grid[4].D(), 0.4);
+    EXPECT_LE(grid[4].D(), 1.0);
+    EXPECT_EQ(get_data_code_2d_results(VTuple(model), handles[0], VTuple("quality_isoiec15415"),
+                                       &quality),
+              VERR_CODE_RESULT_NA);
+  }
+  // PDF417 has no fitted grid; candidates have none either.
+  const Vlong pdf = Model("PDF417");
+  const Vobject scene = MakeScene({BarcodeFormat::PDF417, "no grid", 3, 0}, &rng);
+  Vobject xlds;
+  VTuple handles, strings, out;
+  ASSERT_EQ(find_data_code_2d(scene, &xlds, VTuple(pdf), VTuple(), VTuple(), &handles, &strings),
+            VRESULT_OK);
+  ASSERT_EQ(strings.Num(), 1);
+  EXPECT_EQ(get_data_code_2d_results(VTuple(pdf), handles[0], VTuple("symbol_rows"), &out),
+            VERR_CODE_RESULT_NA);
+  EXPECT_EQ(get_data_code_2d_results(VTuple(pdf), "all_candidates", VTuple("module_width"), &out),
+            VERR_CODE_RESULT_NA);
+}
+
+}  // namespace
