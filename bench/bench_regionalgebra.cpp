@@ -1,8 +1,9 @@
 // Region algebra against OpenCV on the same pixels: segmentation into
 // components with their areas and centres (threshold + connection +
 // area_center versus cv::threshold + cv::connectedComponentsWithStats), and
-// union and intersection of two segmented scenes (union2, intersection
-// versus cv::bitwise_or, cv::bitwise_and on the equivalent masks).
+// union, intersection and symmetric difference of two segmented scenes
+// (union2, intersection, symm_difference versus cv::bitwise_or,
+// cv::bitwise_and, cv::bitwise_xor on the equivalent masks).
 //
 // Scenes are byte images of filled discs on a black background: "sparse"
 // covers about 2% of the image with a few dozen discs, "dense" about half
@@ -143,11 +144,31 @@ void BM_Intersection_OpenCV(benchmark::State& state) {
   }
 }
 
+void BM_SymmDifference_Vexa(benchmark::State& state) {
+  const Pair p = MakePair(state);
+  for (auto _ : state) {
+    Vobject out;
+    symm_difference(p.a, p.b, &out);
+    benchmark::DoNotOptimize(out.Id());
+  }
+}
+
+void BM_SymmDifference_OpenCV(benchmark::State& state) {
+  const Pair p = MakePair(state);
+  for (auto _ : state) {
+    cv::Mat out;
+    cv::bitwise_xor(p.ma, p.mb, out);
+    benchmark::DoNotOptimize(out.data);
+  }
+}
+
 BENCHMARK(BM_Components_Vexa)->Apply(SceneArgs);
 BENCHMARK(BM_Components_OpenCV)->Apply(SceneArgs);
 BENCHMARK(BM_Union_Vexa)->Apply(SceneArgs);
 BENCHMARK(BM_Union_OpenCV)->Apply(SceneArgs);
 BENCHMARK(BM_Intersection_Vexa)->Apply(SceneArgs);
 BENCHMARK(BM_Intersection_OpenCV)->Apply(SceneArgs);
+BENCHMARK(BM_SymmDifference_Vexa)->Apply(SceneArgs);
+BENCHMARK(BM_SymmDifference_OpenCV)->Apply(SceneArgs);
 
 }  // namespace

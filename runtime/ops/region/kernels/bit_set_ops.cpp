@@ -12,12 +12,18 @@ namespace {
 constexpr int64_t kMaxPlaneWords = int64_t{1} << 20;
 // Per input chord, the packed path saves on the run merges about as much
 // as it spends on this many words of its frame (painting, combining,
-// reading back): measured on scenes of discs and of random pixels, the
-// packed path costs about 6 ns per word plus 4 ns per chord, the merges of
-// union, intersection and difference 4.5 to 6 ns per chord, the edge walk
-// of the symmetric difference about 11. Union and the others gain only on
-// very fragmented rows.
-double WordsPerChord(SetOp op) { return op == SetOp::kSymmDifference ? 1.0 : 0.1; }
+// reading back). Measured on scenes of discs and of random pixels: the
+// symmetric difference (whose run path is a general edge walk) gains from
+// about one run per word on, union from about ten, intersection and
+// difference (whose cost also follows the runs they leave) only from about
+// twenty.
+double WordsPerChord(SetOp op) {
+  switch (op) {
+    case SetOp::kSymmDifference: return 1.0;
+    case SetOp::kUnion: return 0.1;
+    default: return 0.05;
+  }
+}
 
 // Rows r1..r2, columns c1..c2 (inclusive); empty when r2 < r1 or c2 < c1.
 struct Frame {
