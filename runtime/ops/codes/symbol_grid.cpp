@@ -123,6 +123,10 @@ std::vector<int> AllRows(int n) {
   return rows;
 }
 
+// Sizes whose modules would be narrower than this many pixels are not
+// tried: the engine reads no symbol that small, even enlarged.
+constexpr double kMinModule = 1.5;
+
 // At most kScoredRows module rows, evenly spread.
 constexpr int kScoredRows = 24;
 std::vector<int> ScoredRows(int n) {
@@ -148,7 +152,7 @@ bool FitSymbolGrid(const CodeImage& image, const CodeHit& hit, SymbolGrid* grid)
   Size best_size{0, 0};
   std::vector<double> gray;
   for (Size size : *sizes) {
-    if (width < size.second || height < size.first) continue;
+    if (width < kMinModule * size.second || height < kMinModule * size.first) continue;
     if (!SampleRows(image, hit, size, ScoredRows(size.first), &gray)) continue;
     const double score = SpreadOf(gray).separation;
     if (score > best * kBetter) best = score, best_size = size;

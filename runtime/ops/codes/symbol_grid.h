@@ -7,8 +7,9 @@
 // the module centres of a grid spanned by the corners are sampled, and the
 // size whose samples lie farthest from their mid-gray (relative to their
 // contrast) wins. At a wrong size many samples fall on module edges, where
-// blur leaves mid-gray values. Sizes are scored on at most 24 evenly spaced
-// module rows; the winner is sampled in full.
+// blur leaves mid-gray values. Sizes with modules under 1.5 pixels are
+// skipped (the engine reads none that small); sizes are scored on at most
+// 24 evenly spaced module rows; the winner is sampled in full.
 //
 // The same distance measured over all modules of the winner is the
 // symbol's module separation: 1 for modules whose centres all lie at the
@@ -43,8 +44,8 @@ struct SymbolGrid {
 bool HasFittableGrid(ZXing::BarcodeFormat format);
 
 // Fits the grid of the symbol `hit` in `image`; false for a format without
-// a fittable grid or a symbol smaller than its smallest size at one pixel
-// per module.
+// a fittable grid or a symbol smaller than its smallest size at 1.5
+// pixels per module.
 bool FitSymbolGrid(const CodeImage& image, const CodeHit& hit, SymbolGrid* grid);
 
 // A dark-on-light drawing of a module grid (`set`: rows x cols, row-major)
