@@ -101,13 +101,21 @@ Chords Box(int r0, int height, int c0, int width) {
   return out;
 }
 
+vexa::RegionBox BoxOf(const Region& region) {
+  vexa::RegionBox box{0, 0, -1, -1};
+  region.BoundingBox(&box.r1, &box.c1, &box.r2, &box.c2);
+  return box;
+}
+
 // Both bit-row kernels and the dispatching Add and Fit against the
 // definitions.
 void ExpectMorphology(const Grid& a, const Chords& element, const char* what) {
   const RegionPtr region = Region::FromCanonicalChords(a.ToChords());
   const Chords add = AddRef(a, element), fit = FitRef(a, element);
-  EXPECT_EQ(vexa::AddByBitRows(*region, element), add) << what;
-  EXPECT_EQ(vexa::FitByBitRows(*region, element), fit) << what;
+  if (!region->empty()) {
+    EXPECT_EQ(vexa::AddByBitRows(*region, BoxOf(*region), element), add) << what;
+    EXPECT_EQ(vexa::FitByBitRows(*region, BoxOf(*region), element), fit) << what;
+  }
   const vexa::Element e = vexa::Element::FromChords(element);
   RegionPtr out;
   ASSERT_EQ(vexa::Add(*region, e, &out), VRESULT_OK);
@@ -148,12 +156,12 @@ TEST(DenseMorphology, BitRowsAreChosenForFragmentedRegionsOnly) {
   const RegionPtr fragmented =
       Region::FromCanonicalChords(RandomGrid(rng, 0.5).ToChords());
   const RegionPtr single = Region::Rectangle(0, 0, 0, 4000);
-  EXPECT_TRUE(vexa::PreferBitRows(*fragmented, Disc(3), 14));
-  EXPECT_FALSE(vexa::PreferBitRows(*single, Disc(3), 14));
-  EXPECT_FALSE(vexa::PreferBitRows(*Region::Empty(), Disc(3), 14));
+  EXPECT_TRUE(vexa::PreferBitRows(*fragmented, BoxOf(*fragmented), Disc(3), 14));
+  EXPECT_FALSE(vexa::PreferBitRows(*single, BoxOf(*single), Disc(3), 14));
+  EXPECT_FALSE(vexa::PreferBitRows(*Region::Empty(), BoxOf(*Region::Empty()), Disc(3), 14));
   // Far apart runs would need a plane beyond every memory bound.
   const RegionPtr spread = Region::FromChords({{0, 0, 0}, {1 << 20, 1 << 20, 1 << 20}});
-  EXPECT_FALSE(vexa::PreferBitRows(*spread, Disc(3), 1e9));
+  EXPECT_FALSE(vexa::PreferBitRows(*spread, BoxOf(*spread), Disc(3), 1e9));
 }
 
 // Union, intersection and difference of fragmented rows, where every

@@ -130,6 +130,8 @@ TEST(PackedMorphology, WideRegionsAtNegativeCoordinates) {
     const Mask a = RandomRuns(rng, -37 + round, -131 + 7 * round, 14, 150 + 9 * round,
                               round % 2 ? 3 : 90);
     const auto region = vexa::Region::FromCanonicalChords(ChordsOf(a));
+    vexa::RegionBox box;
+    ASSERT_TRUE(region->BoundingBox(&box.r1, &box.c1, &box.r2, &box.c2));
     const Mask grown = MaskOf(a.r0 - 2, a.c0 - 3, a.h + 4, a.w + 6, [&](int r, int c) {
       for (const Chord& k : element)
         for (int dc = k.cb; dc <= k.ce; ++dc)
@@ -142,8 +144,8 @@ TEST(PackedMorphology, WideRegionsAtNegativeCoordinates) {
           if (!a.Get(r + k.r, c + dc)) return false;
       return true;
     });
-    EXPECT_EQ(vexa::AddByBitRows(*region, element), ChordsOf(grown));
-    EXPECT_EQ(vexa::FitByBitRows(*region, element), ChordsOf(fits));
+    EXPECT_EQ(vexa::AddByBitRows(*region, box, element), ChordsOf(grown));
+    EXPECT_EQ(vexa::FitByBitRows(*region, box, element), ChordsOf(fits));
   }
 }
 

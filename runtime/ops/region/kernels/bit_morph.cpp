@@ -166,26 +166,24 @@ struct Frame {
   int64_t row1, row2, col0, words;
 };
 
-Frame FrameOf(const Region& a, const std::vector<Chord>& element) {
-  int32_t r1, c1, r2, c2;
-  a.BoundingBox(&r1, &c1, &r2, &c2);
+Frame FrameOf(const RegionBox& box, const std::vector<Chord>& element) {
   int64_t reach = 0, span = 0;
   for (const Chord& k : element) {
     reach = std::max({reach, std::abs(int64_t{k.cb}), std::abs(int64_t{k.ce})});
     span = std::max(span, int64_t{k.ce} - k.cb);
   }
   const int64_t margin = reach + span;
-  return {r1, r2, c1 - margin, WordsFor(c1 - margin, c2 + margin)};
+  return {box.r1, box.r2, box.c1 - margin, WordsFor(box.c1 - margin, box.c2 + margin)};
 }
 
 // Add (grow) or Fit (shrink). Growing: out(y) = OR over element chords k of
 // a(y - k.r) widened to [cb + k.cb, ce + k.ce]; shrinking: out(y) = AND of
 // a(y + k.r) shrunk to [cb - k.cb, ce - k.ce].
 template <bool kGrow>
-std::vector<Chord> Morph(const Region& a, const std::vector<Chord>& element) {
-  if (a.empty()) return {};
+std::vector<Chord> Morph(const Region& a, const RegionBox& box,
+                         const std::vector<Chord>& element) {
   using Op = std::conditional_t<kGrow, Or, And>;
-  const Frame f = FrameOf(a, element);
+  const Frame f = FrameOf(box, element);
   const int64_t kr_min = element.front().r, kr_max = element.back().r;
   const int64_t out_first = kGrow ? f.row1 + kr_min : f.row1 - kr_min;
   const int64_t out_last = kGrow ? f.row2 + kr_max : f.row2 - kr_max;
@@ -225,10 +223,10 @@ std::vector<Chord> Morph(const Region& a, const std::vector<Chord>& element) {
 
 }  // namespace
 
-bool PreferBitRows(const Region& a, const std::vector<Chord>& element,
-                   double merges_per_chord) {
+bool PreferBitRows(const Region& a, const RegionBox& box,
+                   const std::vector<Chord>& element, double merges_per_chord) {
   if (a.empty() || element.empty()) return false;
-  const Frame f = FrameOf(a, element);
+  const Frame f = FrameOf(box, element);
   const int64_t rows =
       f.row2 - f.row1 + 1 + (int64_t{element.back().r} - element.front().r);
   const int64_t plane = rows * f.words;
@@ -249,14 +247,14 @@ bool PreferBitRows(const Region& a, const std::vector<Chord>& element,
   return bit_cost < run_cost;
 }
 
-std::vector<Chord> AddByBitRows(const Region& a,
+std::vector<Chord> AddByBitRows(const Region& a, const RegionBox& box,
                                 const std::vector<Chord>& element) {
-  return Morph<true>(a, element);
+  return Morph<true>(a, box, element);
 }
 
-std::vector<Chord> FitByBitRows(const Region& a,
+std::vector<Chord> FitByBitRows(const Region& a, const RegionBox& box,
                                 const std::vector<Chord>& element) {
-  return Morph<false>(a, element);
+  return Morph<false>(a, box, element);
 }
 
 }  // namespace vexa

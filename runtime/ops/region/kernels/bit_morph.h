@@ -16,23 +16,31 @@
 // define them; the caller has checked that every coordinate stays in int32.
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "region_store.h"
 
 namespace vexa {
 
-// True when the packed-bit path is expected to be cheaper than the run
-// merges for `a` and `element` (`merges_per_chord`: how many row merges the
-// run path spends per chord of a).
-bool PreferBitRows(const Region& a, const std::vector<Chord>& element,
-                   double merges_per_chord);
+// The bounding box of a region (as Region::BoundingBox gives it), measured
+// once by the caller: on dense regions each pass over the chords costs a
+// few percent of the operation.
+struct RegionBox {
+  int32_t r1, c1, r2, c2;
+};
 
-// { p + k : p in a, k in element }
-std::vector<Chord> AddByBitRows(const Region& a,
+// True when the packed-bit path is expected to be cheaper than the run
+// merges for `a` (bounding box `box`) and `element` (`merges_per_chord`:
+// how many row merges the run path spends per chord of a).
+bool PreferBitRows(const Region& a, const RegionBox& box,
+                   const std::vector<Chord>& element, double merges_per_chord);
+
+// { p + k : p in a, k in element }; a not empty.
+std::vector<Chord> AddByBitRows(const Region& a, const RegionBox& box,
                                 const std::vector<Chord>& element);
-// { p : p + k in a for every k in element }
-std::vector<Chord> FitByBitRows(const Region& a,
+// { p : p + k in a for every k in element }; a not empty.
+std::vector<Chord> FitByBitRows(const Region& a, const RegionBox& box,
                                 const std::vector<Chord>& element);
 
 }  // namespace vexa

@@ -28,13 +28,11 @@ class ChordSink {
   std::vector<Chord> chords_;
 };
 
-// True when the bounding box of `a`, moved by offsets within `shift`, stays
-// inside the int32 range (an empty region always does).
-bool FitsInt32(const Region& a, const Box& shift) {
-  int32_t r1, c1, r2, c2;
-  if (!a.BoundingBox(&r1, &c1, &r2, &c2)) return true;
-  return r1 + shift.r0 >= kCoordMin && r2 + shift.r1 <= kCoordMax &&
-         c1 + shift.c0 >= kCoordMin && c2 + shift.c1 <= kCoordMax;
+// True when a bounding box moved by offsets within `shift` stays inside
+// the int32 range.
+bool FitsInt32(const RegionBox& box, const Box& shift) {
+  return box.r1 + shift.r0 >= kCoordMin && box.r2 + shift.r1 <= kCoordMax &&
+         box.c1 + shift.c0 >= kCoordMin && box.c2 + shift.c1 <= kCoordMax;
 }
 
 // Every chord of `chords` widened by `w`; rows stay, the result is
@@ -244,10 +242,15 @@ double Element::RunMergesPerChord(bool grow) const {
 }
 
 Vresult Add(const Region& a, const Element& b, RegionPtr* out) {
-  if (!FitsInt32(a, b.bounds_)) return VERR_TOO_LARGE;
+  RegionBox box;
+  if (!a.BoundingBox(&box.r1, &box.c1, &box.r2, &box.c2)) {
+    *out = Region::Empty();
+    return VRESULT_OK;
+  }
+  if (!FitsInt32(box, b.bounds_)) return VERR_TOO_LARGE;
   const std::vector<Chord> shape = b.AsChords();
-  if (PreferBitRows(a, shape, b.RunMergesPerChord(true))) {
-    *out = Region::FromCanonicalChords(AddByBitRows(a, shape));
+  if (PreferBitRows(a, box, shape, b.RunMergesPerChord(true))) {
+    *out = Region::FromCanonicalChords(AddByBitRows(a, box, shape));
   } else {
     *out = Region::FromCanonicalChords(b.is_box_ ? AddBox(a, b.bounds_)
                                                  : AddChords(a, b.chords_));
@@ -256,11 +259,16 @@ Vresult Add(const Region& a, const Element& b, RegionPtr* out) {
 }
 
 Vresult Fit(const Region& a, const Element& b, RegionPtr* out) {
+  RegionBox box;
+  if (!a.BoundingBox(&box.r1, &box.c1, &box.r2, &box.c2)) {
+    *out = Region::Empty();
+    return VRESULT_OK;
+  }
   const Box back{-b.bounds_.r1, -b.bounds_.r0, -b.bounds_.c1, -b.bounds_.c0};
-  if (!FitsInt32(a, back)) return VERR_TOO_LARGE;
+  if (!FitsInt32(box, back)) return VERR_TOO_LARGE;
   const std::vector<Chord> shape = b.AsChords();
-  if (PreferBitRows(a, shape, b.RunMergesPerChord(false))) {
-    *out = Region::FromCanonicalChords(FitByBitRows(a, shape));
+  if (PreferBitRows(a, box, shape, b.RunMergesPerChord(false))) {
+    *out = Region::FromCanonicalChords(FitByBitRows(a, box, shape));
   } else {
     *out = Region::FromCanonicalChords(b.is_box_ ? FitBox(a, b.bounds_)
                                                  : FitChords(a, b.chords_));
