@@ -140,6 +140,11 @@ TEST_F(CodeDescrTest, ReadsScanLinesOfAFoundRegion) {
               VRESULT_OK);
     EXPECT_EQ(inside[0].L(), 1) << "edge " << i;
   }
+  // Background and noise alone cross no bars.
+  const std::vector<uint8_t> flat(200 * 200, kLight);
+  const Vobject plain = AddNoise(ByteImage(flat, 200, 200), 5, &rng);
+  ASSERT_EQ(get_1d_bar_code(plain, descr, VTuple(), VTuple(), 0.3, &elements), VRESULT_OK);
+  EXPECT_EQ(elements.Num(), 0);
 }
 
 TEST_F(CodeDescrTest, GenericDescriptionsSelectTypesAndElementSizes) {

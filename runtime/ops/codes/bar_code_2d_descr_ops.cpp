@@ -106,8 +106,8 @@ VEXA_OPERATOR(find_2d_bar_code) {
   NewKeys regions;
   size_t found = 0;
   for (const CodeHit& hit : ReadCodes(image, DataCodeReadOptions(params))) {
-    if (!hit.valid || (params.stop_after > 0 && found == static_cast<size_t>(params.stop_after)))
-      continue;
+    if (params.stop_after > 0 && found == static_cast<size_t>(params.stop_after)) break;
+    if (!hit.valid) continue;
     SymbolGrid grid;
     if (FitSymbolGrid(image, hit, &grid) &&
         (grid.module_width < d.module_size || grid.module_width > d.max_module_size))

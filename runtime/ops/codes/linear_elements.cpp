@@ -10,6 +10,7 @@ namespace {
 
 constexpr double kStep = 0.5;  // pixels between profile samples
 constexpr uint8_t kBar = 0, kSpace = 255;
+constexpr double kMinContrast = 20;  // gray values between bars and spaces
 
 // Quantile q of `values` (copied).
 double Quantile(std::vector<double> values, double q) {
@@ -38,7 +39,10 @@ LinearElements MeasureElements(const CodeImage& image, double row0, double col0,
     if (n == 3) gray.push_back(sum / n), at.push_back(t);
   }
   if (gray.size() < 4) return out;
-  const double mid = (Quantile(gray, 0.05) + Quantile(gray, 0.95)) / 2;
+  const double dark = Quantile(gray, 0.05), light = Quantile(gray, 0.95);
+  // A line over background alone: its noise is no bars.
+  if (light - dark < kMinContrast) return out;
+  const double mid = (dark + light) / 2;
   std::vector<double> edges;  // positions along the line
   for (size_t i = 1; i < gray.size(); ++i) {
     const bool dark0 = gray[i - 1] < mid, dark1 = gray[i] < mid;

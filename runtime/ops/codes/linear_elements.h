@@ -4,7 +4,8 @@
 // Measuring. The gray profile along the scan line is sampled every half
 // pixel, each sample the mean of three points across the line (one pixel
 // apart) to damp noise. The threshold is the mid-gray of the profile's 5%
-// and 95% quantiles; element edges are its crossings, interpolated
+// and 95% quantiles (a line whose quantiles lie less than 20 gray values
+// apart crosses no bars); element edges are its crossings, interpolated
 // linearly between samples. The elements run from the first dark run to
 // the last one; the light ends are quiet zone.
 #pragma once
