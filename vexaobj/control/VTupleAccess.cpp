@@ -4,6 +4,7 @@
 #include <inttypes.h>
 
 #include "raise.h"
+#include "tuple_kernel.h"
 
 namespace Vexa {
 
@@ -27,7 +28,7 @@ VCtrlVal& VTuple::operator[](Vlong index) {
                "index out of range: index = %" PRId64 "\n", index);
     return Sink();
   }
-  if (index >= num) Extend(index);
+  if (index >= num) internal::TupleKernel::Extend(*this, index);
   // Growth that failed leaves the index outside the tuple.
   if (index >= num) return Sink();
   return elems[index];
@@ -85,7 +86,7 @@ VTuple VTuple::operator()(Vlong min, Vlong max) const {
                "index out of range");
     return result;
   }
-  result.Extend(max - min);
+  internal::TupleKernel::Extend(result, max - min);
   if (result.num != max - min + 1) return result;
   for (Vlong i = min; i <= max; ++i) result.elems[i - min] = elems[i];
   return result;
@@ -112,7 +113,7 @@ VTuple& VTuple::Append(const VTuple& t) {
   }
   const Vlong base = num;
   // One Extend, so that at most one reallocation happens.
-  Extend(base + t.num - 1);
+  internal::TupleKernel::Extend(*this, base + t.num - 1);
   if (num < base + t.num) return *this;
   for (Vlong j = 0; j < t.num; ++j) elems[base + j] = t.elems[j];
   return *this;

@@ -29,12 +29,41 @@ bool ElementsEqual(const VCtrlVal& x, const VCtrlVal& y) {
   return equal > 0 || (equal < 0 && !(x != y));
 }
 
+// Whether the `count` pairs from x and y, each side all integers or all
+// reals, are equal as numbers throughout; false for any other block. A
+// not-a-number equals nothing, so a true block holds none.
+bool BlockOfEqualNumbers(const VCtrlVal* x, const VCtrlVal* y, Vlong count) {
+  const int tx = K::UniformType<true, true>(x, count);
+  const int ty = K::UniformType<true, true>(y, count);
+  if (tx == VPAR_UNDEF || ty == VPAR_UNDEF) return false;
+  return K::WithNumberTypes(tx, ty, [&](auto x_type, auto y_type) {
+    constexpr int kX = decltype(x_type)::value;
+    constexpr int kY = decltype(y_type)::value;
+    bool equal = true;
+    for (Vlong i = 0; i < count; ++i) equal &= K::Number<kX>(x[i]) == K::Number<kY>(y[i]);
+    return equal;
+  });
+}
+
+// The length of the leading whole blocks of the first n pairs that are
+// equal numbers: the pairs the element walks below pass over without
+// deciding anything, which is the whole of two equal numeric tuples.
+Vlong EqualNumbersPrefix(const VCtrlVal* x, const VCtrlVal* y, Vlong n) {
+  Vlong begin = 0;
+  while (begin < n) {
+    const Vlong count = n - begin < K::kBlockLength ? n - begin : K::kBlockLength;
+    if (!BlockOfEqualNumbers(x + begin, y + begin, count)) break;
+    begin += count;
+  }
+  return begin;
+}
+
 int EqualTuples(const VTuple& a, const VTuple& b) {
   const Vlong n = a.Num();
   if (n != b.Num()) return 0;
   const VCtrlVal* x = K::Elems(a);
   const VCtrlVal* y = K::Elems(b);
-  for (Vlong i = 0; i < n; ++i) {
+  for (Vlong i = EqualNumbersPrefix(x, y, n); i < n; ++i) {
     if (!ElementsEqual(x[i], y[i])) return 0;
   }
   return 1;
@@ -78,7 +107,8 @@ int Compare(const VCtrlVal& x, const VCtrlVal& y) {
 // of numbers, which is the common case: a not-a-number met there ends the
 // comparison at once, and the elements behind the point where the walk
 // stops are scanned before anything is decided or any element operator
-// can fail, so the outcome is that of scanning first.
+// can fail, so the outcome is that of scanning first. Leading blocks of
+// equal numbers hold no not-a-number and are passed over whole.
 template <Order kOp>
 int OrderTuples(const VTuple& a, const VTuple& b) {
   const Vlong n1 = a.Num();
@@ -86,7 +116,7 @@ int OrderTuples(const VTuple& a, const VTuple& b) {
   const VCtrlVal* x = K::Elems(a);
   const VCtrlVal* y = K::Elems(b);
   const Vlong common = n1 < n2 ? n1 : n2;
-  Vlong i = 0;
+  Vlong i = EqualNumbersPrefix(x, y, common);
   int c = 0;
   for (; i < common; ++i) {
     const int tx = K::Tag(x[i]);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "raise.h"
+#include "tuple_kernel.h"
 
 namespace Vexa {
 
@@ -17,7 +18,7 @@ VTuple VTuple::Select(const VTuple& Index) const {
   VTuple result;
   const Vlong n = Index.num;
   if (n <= 0) return result;
-  result.Extend(n - 1);
+  internal::TupleKernel::Extend(result, n - 1);
   if (result.num != n) return result;
   for (Vlong i = 0; i < n; ++i) {
     const Vlong k = Index.elems[i].L();
@@ -105,7 +106,7 @@ void VTuple::ReplaceElements(const VTuple& Index, const VTuple& ReplaceValue) {
   }
   // Past the end the tuple grows, the gap left undefined. As the greatest
   // index starts at 0, an empty tuple gets one element even for no index.
-  Extend(greatest);
+  internal::TupleKernel::Extend(*this, greatest);
   if (num <= greatest) return;
   for (Vlong i = 0; i < Index.num; ++i) {
     const Vlong k = Index.elems[i].L();

@@ -5,13 +5,16 @@
 // Elements are read and written in place, without the checks of
 // VTuple::operator[], which is what keeps the inner loops tight.
 //
-// A fresh result gets the capacity of that one extension, but only its
-// tail beyond the written length is cleared: the loops write every live
-// entry anyway, and clearing them first would double the memory traffic.
+// A fresh result gets the capacity of that one extension, but none of its
+// entries is cleared in advance: the loops write every live entry anyway,
+// and the room beyond the length is cleared only when it is made live
+// (Extend below). Clearing it all up front cost as much as the additions.
 #ifndef VEXAOBJ_CONTROL_TUPLE_KERNEL_H
 #define VEXAOBJ_CONTROL_TUPLE_KERNEL_H
 
 #include <string.h>
+
+#include <type_traits>
 
 #include <vexa/types.h>
 #include <vexaobj/VBase.h>
@@ -62,6 +65,20 @@ struct TupleKernel {
     out.par.d = d;
     out.type = VPAR_DOUBLE;
   }
+  // Writers of a whole entry, padding included, whatever it held: for the
+  // uncleared entries of a fresh result, written with one store each.
+  static void PutLong(VCtrlVal& out, Vlong l) {
+    Vcpar entry{};
+    entry.par.l = l;
+    entry.type = VPAR_LONG;
+    memcpy(static_cast<void*>(&out), &entry, sizeof entry);
+  }
+  static void PutReal(VCtrlVal& out, double d) {
+    Vcpar entry{};
+    entry.par.d = d;
+    entry.type = VPAR_DOUBLE;
+    memcpy(static_cast<void*>(&out), &entry, sizeof entry);
+  }
   // Adopts a string allocated from the runtime into a slot holding none.
   static void SetText(VCtrlVal& out, char* s) {
     out.par.s = s;
@@ -79,24 +96,34 @@ struct TupleKernel {
 
   static const VCtrlVal* Elems(const VTuple& t) { return t.elems; }
 
+  // VBaseArray::Extend for tuples, the one way tuple code makes `index`
+  // live: entries made live within the capacity may hold anything and are
+  // made undefined values; a reallocated array comes cleared.
+  static void Extend(VTuple& t, Vlong index) {
+    const Vlong old_num = t.num;
+    const Vlong old_capacity = t.num_alloc;
+    t.Extend(index);
+    if (t.num > old_num && t.num <= old_capacity)
+      ClearEntries(t.elems + old_num, t.num - old_num);
+  }
+
   // Makes `length` (at least 1) elements of `t` live with one extension, as
   // a write to index length - 1 would. False when the storage could not be
   // had; the failure has been raised.
   static bool Grow(VTuple& t, Vlong length) {
-    t.Extend(length - 1);
+    Extend(t, length - 1);
     return t.num >= length;
   }
 
   // Makes `length` (at least 1) elements of the empty tuple `t` live with
-  // the capacity Grow would give, leaving the live entries uncleared for
-  // FillDown to write. False when the storage could not be had; the
-  // failure has been raised.
+  // the capacity Grow would give, leaving every entry uncleared: the live
+  // ones for the loops to write, the rest for Extend to clear.
+  // False when the storage could not be had; the failure has been raised.
   static bool GrowUncleared(VTuple& t, Vlong length) {
     const Vlong capacity = GrowthCapacity(length - 1).value();
     VCtrlVal* fresh = RuntimeAllocArray<VCtrlVal>(capacity, Fill::kNone, kNewLengthProc,
                                                   __FILE__, __LINE__);
     if (fresh == nullptr) return false;
-    ClearEntries(fresh + length, capacity - length);
     t.elems = fresh;
     t.SetArray(length, capacity);
     return true;
@@ -125,6 +152,69 @@ struct TupleKernel {
     }
   }
 
+  // --- Blocks of one number type --------------------------------------------
+  // The loops over numbers walk their operands in short blocks and ask once
+  // per block whether each side is all integers or all reals. Such a block
+  // is done by a loop without a type test per element, which the compiler
+  // unrolls; any other block goes element by element. Short blocks keep the
+  // type scan and the work on data the scan just brought into the cache.
+
+  // Elements per block: a block of each operand and of the result stay
+  // well inside the first-level cache.
+  static constexpr Vlong kBlockLength = 256;
+
+  // VPAR_LONG or VPAR_DOUBLE when the `count` (at least 1) elements from
+  // `v` all have that type, else VPAR_UNDEF. An operand that does not step
+  // is its first element alone. The elements are read in the direction the
+  // caller walks its blocks, upward when kUp, so that the whole walk is one
+  // stream through memory for the processor's prefetching to follow.
+  template <bool kSteps, bool kUp = false>
+  static int UniformType(const VCtrlVal* v, Vlong count) {
+    const int tag = Tag(v[0]);
+    if (!IsNumber(tag)) return VPAR_UNDEF;
+    if (kSteps) {
+      int differs = 0;
+      for (Vlong k = 0; k < count; ++k) differs |= Tag(v[kUp ? k : count - 1 - k]) ^ tag;
+      if (differs != 0) return VPAR_UNDEF;
+    }
+    return tag;
+  }
+
+  // A number type known at compile time, and the value of an element of
+  // that type: its Vlong or its double.
+  template <int kTag>
+  using NumberType = std::integral_constant<int, kTag>;
+
+  template <int kTag>
+  static auto Number(const VCtrlVal& v) {
+    if constexpr (kTag == VPAR_LONG) {
+      return Long(v);
+    } else {
+      return Real(v);
+    }
+  }
+
+  // f(NumberType<tx>(), NumberType<ty>()) for the number types tx and ty
+  // (each VPAR_LONG or VPAR_DOUBLE), so that f is compiled once per pair.
+  template <class F>
+  static auto WithNumberTypes(int tx, int ty, F f) {
+    using L = NumberType<VPAR_LONG>;
+    using D = NumberType<VPAR_DOUBLE>;
+    if (tx == VPAR_LONG) return ty == VPAR_LONG ? f(L(), L()) : f(L(), D());
+    return ty == VPAR_LONG ? f(D(), L()) : f(D(), D());
+  }
+
+  // Whether the element operation `Op` has a typed path for blocks:
+  // `template <bool kLeftSteps, bool kRightSteps> bool Block(left, right,
+  // out, count) const`, which either writes all `count` uncleared entries
+  // of `out` whole (PutLong, PutReal), as the element operation would, and
+  // returns true, or returns false having written nothing.
+  template <class Op, class = void>
+  struct HasBlockPath : std::false_type {};
+  template <class Op>
+  struct HasBlockPath<Op, std::void_t<decltype(&Op::template Block<true, true>)>>
+      : std::true_type {};
+
   // --- Loops ---------------------------------------------------------------
   // A binary element operation is `void op(const VCtrlVal& left, const
   // VCtrlVal& right, VCtrlVal& out)`, writing into a slot that holds no
@@ -146,13 +236,35 @@ struct TupleKernel {
     return result;
   }
 
-  // The inner loop, with the operands' stepping fixed at compile time.
+  // The inner loop, with the operands' stepping fixed at compile time. It
+  // walks down in blocks. An operation with a typed path for blocks
+  // (HasBlockPath) is offered each block first; what it declines goes
+  // element by element as in FillDown. If a write throws, the entries not
+  // yet reached are cleared as well, so that the array can be released.
   template <bool kLeftSteps, bool kRightSteps, class Op>
   static void ZipLoop(const VCtrlVal* left, const VCtrlVal* right, VCtrlVal* out,
                       Vlong n, Op op) {
-    FillDown(out, n - 1, [&](Vlong i, VCtrlVal& slot) {
-      op(left[kLeftSteps ? i : 0], right[kRightSteps ? i : 0], slot);
-    });
+    Vlong i = n - 1;
+    try {
+      while (i >= 0) {
+        const Vlong begin = i >= kBlockLength ? i + 1 - kBlockLength : 0;
+        if constexpr (HasBlockPath<Op>::value) {
+          if (op.template Block<kLeftSteps, kRightSteps>(
+                  left + (kLeftSteps ? begin : 0), right + (kRightSteps ? begin : 0),
+                  out + begin, i + 1 - begin)) {
+            i = begin - 1;
+            continue;
+          }
+        }
+        for (; i >= begin; --i) {
+          ClearEntries(out + i, 1);
+          op(left[kLeftSteps ? i : 0], right[kRightSteps ? i : 0], out[i]);
+        }
+      }
+    } catch (...) {
+      ClearEntries(out, i);
+      throw;
+    }
   }
 
   // The broadcast rule of two tuples, tested in this order: an empty

@@ -67,13 +67,40 @@ template <Arith kOp>
 VCtrlVal ArithValue(const VCtrlVal& x, const VCtrlVal& y);
 
 // The element operation of the tuple loops: numbers inline, all else
-// through ArithValue.
+// through ArithValue; blocks whose operands are all integers or all reals
+// on each side in one typed loop.
 template <Arith kOp>
 struct ArithElem {
   void operator()(const VCtrlVal& x, const VCtrlVal& y, VCtrlVal& out) const {
     if (NumericArith<kOp>(x, y, out)) return;
     VCtrlVal value = ArithValue<kOp>(x, y);
     TupleKernel::MoveInto(value, out);
+  }
+
+  // The results NumericArith gives for such a block: integers of two
+  // integers, else reals, where the one side that is integers is promoted.
+  // A remainder with a real is declined, for the element path to raise.
+  template <bool kXSteps, bool kYSteps>
+  bool Block(const VCtrlVal* x, const VCtrlVal* y, VCtrlVal* out, Vlong count) const {
+    using K = TupleKernel;
+    const int tx = K::UniformType<kXSteps>(x, count);
+    const int ty = K::UniformType<kYSteps>(y, count);
+    if (tx == VPAR_UNDEF || ty == VPAR_UNDEF) return false;
+    if (kOp == Arith::kMod && (tx != VPAR_LONG || ty != VPAR_LONG)) return false;
+    K::WithNumberTypes(tx, ty, [&](auto x_type, auto y_type) {
+      constexpr int kX = decltype(x_type)::value;
+      constexpr int kY = decltype(y_type)::value;
+      for (Vlong i = count - 1; i >= 0; --i) {
+        const auto a = K::Number<kX>(x[kXSteps ? i : 0]);
+        const auto b = K::Number<kY>(y[kYSteps ? i : 0]);
+        if constexpr (kX == VPAR_LONG && kY == VPAR_LONG) {
+          K::PutLong(out[i], LongArith<kOp>(a, b));
+        } else {
+          K::PutReal(out[i], RealArith<kOp>(a, b));
+        }
+      }
+    });
+    return true;
   }
 };
 

@@ -1,0 +1,224 @@
+// Tuples longer than the loops' blocks: arithmetic and comparison take a
+// typed path for blocks of one number type per operand and the element
+// path for every other block; both must give what the element operators
+// give, wherever in the tuple the odd element sits. Also the room beyond
+// the length of a result, which is left uncleared until it is made live.
+#include <cmath>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include <vexa/runtime.h>
+#include <vexaobj/VTuple.h>
+
+#include "control_test_support.h"
+#include "tuple_test_support.h"
+
+using Vexa::VCtrlVal;
+using Vexa::Vlong;
+using Vexa::VTuple;
+using control_test::ExpectRaise;
+using tuple_test::Show;
+using tuple_test::Tup;
+
+namespace {
+
+class TupleBlocksTest : public control_test::ThrowingTest {};
+
+// Opens the capacity, which only array classes see.
+class Probe : public VTuple {
+ public:
+  Probe(const VTuple& t) : VTuple(t) {}
+  using VTuple::AllocNum;
+};
+
+// More than two blocks of the loops, with a partial one at the bottom.
+constexpr Vlong kLength = 700;
+// Indexes in the top, middle and bottom block, and on block borders.
+constexpr Vlong kProbes[] = {0, 1, 255, 256, 300, 443, 444, 600, kLength - 1};
+
+// kLength integers (or reals) with no zero, varied enough that no result
+// is trivial.
+VTuple Numbers(bool reals, int seed) {
+  VTuple t;
+  for (Vlong i = kLength - 1; i >= 0; --i) {
+    const Vlong v = (i * 37 + seed) % 101 - 50;
+    const Vlong nonzero = v == 0 ? 7 : v;
+    t[i] = reals ? VCtrlVal(nonzero * 0.25) : VCtrlVal(nonzero);
+  }
+  return t;
+}
+
+using ValueOp = std::function<VCtrlVal(const VCtrlVal&, const VCtrlVal&)>;
+using TupleOp = std::function<VTuple(const VTuple&, const VTuple&)>;
+
+struct NamedOp {
+  const char* name;
+  ValueOp value;
+  TupleOp tuple;
+};
+
+const NamedOp kOps[] = {
+    {"+", [](const VCtrlVal& a, const VCtrlVal& b) { return a + b; },
+     [](const VTuple& a, const VTuple& b) { return a + b; }},
+    {"-", [](const VCtrlVal& a, const VCtrlVal& b) { return a - b; },
+     [](const VTuple& a, const VTuple& b) { return a - b; }},
+    {"*", [](const VCtrlVal& a, const VCtrlVal& b) { return a * b; },
+     [](const VTuple& a, const VTuple& b) { return a * b; }},
+    {"/", [](const VCtrlVal& a, const VCtrlVal& b) { return a / b; },
+     [](const VTuple& a, const VTuple& b) { return a / b; }},
+};
+
+// The result the element operator gives for every pair, the one-element
+// operand spread.
+std::string ElementByElement(const VTuple& a, const VTuple& b, const ValueOp& op) {
+  const Vlong n = a.Num() > b.Num() ? a.Num() : b.Num();
+  VTuple expected;
+  for (Vlong i = n - 1; i >= 0; --i) {
+    expected[i] = op(a[a.Num() == 1 ? 0 : i], b[b.Num() == 1 ? 0 : i]);
+  }
+  return Show(expected);
+}
+
+void ExpectElementResults(const VTuple& a, const VTuple& b) {
+  for (const NamedOp& op : kOps) {
+    SCOPED_TRACE(op.name);
+    EXPECT_EQ(Show(op.tuple(a, b)), ElementByElement(a, b, op.value));
+  }
+}
+
+TEST_F(TupleBlocksTest, UniformOperandsGiveTheElementResults) {
+  const VTuple longs = Numbers(false, 3);
+  const VTuple reals = Numbers(true, 11);
+  // Each side all integers or all reals, promoted per side, and spread
+  // scalars on either side.
+  for (const VTuple* a : {&longs, &reals}) {
+    for (const VTuple* b : {&longs, &reals}) {
+      ExpectElementResults(*a, *b);
+      ExpectElementResults(*a, Tup({3}));
+      ExpectElementResults(Tup({2.5}), *b);
+    }
+  }
+  const ValueOp mod = [](const VCtrlVal& a, const VCtrlVal& b) { return a % b; };
+  EXPECT_EQ(Show(longs % Tup({7})), ElementByElement(longs, Tup({7}), mod));
+  // Integers wrap in the typed loop as in the element one.
+  const Vlong last = longs[kLength - 1].L();
+  EXPECT_EQ((Tup({INT64_MAX}) + longs)[kLength - 1].L(),
+            static_cast<Vlong>(static_cast<uint64_t>(INT64_MAX) + static_cast<uint64_t>(last)));
+}
+
+TEST_F(TupleBlocksTest, OneOddElementSendsItsBlockElementByElement) {
+  control_test::ScopedHandler handler(&control_test::Returning::Handle);
+  for (Vlong at : kProbes) {
+    SCOPED_TRACE("odd element at " + std::to_string(at));
+    for (const VCtrlVal& odd : {VCtrlVal(2.5), VCtrlVal("s"), VCtrlVal()}) {
+      VTuple mixed = Numbers(false, 5);
+      mixed[at] = odd;
+      ExpectElementResults(mixed, Numbers(false, 9));
+      ExpectElementResults(Numbers(true, 9), mixed);
+      ExpectElementResults(mixed, Tup({4}));
+    }
+  }
+}
+
+TEST_F(TupleBlocksTest, FailureFarDownReleasesTheBlocksAbove) {
+  control_test::ScopedMemTrace trace;
+  {
+    VTuple left = Numbers(false, 1);
+    left[10] = "text";
+    left[5] = VCtrlVal();
+    // Blocks above index 256 go the typed way, the bottom one element by
+    // element: the text written at 10 and all entries above are released.
+    ExpectRaise([&] { left + Numbers(false, 2); },
+                "VCtrlVal VCtrlVal::operator + (const VCtrlVal &loc_val) const",
+                "not instantiated");
+    // A remainder with a real is declined by the typed loop and raised by
+    // the element path at the highest index.
+    ExpectRaise([&] { Numbers(false, 1) % Tup({2.0}); },
+                "VCtrlVal VCtrlVal::operator % (const VCtrlVal &loc_val) const",
+                "wrong type: Vlong % double");
+  }
+  EXPECT_EQ(trace.Leaked(), 0) << trace.Report();
+}
+
+TEST_F(TupleBlocksTest, RoomBeyondAResultIsUndefinedWhenMadeLive) {
+  control_test::ScopedMemTrace trace;
+  {
+    // Each result takes its array from a heap whose last block of that size
+    // held texts, so the room beyond the length starts out as old text
+    // entries.
+    for (int round = 0; round < 3; ++round) {
+      const VTuple operand = Numbers(false, round);
+      const VTuple two = Tup({2});
+      const Vlong capacity = Probe(operand * two).AllocNum();
+      { const VTuple junk(capacity, VTuple("old")); }
+      VTuple grown = operand * two;
+      switch (round) {
+        case 0:
+          grown[kLength + 3] = 1;
+          break;
+        case 1:
+          grown.Append(Tup({1, 2, 3, 4}));
+          break;
+        default:
+          grown.ReplaceElements(Tup({kLength + 3}), Tup({1}));
+      }
+      ASSERT_EQ(grown.Num(), kLength + 4);
+      for (Vlong i = kLength; i < kLength + 3; ++i) {
+        EXPECT_EQ(grown[i].ValType(), round == 1 ? VPAR_LONG : VPAR_UNDEF) << i;
+      }
+      EXPECT_EQ(grown[kLength - 1].L(), 2 * operand[kLength - 1].L());
+      // A copy and a release read only the live entries.
+      const VTuple copy = grown;
+      EXPECT_EQ(Show(copy), Show(grown));
+    }
+  }
+  EXPECT_EQ(trace.Leaked(), 0) << trace.Report();
+}
+
+TEST_F(TupleBlocksTest, ComparisonsDecideInAnyBlock) {
+  const VTuple longs = Numbers(false, 4);
+  const VTuple reals = Numbers(true, 4);
+  EXPECT_TRUE(longs == VTuple(longs));
+  EXPECT_FALSE(longs == reals);
+  EXPECT_TRUE(longs == longs * Tup({1.0}));  // integers against reals, as reals
+  EXPECT_FALSE(longs < VTuple(longs));
+  EXPECT_TRUE(longs <= VTuple(longs));
+  for (Vlong at : kProbes) {
+    SCOPED_TRACE("difference at " + std::to_string(at));
+    VTuple greater = longs;
+    greater[at] = longs[at].L() + 1;
+    EXPECT_FALSE(longs == greater);
+    EXPECT_TRUE(longs < greater);
+    EXPECT_TRUE(greater > longs);
+    // A real level with its integer, and a negative zero with a zero.
+    VTuple same = longs;
+    same[at] = static_cast<double>(longs[at].L());
+    EXPECT_TRUE(same == longs);
+    EXPECT_TRUE(same >= longs);
+    VTuple zero = reals;
+    zero[at] = 0.0;
+    VTuple negative_zero = reals;
+    negative_zero[at] = -0.0;
+    EXPECT_TRUE(zero == negative_zero);
+    EXPECT_FALSE(zero < negative_zero);
+    // A not-a-number makes the tuples unequal and every order false, even
+    // behind a decided difference or a pair that cannot be ordered.
+    VTuple nan = reals;
+    nan[at] = NAN;
+    EXPECT_FALSE(nan == VTuple(nan));
+    EXPECT_FALSE(nan <= VTuple(nan));
+    VTuple text_first = nan;
+    text_first[kLength] = "a";
+    EXPECT_FALSE(text_first >= Tup({-1e9}));
+    // A string is compared as one by the element path.
+    VTuple text = longs;
+    text[at] = "b";
+    EXPECT_TRUE(text == VTuple(text));
+    ExpectRaise([&] { (void)(text < longs); },
+                "VBool VCtrlVal::operator < (const VCtrlVal &loc_val) const",
+                "wrong type: string < Vlong");
+  }
+}
+
+}  // namespace
