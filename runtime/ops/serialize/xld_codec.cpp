@@ -67,10 +67,20 @@ bool DecodePolygonData(ByteReader* r, Xld* x) {
   return true;
 }
 
+// Segments first..last of `poly`; segment k joins corners k and k + 1.
+bool SegmentRangeFits(const XldPtr& poly, int32_t first, int32_t last) {
+  return poly && first >= 0 && first <= last && static_cast<size_t>(last) + 1 < poly->size();
+}
+
 bool DecodeParallelData(ByteReader* r, Xld* x) {
   if (!DecodeOptional(r, VOBJ_XLD_POLY, &x->part1) || !DecodeOptional(r, VOBJ_XLD_POLY, &x->part2))
     return false;
   if (!r->I32(&x->first1) || !r->I32(&x->last1) || !r->I32(&x->first2) || !r->I32(&x->last2))
+    return false;
+  // Both polygons, and segment ranges inside them: the parallels
+  // operators index the polygons' corners by these ranges.
+  if (!SegmentRangeFits(x->part1, x->first1, x->last1) ||
+      !SegmentRangeFits(x->part2, x->first2, x->last2))
     return false;
   uint64_t n = 0;
   if (!r->Count(8, &n)) return false;
