@@ -37,11 +37,11 @@ constexpr Vlong kLength = 700;
 // Indexes in the top, middle and bottom block, and on block borders.
 constexpr Vlong kProbes[] = {0, 1, 255, 256, 300, 443, 444, 600, kLength - 1};
 
-// kLength integers (or reals) with no zero, varied enough that no result
+// `length` integers (or reals) with no zero, varied enough that no result
 // is trivial.
-VTuple Numbers(bool reals, int seed) {
+VTuple Numbers(bool reals, int seed, Vlong length = kLength) {
   VTuple t;
-  for (Vlong i = kLength - 1; i >= 0; --i) {
+  for (Vlong i = length - 1; i >= 0; --i) {
     const Vlong v = (i * 37 + seed) % 101 - 50;
     const Vlong nonzero = v == 0 ? 7 : v;
     t[i] = reals ? VCtrlVal(nonzero * 0.25) : VCtrlVal(nonzero);
@@ -142,32 +142,34 @@ TEST_F(TupleBlocksTest, FailureFarDownReleasesTheBlocksAbove) {
 }
 
 TEST_F(TupleBlocksTest, RoomBeyondAResultIsUndefinedWhenMadeLive) {
+  // Small enough for the heap to hand a freed array of this size straight
+  // back to the next request of the same size: the result takes the array
+  // a tuple of integers just left (a release clears only texts), so its
+  // room beyond the length starts out as old integer entries.
+  constexpr Vlong kShort = 36;
   control_test::ScopedMemTrace trace;
   {
-    // Each result takes its array from a heap whose last block of that size
-    // held texts, so the room beyond the length starts out as old text
-    // entries.
     for (int round = 0; round < 3; ++round) {
-      const VTuple operand = Numbers(false, round);
+      const VTuple operand = Numbers(false, round, kShort);
       const VTuple two = Tup({2});
       const Vlong capacity = Probe(operand * two).AllocNum();
-      { const VTuple junk(capacity, VTuple("old")); }
+      { const VTuple junk(capacity, VTuple(Vlong{7})); }
       VTuple grown = operand * two;
       switch (round) {
         case 0:
-          grown[kLength + 3] = 1;
+          grown[kShort + 3] = 1;
           break;
         case 1:
           grown.Append(Tup({1, 2, 3, 4}));
           break;
         default:
-          grown.ReplaceElements(Tup({kLength + 3}), Tup({1}));
+          grown.ReplaceElements(Tup({kShort + 3}), Tup({1}));
       }
-      ASSERT_EQ(grown.Num(), kLength + 4);
-      for (Vlong i = kLength; i < kLength + 3; ++i) {
+      ASSERT_EQ(grown.Num(), kShort + 4);
+      for (Vlong i = kShort; i < kShort + 3; ++i) {
         EXPECT_EQ(grown[i].ValType(), round == 1 ? VPAR_LONG : VPAR_UNDEF) << i;
       }
-      EXPECT_EQ(grown[kLength - 1].L(), 2 * operand[kLength - 1].L());
+      EXPECT_EQ(grown[kShort - 1].L(), 2 * operand[kShort - 1].L());
       // A copy and a release read only the live entries.
       const VTuple copy = grown;
       EXPECT_EQ(Show(copy), Show(grown));
