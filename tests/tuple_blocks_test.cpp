@@ -127,8 +127,9 @@ TEST_F(TupleBlocksTest, FailureFarDownReleasesTheBlocksAbove) {
     VTuple left = Numbers(false, 1);
     left[10] = "text";
     left[5] = VCtrlVal();
-    // Blocks above index 256 go the typed way, the bottom one element by
-    // element: the text written at 10 and all entries above are released.
+    // The blocks above the bottom one go the typed way, the bottom one
+    // element by element: the text written at 10 and all entries above it
+    // are released when the raise at 5 throws.
     ExpectRaise([&] { left + Numbers(false, 2); },
                 "VCtrlVal VCtrlVal::operator + (const VCtrlVal &loc_val) const",
                 "not instantiated");
