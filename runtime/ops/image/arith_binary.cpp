@@ -13,6 +13,7 @@
 #include <limits>
 #include <vector>
 
+#include "ops/image/byte_arith.h"
 #include "ops/image/image_map.h"
 #include "registry.h"
 
@@ -65,17 +66,22 @@ void AddIntegers(const PixelBuffer& a, const PixelBuffer& b, PixelBuffer* out,
           decltype(tag)::kType == PixelType::kCyclic ? (offset & 255) : bounded);
       if constexpr (decltype(tag)::kType == PixelType::kCyclic) {
         scan.ForEachRun([&](size_t o, size_t n) {
-          for (size_t k = o; k < o + n; ++k)
-            dst[k] = static_cast<T>((Wide{pa[k]} + kSign * Wide{pb[k]} + off) & 255);
+          MapPixelPairBlocks(pa + o, pb + o, dst + o, n, [=](T x, T y) {
+            return static_cast<T>((Wide{x} + kSign * Wide{y} + off) & 255);
+          });
+        });
+      } else if constexpr (std::is_same<T, uint8_t>::value) {
+        scan.ForEachRun([&](size_t o, size_t n) {
+          (kSign > 0 ? AddBytes : SubBytes)(pa + o, pb + o, dst + o, n, off);
         });
       } else {
         constexpr Wide kMin = std::numeric_limits<T>::min();
         constexpr Wide kMax = std::numeric_limits<T>::max();
         scan.ForEachRun([&](size_t o, size_t n) {
-          for (size_t k = o; k < o + n; ++k) {
-            const Wide v = Wide{pa[k]} + kSign * Wide{pb[k]} + off;
-            dst[k] = static_cast<T>(std::min(std::max(v, kMin), kMax));
-          }
+          MapPixelPairBlocks(pa + o, pb + o, dst + o, n, [=](T x, T y) {
+            const Wide v = static_cast<Wide>(Wide{x} + kSign * Wide{y} + off);
+            return static_cast<T>(std::min(std::max(v, kMin), kMax));
+          });
         });
       }
     }
@@ -110,10 +116,12 @@ VEXA_OPERATOR(add_image) { return AddOrSub<1>(ctx); }
 VEXA_OPERATOR(sub_image) { return AddOrSub<-1>(ctx); }
 
 // a * b * mult + add for byte images: the result depends on the product
-// a * b alone (exact in double), so it is read from a table of the 65,026
-// products, which is exactly the formula in double and, unlike it, needs
-// no rounding call per pixel. The table only pays off on images larger
-// than itself.
+// a * b alone (exact in double), so it is a function of the 65,026
+// products. Their table is exactly the formula in double; where the
+// processor has the vectorised loop and a fixed-point form matches every
+// entry of the table, that loop computes it, otherwise the table is read
+// per pixel (no rounding call either way). Both only pay off on images
+// larger than the table.
 bool MultBytes(const PixelBuffer& a, const PixelBuffer& b, PixelBuffer* out,
                const DomainScan& scan, double mult, double add) {
   if (a.type() != PixelType::kByte || scan.domain()->area() < 65536) return false;
@@ -124,6 +132,14 @@ bool MultBytes(const PixelBuffer& a, const PixelBuffer& b, PixelBuffer* out,
   const uint8_t* pa = a.data();
   const uint8_t* pb = b.data();
   uint8_t* dst = out->data();
+  FixedAffine fx;
+  if (FastAffineBytes() && fx.Fit(mult, add, 0, kProducts - 1, table.data())) {
+    scan.ForEachRun([&](size_t o, size_t n) {
+      MapByteProductsAffine(pa + o, pb + o, dst + o, n, static_cast<int32_t>(fx.m),
+                            static_cast<int32_t>(fx.c), fx.shift);
+    });
+    return true;
+  }
   scan.ForEachRun([&](size_t o, size_t n) {
     for (size_t k = o; k < o + n; ++k) dst[k] = table[static_cast<size_t>(pa[k] * pb[k])];
   });
@@ -163,7 +179,12 @@ VEXA_OPERATOR(abs_diff_image) {
       bool done = false;
       DispatchPixelType(a.type(), [&](auto tag) {
         using T = typename decltype(tag)::Value;
-        if constexpr (kNarrowInteger<T>) {
+        if constexpr (std::is_same<T, uint8_t>::value) {
+          const uint8_t* pa = PixelsOf(a, tag);
+          const uint8_t* pb = PixelsOf(b, tag);
+          uint8_t* dst = PixelsOf(out, tag);
+          s.ForEachRun([&](size_t o, size_t n) { AbsDiffBytes(pa + o, pb + o, dst + o, n); });
+        } else if constexpr (kNarrowInteger<T>) {
           // |a - b| in the wide lanes, clipped to the type (int1 tops out
           // at 127); the loop vectorises.
           using Wide = WideOf<T>;
@@ -172,8 +193,8 @@ VEXA_OPERATOR(abs_diff_image) {
             const Wide m = d < 0 ? static_cast<Wide>(-d) : d;
             return static_cast<T>(m < std::numeric_limits<T>::max() ? m : std::numeric_limits<T>::max());
           });
-          done = true;
         }
+        done = kNarrowInteger<T>;
       });
       if (done) return VRESULT_OK;
     }

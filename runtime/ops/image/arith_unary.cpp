@@ -120,11 +120,13 @@ VEXA_OPERATOR(invert_image) {
     switch (in.type()) {
       case PixelType::kDirection:
         return VERR_PIXEL_TYPE;
+      // The mirror of an unsigned value never leaves its range: it is
+      // computed in the type itself, a loop that vectorises.
       case PixelType::kByte:
       case PixelType::kCyclic:
-        return UnaryMap(in, out, scan, [](double x) { return 255.0 - x; });
+        return TypedUnaryMap(in, out, scan, [](auto x) { return static_cast<decltype(x)>(255 - x); });
       case PixelType::kUInt2:
-        return UnaryMap(in, out, scan, [](double x) { return 65535.0 - x; });
+        return TypedUnaryMap(in, out, scan, [](auto x) { return static_cast<decltype(x)>(65535 - x); });
       default:
         return UnaryMap(in, out, scan, [](double x) { return -x; });
     }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <type_traits>
 
 #include "ops/common/pixel_dispatch.h"
@@ -45,6 +46,28 @@ GrayHistogram ValueHistogram(const PixelBuffer& image, const DomainScan& scan) {
           const size_t m = std::min(n, kFlushEvery - since_flush);
           const T* p = px + o;
           size_t k = 0;
+          if constexpr (sizeof(T) == 1) {
+            // Eight byte pixels per load, taken apart by shifts: half the
+            // loads of the loop below.
+            constexpr uint64_t kFlip8 = uint64_t{kFlip} * 0x0101010101010101ull;
+            uint32_t* h0 = part[0].data();
+            uint32_t* h1 = part[1].data();
+            uint32_t* h2 = part[2].data();
+            uint32_t* h3 = part[3].data();
+            for (; k + 8 <= m; k += 8) {
+              uint64_t x;
+              std::memcpy(&x, p + k, 8);
+              x ^= kFlip8;
+              ++h0[x & 0xFF];
+              ++h1[(x >> 8) & 0xFF];
+              ++h2[(x >> 16) & 0xFF];
+              ++h3[(x >> 24) & 0xFF];
+              ++h0[(x >> 32) & 0xFF];
+              ++h1[(x >> 40) & 0xFF];
+              ++h2[(x >> 48) & 0xFF];
+              ++h3[x >> 56];
+            }
+          }
           for (; k + 4 <= m; k += 4) {
             ++part[0][static_cast<U>(static_cast<U>(p[k]) ^ kFlip)];
             ++part[1][static_cast<U>(static_cast<U>(p[k + 1]) ^ kFlip)];

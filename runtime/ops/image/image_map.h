@@ -20,6 +20,8 @@
 #include "ops/common/op_objects.h"
 #include "ops/common/pixel_dispatch.h"
 #include "ops/image/byte_affine.h"
+#include "ops/image/image_op_util.h"
+#include "ops/common/pixel_blocks.h"
 
 namespace vexa {
 
@@ -97,22 +99,25 @@ struct FixedAffine {
   }
 };
 
-// Makes the output image for `in` over `scan` and calls
-// channel_fn(channel index, output buffer) for each channel.
+// Makes the output image for `in` over `scan`: calls
+// channel_fn(channel index, output buffer) for each channel, which writes
+// the domain pixels, then stores the image. A full domain gets uncleared
+// buffers, since every pixel is written; the pixels outside a partial
+// domain read 0.
 template <class ChannelFn>
 Vresult NewResultImage(const db::ImageData& in, const DomainScan& scan,
                        PixelType type, ChannelFn&& channel_fn, NewKeys* out) {
-  const int num = static_cast<int>(in.channels.size());
-  Vkey key = VKEY_UNDEF;
-  Vresult rc = db::NewBlankImage(type, scan.width(), scan.height(), num,
-                                 scan.domain(), &key);
-  if (rc != VRESULT_OK) return rc;
-  out->Add(key);
-  for (int ch = 0; ch < num && rc == VRESULT_OK; ++ch) {
-    PixelBuffer* buffer = nullptr;
-    rc = db::WritableChannel(key, ch, &buffer);
-    if (rc == VRESULT_OK) rc = channel_fn(ch, buffer);
+  Channels channels(in.channels.size());
+  for (size_t ch = 0; ch < channels.size(); ++ch) {
+    Vresult rc = scan.full()
+        ? PixelBuffer::CreateUncleared(type, scan.width(), scan.height(), &channels[ch])
+        : PixelBuffer::Create(type, scan.width(), scan.height(), &channels[ch]);
+    if (rc == VRESULT_OK) rc = channel_fn(static_cast<int>(ch), channels[ch].get());
+    if (rc != VRESULT_OK) return rc;
   }
+  Vkey key = VKEY_UNDEF;
+  const Vresult rc = db::NewImage(scan.domain(), std::move(channels), &key);
+  if (rc == VRESULT_OK) out->Add(key);
   return rc;
 }
 
@@ -265,7 +270,7 @@ Vresult TypedBinaryMap(const PixelBuffer& a, const PixelBuffer& b,
     const auto* pb = PixelsOf(b, tag);
     auto* dst = PixelsOf(out, tag);
     scan.ForEachRun([&](size_t o, size_t n) {
-      for (size_t k = o; k < o + n; ++k) dst[k] = op(pa[k], pb[k]);
+      MapPixelPairBlocks(pa + o, pb + o, dst + o, n, op);
     });
   });
   return VRESULT_OK;
@@ -278,9 +283,7 @@ Vresult TypedUnaryMap(const PixelBuffer& in, PixelBuffer* out,
   DispatchPixelType(in.type(), [&](auto tag) {
     const auto* src = PixelsOf(in, tag);
     auto* dst = PixelsOf(out, tag);
-    scan.ForEachRun([&](size_t o, size_t n) {
-      for (size_t k = o; k < o + n; ++k) dst[k] = op(src[k]);
-    });
+    scan.ForEachRun([&](size_t o, size_t n) { MapPixelBlocks(src + o, dst + o, n, op); });
   });
   return VRESULT_OK;
 }
