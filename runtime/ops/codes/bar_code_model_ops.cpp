@@ -2,8 +2,8 @@
 #include <cstring>
 
 #include "ops/codes/bar_code_model.h"
-#include "ops/codes/code_model_items.h"
 #include "ops/codes/code_type_input.h"
+#include "ops/serialize/tool_item_ops.h"
 #include "registry.h"
 
 namespace vexa {
@@ -130,9 +130,11 @@ VEXA_OPERATOR(clear_all_bar_code_models) {
   return VRESULT_OK;
 }
 
-VEXA_OPERATOR(serialize_bar_code_model) { return SerializeModelOp<BarCodeModel>(ctx); }
-VEXA_OPERATOR(deserialize_bar_code_model) { return DeserializeModelOp<BarCodeModel>(ctx); }
-VEXA_OPERATOR(write_bar_code_model) { return WriteModelOp<BarCodeModel>(ctx); }
-VEXA_OPERATOR(read_bar_code_model) { return ReadModelOp<BarCodeModel>(ctx); }
+using BarCodeItemOps = ToolItemOps<SharedModelCodec<BarCodeModel>>;
+
+VEXA_OPERATOR(serialize_bar_code_model) { return BarCodeItemOps::Serialize(ctx); }
+VEXA_OPERATOR(deserialize_bar_code_model) { return BarCodeItemOps::Deserialize(ctx); }
+VEXA_OPERATOR(write_bar_code_model) { return BarCodeItemOps::Write(ctx); }
+VEXA_OPERATOR(read_bar_code_model) { return BarCodeItemOps::Read(ctx); }
 
 }  // namespace vexa

@@ -1,10 +1,10 @@
 // Making, configuring, storing and closing 2D data code models.
 #include <cstring>
 
-#include "ops/codes/code_model_items.h"
 #include "ops/codes/code_type_input.h"
 #include "ops/codes/data_code_model.h"
 #include "ops/codes/data_code_params.h"
+#include "ops/serialize/tool_item_ops.h"
 #include "registry.h"
 
 namespace vexa {
@@ -66,9 +66,11 @@ VEXA_OPERATOR(clear_all_data_code_2d_models) {
   return VRESULT_OK;
 }
 
-VEXA_OPERATOR(serialize_data_code_2d_model) { return SerializeModelOp<DataCodeModel>(ctx); }
-VEXA_OPERATOR(deserialize_data_code_2d_model) { return DeserializeModelOp<DataCodeModel>(ctx); }
-VEXA_OPERATOR(write_data_code_2d_model) { return WriteModelOp<DataCodeModel>(ctx); }
-VEXA_OPERATOR(read_data_code_2d_model) { return ReadModelOp<DataCodeModel>(ctx); }
+using DataCodeItemOps = ToolItemOps<SharedModelCodec<DataCodeModel>>;
+
+VEXA_OPERATOR(serialize_data_code_2d_model) { return DataCodeItemOps::Serialize(ctx); }
+VEXA_OPERATOR(deserialize_data_code_2d_model) { return DataCodeItemOps::Deserialize(ctx); }
+VEXA_OPERATOR(write_data_code_2d_model) { return DataCodeItemOps::Write(ctx); }
+VEXA_OPERATOR(read_data_code_2d_model) { return DataCodeItemOps::Read(ctx); }
 
 }  // namespace vexa

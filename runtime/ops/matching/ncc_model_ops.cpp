@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "ncc_model.h"
-#include "ops/codes/code_model_items.h"
+#include "ops/serialize/tool_item_ops.h"
 #include "registry.h"
 #include "shape_model_params.h"
 
@@ -222,10 +222,12 @@ VEXA_OPERATOR(set_ncc_model_param) {
   return rc;
 }
 
-VEXA_OPERATOR(serialize_ncc_model) { return SerializeModelOp<NccModel>(ctx); }
-VEXA_OPERATOR(deserialize_ncc_model) { return DeserializeModelOp<NccModel>(ctx); }
-VEXA_OPERATOR(write_ncc_model) { return WriteModelOp<NccModel>(ctx); }
-VEXA_OPERATOR(read_ncc_model) { return ReadModelOp<NccModel>(ctx); }
+using NccModelItemOps = ToolItemOps<SharedModelCodec<NccModel>>;
+
+VEXA_OPERATOR(serialize_ncc_model) { return NccModelItemOps::Serialize(ctx); }
+VEXA_OPERATOR(deserialize_ncc_model) { return NccModelItemOps::Deserialize(ctx); }
+VEXA_OPERATOR(write_ncc_model) { return NccModelItemOps::Write(ctx); }
+VEXA_OPERATOR(read_ncc_model) { return NccModelItemOps::Read(ctx); }
 VEXA_OPERATOR(clear_ncc_model) { return CloseInpTool(ctx, 0, ToolKind::kNccModel); }
 
 VEXA_OPERATOR(clear_all_ncc_models) {

@@ -7,9 +7,8 @@
 #include <cmath>
 #include <cstring>
 
-#include "io/image_file.h"
 #include "model_build.h"
-#include "ops/serialize/serialized_item.h"
+#include "ops/serialize/tool_item_ops.h"
 #include "registry.h"
 #include "shape_model.h"
 
@@ -109,43 +108,30 @@ Vresult ModelFromItem(const unsigned char* data, size_t size, ShapeModel* m) {
   return VRESULT_OK;
 }
 
-Vresult OutpModel(OpContext& ctx, ShapeModel m) {
-  return OutpNewTool(ctx, 0, std::make_shared<ShapeModelTool>(std::move(m)));
-}
+// The shape model through serialised items and files.
+struct ShapeModelCodec {
+  using Value = ShapeModel;
+  static Vresult InpItem(const OpContext& ctx, int par, ItemBytes* item) {
+    ShapeModel m;
+    const Vresult rc = InpShapeModel(ctx, par, &m);
+    if (rc == VRESULT_OK) *item = ModelItem(m);
+    return rc;
+  }
+  static Vresult Decode(const unsigned char* data, size_t size, ShapeModel* m) {
+    return ModelFromItem(data, size, m);
+  }
+  static Vresult Outp(OpContext& ctx, int par, ShapeModel m) {
+    return OutpNewTool(ctx, par, std::make_shared<ShapeModelTool>(std::move(m)));
+  }
+};
+using ShapeModelItemOps = ToolItemOps<ShapeModelCodec>;
 
 }  // namespace
 
-VEXA_OPERATOR(serialize_shape_model) {
-  ShapeModel m;
-  const Vresult rc = InpShapeModel(ctx, 0, &m);
-  return rc == VRESULT_OK ? OutpNewItem(ctx, 0, ModelItem(m)) : rc;
-}
-
-VEXA_OPERATOR(deserialize_shape_model) {
-  std::shared_ptr<SerializedItem> item;
-  ShapeModel m;
-  Vresult rc = InpTool(ctx, 0, &item);
-  if (rc == VRESULT_OK) rc = ModelFromItem(item->data(), item->size(), &m);
-  return rc == VRESULT_OK ? OutpModel(ctx, std::move(m)) : rc;
-}
-
-VEXA_OPERATOR(write_shape_model) {
-  ShapeModel m;
-  const char* name = nullptr;
-  Vresult rc = InpShapeModel(ctx, 0, &m);
-  if (rc == VRESULT_OK) rc = ctx.GetString(1, &name);
-  return rc == VRESULT_OK ? io::WriteWholeFile(name, ModelItem(m)) : rc;
-}
-
-VEXA_OPERATOR(read_shape_model) {
-  const char* name = nullptr;
-  Vresult rc = ctx.GetString(0, &name);
-  io::Bytes file;
-  if (rc == VRESULT_OK) rc = io::ReadWholeFile(name, &file);
-  ShapeModel m;
-  if (rc == VRESULT_OK) rc = ModelFromItem(file.data(), file.size(), &m);
-  return rc == VRESULT_OK ? OutpModel(ctx, std::move(m)) : rc;
-}
+VEXA_OPERATOR(serialize_shape_model) { return ShapeModelItemOps::Serialize(ctx); }
+VEXA_OPERATOR(deserialize_shape_model) { return ShapeModelItemOps::Deserialize(ctx); }
+VEXA_OPERATOR(write_shape_model) { return ShapeModelItemOps::Write(ctx); }
+VEXA_OPERATOR(read_shape_model) { return ShapeModelItemOps::Read(ctx); }
 
 }  // namespace matching
 }  // namespace vexa

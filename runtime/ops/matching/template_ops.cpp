@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "gradient_pyramid.h"
-#include "ops/codes/code_model_items.h"
+#include "ops/serialize/tool_item_ops.h"
 #include "ops/common/op_objects.h"
 #include "registry.h"
 #include "shape_model_params.h"
@@ -281,10 +281,12 @@ VEXA_OPERATOR(set_offset_template) {
   return VRESULT_OK;
 }
 
-VEXA_OPERATOR(serialize_template) { return SerializeModelOp<TemplateModel>(ctx); }
-VEXA_OPERATOR(deserialize_template) { return DeserializeModelOp<TemplateModel>(ctx); }
-VEXA_OPERATOR(write_template) { return WriteModelOp<TemplateModel>(ctx); }
-VEXA_OPERATOR(read_template) { return ReadModelOp<TemplateModel>(ctx); }
+using TemplateItemOps = ToolItemOps<SharedModelCodec<TemplateModel>>;
+
+VEXA_OPERATOR(serialize_template) { return TemplateItemOps::Serialize(ctx); }
+VEXA_OPERATOR(deserialize_template) { return TemplateItemOps::Deserialize(ctx); }
+VEXA_OPERATOR(write_template) { return TemplateItemOps::Write(ctx); }
+VEXA_OPERATOR(read_template) { return TemplateItemOps::Read(ctx); }
 VEXA_OPERATOR(clear_template) { return CloseInpTool(ctx, 0, ToolKind::kTemplate); }
 
 VEXA_OPERATOR(clear_all_templates) {

@@ -6,9 +6,8 @@
 #include <cmath>
 #include <string>
 
-#include "io/image_file.h"
 #include "measure_tool.h"
-#include "ops/serialize/serialized_item.h"
+#include "ops/serialize/tool_item_ops.h"
 #include "registry.h"
 
 namespace vexa {
@@ -57,42 +56,29 @@ Vresult MeasureFromItem(const unsigned char* data, size_t size, MeasureGeometry*
   return Plausible(*g) ? VRESULT_OK : VERR_FILE_CORRUPT;
 }
 
-Vresult OutpMeasure(OpContext& ctx, const MeasureGeometry& g) {
-  return OutpNewTool(ctx, 0, std::make_shared<MeasureTool>(g));
-}
+// The measure's geometry through serialised items and files.
+struct MeasureCodec {
+  using Value = MeasureGeometry;
+  static Vresult InpItem(const OpContext& ctx, int par, ItemBytes* item) {
+    MeasureGeometry g;
+    const Vresult rc = InpMeasure(ctx, par, &g);
+    if (rc == VRESULT_OK) *item = MeasureItem(g);
+    return rc;
+  }
+  static Vresult Decode(const unsigned char* data, size_t size, MeasureGeometry* g) {
+    return MeasureFromItem(data, size, g);
+  }
+  static Vresult Outp(OpContext& ctx, int par, const MeasureGeometry& g) {
+    return OutpNewTool(ctx, par, std::make_shared<MeasureTool>(g));
+  }
+};
+using MeasureItemOps = ToolItemOps<MeasureCodec>;
 
 }  // namespace
 
-VEXA_OPERATOR(serialize_measure) {
-  MeasureGeometry g;
-  const Vresult rc = InpMeasure(ctx, 0, &g);
-  return rc == VRESULT_OK ? OutpNewItem(ctx, 0, MeasureItem(g)) : rc;
-}
-
-VEXA_OPERATOR(deserialize_measure) {
-  std::shared_ptr<SerializedItem> item;
-  MeasureGeometry g;
-  Vresult rc = InpTool(ctx, 0, &item);
-  if (rc == VRESULT_OK) rc = MeasureFromItem(item->data(), item->size(), &g);
-  return rc == VRESULT_OK ? OutpMeasure(ctx, g) : rc;
-}
-
-VEXA_OPERATOR(write_measure) {
-  MeasureGeometry g;
-  const char* name = nullptr;
-  Vresult rc = InpMeasure(ctx, 0, &g);
-  if (rc == VRESULT_OK) rc = ctx.GetString(1, &name);
-  return rc == VRESULT_OK ? io::WriteWholeFile(name, MeasureItem(g)) : rc;
-}
-
-VEXA_OPERATOR(read_measure) {
-  const char* name = nullptr;
-  Vresult rc = ctx.GetString(0, &name);
-  io::Bytes file;
-  if (rc == VRESULT_OK) rc = io::ReadWholeFile(name, &file);
-  MeasureGeometry g;
-  if (rc == VRESULT_OK) rc = MeasureFromItem(file.data(), file.size(), &g);
-  return rc == VRESULT_OK ? OutpMeasure(ctx, g) : rc;
-}
+VEXA_OPERATOR(serialize_measure) { return MeasureItemOps::Serialize(ctx); }
+VEXA_OPERATOR(deserialize_measure) { return MeasureItemOps::Deserialize(ctx); }
+VEXA_OPERATOR(write_measure) { return MeasureItemOps::Write(ctx); }
+VEXA_OPERATOR(read_measure) { return MeasureItemOps::Read(ctx); }
 
 }  // namespace vexa

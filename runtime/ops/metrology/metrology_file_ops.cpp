@@ -9,9 +9,8 @@
 #include <cstring>
 #include <string>
 
-#include "io/image_file.h"
 #include "metrology_params.h"
-#include "ops/serialize/serialized_item.h"
+#include "ops/serialize/tool_item_ops.h"
 #include "registry.h"
 
 namespace vexa {
@@ -143,50 +142,31 @@ Vresult ModelFromItem(const unsigned char* data, size_t size, MetrologyModel* m)
   return ok && r.remaining() == 0 ? VRESULT_OK : VERR_FILE_CORRUPT;
 }
 
-Vresult OutpModel(OpContext& ctx, MetrologyModel m) {
-  return OutpNewTool(ctx, 0, std::make_shared<MetrologyTool>(std::move(m)));
-}
-
-Vresult InpModelItem(const OpContext& ctx, ItemBytes* item) {
-  std::shared_ptr<MetrologyTool> tool;
-  std::unique_lock<std::mutex> lock;
-  const Vresult rc = InpMetrology(ctx, 0, &tool, &lock);
-  if (rc == VRESULT_OK) *item = ModelItem(tool->model());
-  return rc;
-}
+// The metrology model through serialised items and files; the model is
+// encoded under its tool's lock.
+struct MetrologyModelCodec {
+  using Value = MetrologyModel;
+  static Vresult InpItem(const OpContext& ctx, int par, ItemBytes* item) {
+    std::shared_ptr<MetrologyTool> tool;
+    std::unique_lock<std::mutex> lock;
+    const Vresult rc = InpMetrology(ctx, par, &tool, &lock);
+    if (rc == VRESULT_OK) *item = ModelItem(tool->model());
+    return rc;
+  }
+  static Vresult Decode(const unsigned char* data, size_t size, MetrologyModel* m) {
+    return ModelFromItem(data, size, m);
+  }
+  static Vresult Outp(OpContext& ctx, int par, MetrologyModel m) {
+    return OutpNewTool(ctx, par, std::make_shared<MetrologyTool>(std::move(m)));
+  }
+};
+using MetrologyItemOps = ToolItemOps<MetrologyModelCodec>;
 
 }  // namespace
 
-VEXA_OPERATOR(serialize_metrology_model) {
-  ItemBytes item;
-  const Vresult rc = InpModelItem(ctx, &item);
-  return rc == VRESULT_OK ? OutpNewItem(ctx, 0, item) : rc;
-}
-
-VEXA_OPERATOR(deserialize_metrology_model) {
-  std::shared_ptr<SerializedItem> item;
-  MetrologyModel m;
-  Vresult rc = InpTool(ctx, 0, &item);
-  if (rc == VRESULT_OK) rc = ModelFromItem(item->data(), item->size(), &m);
-  return rc == VRESULT_OK ? OutpModel(ctx, std::move(m)) : rc;
-}
-
-VEXA_OPERATOR(write_metrology_model) {
-  ItemBytes item;
-  const char* name = nullptr;
-  Vresult rc = ctx.GetString(1, &name);
-  if (rc == VRESULT_OK) rc = InpModelItem(ctx, &item);
-  return rc == VRESULT_OK ? io::WriteWholeFile(name, item) : rc;
-}
-
-VEXA_OPERATOR(read_metrology_model) {
-  const char* name = nullptr;
-  Vresult rc = ctx.GetString(0, &name);
-  io::Bytes file;
-  if (rc == VRESULT_OK) rc = io::ReadWholeFile(name, &file);
-  MetrologyModel m;
-  if (rc == VRESULT_OK) rc = ModelFromItem(file.data(), file.size(), &m);
-  return rc == VRESULT_OK ? OutpModel(ctx, std::move(m)) : rc;
-}
+VEXA_OPERATOR(serialize_metrology_model) { return MetrologyItemOps::Serialize(ctx); }
+VEXA_OPERATOR(deserialize_metrology_model) { return MetrologyItemOps::Deserialize(ctx); }
+VEXA_OPERATOR(write_metrology_model) { return MetrologyItemOps::Write(ctx); }
+VEXA_OPERATOR(read_metrology_model) { return MetrologyItemOps::Read(ctx); }
 
 }  // namespace vexa
