@@ -40,7 +40,7 @@ export TSAN_OPTIONS  ?= halt_on_error=1:second_deadlock_stack=1
 FUZZ_BUILD    ?= $(BUILD)-fuzz
 FUZZ_SECONDS  ?= 30
 FUZZ_TIMEOUT  ?= 10
-FUZZ_TARGETS   = read_image read_region deserialize socket_receive tuple_string tuple_regexp convol_text
+FUZZ_TARGETS   = read_image read_region deserialize socket_receive tuple_string tuple_regexp convol_text read_dxf
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
