@@ -130,41 +130,21 @@ class WindowX11Test : public LeakCheckedTest {
     ASSERT_NE(xid_, 0u);
   }
 
-  // Sends a pointer event to the window, as the server would report it.
+  // Sends a button event to the window, as the server would report it.
   void Send(int type, int x, int y, unsigned button) {
     XEvent ev;
     std::memset(&ev, 0, sizeof ev);
-    long mask = PointerMotionMask;
-    if (type == MotionNotify) {
-      ev.xmotion.type = MotionNotify;
-      ev.xmotion.display = display_;
-      ev.xmotion.window = xid_;
-      ev.xmotion.x = x;
-      ev.xmotion.y = y;
-      ev.xmotion.state = Button1Mask;
-      ev.xmotion.same_screen = True;
-    } else {
-      mask = type == ButtonPress ? ButtonPressMask : ButtonReleaseMask;
-      ev.xbutton.type = type;
-      ev.xbutton.display = display_;
-      ev.xbutton.window = xid_;
-      ev.xbutton.x = x;
-      ev.xbutton.y = y;
-      ev.xbutton.button = button;
-      ev.xbutton.same_screen = True;
-    }
+    const long mask = type == ButtonPress ? ButtonPressMask : ButtonReleaseMask;
+    ev.xbutton.type = type;
+    ev.xbutton.display = display_;
+    ev.xbutton.window = xid_;
+    ev.xbutton.x = x;
+    ev.xbutton.y = y;
+    ev.xbutton.button = button;
+    ev.xbutton.same_screen = True;
     ASSERT_NE(x_.send_event(display_, xid_, False, mask, &ev), 0);
     x_.sync(display_, False);
   }
-  // A left drag from (x0, y0) to (x1, y1) through its middle.
-  void Drag(int x0, int y0, int x1, int y1) {
-    Send(ButtonPress, x0, y0, 1);
-    Send(MotionNotify, (x0 + x1) / 2, (y0 + y1) / 2, 0);
-    Send(MotionNotify, x1, y1, 0);
-    Send(ButtonRelease, x1, y1, 1);
-  }
-  void Confirm() { Send(ButtonPress, 1, 1, 3); }
-
   static Xlib x_;
   static Display* display_;
   static pid_t server_;
@@ -236,77 +216,6 @@ TEST_F(WindowX11Test, PointerPositionAndButtons) {
   EXPECT_EQ(row, 12);
   EXPECT_EQ(col, 11);
   EXPECT_EQ(button, 1);
-}
-
-// Figures from drags; the right button confirms; later drags redefine,
-// and the _mod forms move a figure grabbed at its centre.
-TEST_F(WindowX11Test, InteractiveFigures) {
-  OpenWindow(100, 80);
-  const Raster before = Dump(window_);
-  Drag(20, 30, 35, 30);
-  Confirm();
-  double row, col, radius;
-  ASSERT_EQ(draw_circle(window_, &row, &col, &radius), VRESULT_OK);
-  EXPECT_DOUBLE_EQ(row, 30);
-  EXPECT_DOUBLE_EQ(col, 20);
-  EXPECT_DOUBLE_EQ(radius, 15);
-  // The outline was only a preview.
-  EXPECT_EQ(Dump(window_).px, before.px);
-
-  Drag(10, 10, 20, 20);
-  Drag(50, 40, 70, 60);
-  Confirm();
-  double r1, c1, r2, c2;
-  ASSERT_EQ(draw_rectangle1(window_, &r1, &c1, &r2, &c2), VRESULT_OK);
-  EXPECT_EQ((std::vector<double>{r1, c1, r2, c2}), (std::vector<double>{40, 50, 60, 70}));
-
-  Drag(50, 40, 50, 20);  // centre (40, 50), first axis 20 pixels up
-  Drag(60, 60, 58, 46);  // second half axis: distance 10 from the centre
-  Confirm();
-  double phi, ra, rb;
-  ASSERT_EQ(draw_ellipse(window_, &row, &col, &phi, &ra, &rb), VRESULT_OK);
-  EXPECT_DOUBLE_EQ(row, 40);
-  EXPECT_DOUBLE_EQ(col, 50);
-  EXPECT_NEAR(phi, 3.14159265358979 / 2, 1e-12);
-  EXPECT_DOUBLE_EQ(ra, 20);
-  EXPECT_DOUBLE_EQ(rb, 10);
-
-  Drag(30, 30, 45, 35);  // from the centre: moves the circle by (5, 15)
-  Confirm();
-  ASSERT_EQ(draw_circle_mod(window_, 30.0, 30.0, 8.0, &row, &col, &radius), VRESULT_OK);
-  EXPECT_EQ((std::vector<double>{row, col, radius}), (std::vector<double>{35, 45, 8}));
-
-  Drag(7, 9, 7, 9);
-  Confirm();
-  ASSERT_EQ(draw_point(window_, &row, &col), VRESULT_OK);
-  EXPECT_EQ((std::vector<double>{row, col}), (std::vector<double>{9, 7}));
-}
-
-// draw_region fills the path of the drag; draw_polygon joins the points.
-TEST_F(WindowX11Test, InteractiveRegions) {
-  OpenWindow(100, 80);
-  Send(ButtonPress, 10, 10, 1);
-  for (const auto& p : {std::pair<int, int>{40, 10}, {40, 30}, {10, 30}})
-    Send(MotionNotify, p.first, p.second, 0);
-  Send(ButtonRelease, 10, 30, 1);
-  Confirm();
-  Vobject region;
-  ASSERT_EQ(draw_region(&region, window_), VRESULT_OK);
-  Vlong area = 0;
-  double row, col;
-  ASSERT_EQ(area_center(region, &area, &row, &col), VRESULT_OK);
-  EXPECT_EQ(area, 31 * 21);
-  EXPECT_DOUBLE_EQ(row, 20);
-  EXPECT_DOUBLE_EQ(col, 25);
-
-  Drag(5, 5, 5, 5);
-  Drag(5, 15, 5, 15);
-  Drag(25, 15, 25, 15);
-  Confirm();
-  Vobject polygon;
-  ASSERT_EQ(draw_polygon(&polygon, window_), VRESULT_OK);
-  ASSERT_EQ(area_center(polygon, &area, &row, &col), VRESULT_OK);
-  EXPECT_EQ(area, 11 + 20);
 }
 
 // A window closed while input is awaited ends the wait with a code; a
