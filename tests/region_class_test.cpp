@@ -355,6 +355,36 @@ TEST_F(RegionClassTest, SetKeysRefusesKeysOfAnotherClass) {
   EXPECT_EQ(array.Num(), 0);
   // The refused key was released by the array.
   EXPECT_EQ(vexa::db::Check(copy), VERR_KEY_DELETED);
+
+  // A refused key among good ones: the array took all of them, so all are
+  // released (the fixture counts the objects left over).
+  Vkey mixed[3] = {VKEY_UNDEF, VKEY_UNDEF, VKEY_UNDEF};
+  {
+    void* proc = nullptr;
+    ASSERT_EQ(VGetVProc(-1, &proc), VRESULT_OK);
+    ASSERT_EQ(DBCopyObjectId(proc, Rect(0, 0, 1, 1).Key(), &mixed[0]), VRESULT_OK);
+    ASSERT_EQ(DBCopyObjectId(proc, tuple.Id(), &mixed[1]), VRESULT_OK);
+    ASSERT_EQ(DBCopyObjectId(proc, Rect(0, 0, 2, 2).Key(), &mixed[2]), VRESULT_OK);
+    ASSERT_EQ(VPutVProc(proc), VRESULT_OK);
+  }
+  array.SetKeys(mixed, 3, &error);
+  EXPECT_EQ(error, 4052u);
+  EXPECT_EQ(array.Num(), 0);
+  for (Vkey k : mixed) EXPECT_EQ(vexa::db::Check(k), VERR_KEY_DELETED);
+}
+
+TEST_F(RegionClassTest, AppendingTheArrayOrItsOwnElementToItself) {
+  VRegionArray array;
+  array.Append(Rect(0, 0, 1, 1));
+  array.Append(Rect(0, 0, 2, 2));
+  // Both appends grow the storage that their argument lives in.
+  array.Append(array);
+  ASSERT_EQ(array.Num(), 4);
+  array.Append(array[3]);
+  ASSERT_EQ(array.Num(), 5);
+  const Vlong areas[] = {4, 9, 4, 9, 9};
+  for (Vlong i = 0; i < 5; ++i) EXPECT_EQ(array[i].Area(), areas[i]);
+  EXPECT_NE(array[4].Key(), array[3].Key());
 }
 
 }  // namespace

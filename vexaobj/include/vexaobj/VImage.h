@@ -167,6 +167,7 @@ class VImage : public VObject {
   // The array moves, copies and releases the keys of its elements in one
   // runtime bracket for all of them.
   friend class VImageArray;
+  friend struct internal::ElementArray<VImageArray, VImage>;
   // The handle takes a key of its own for the object of `from`; both
   // caches are reset.
   void TakeOver(const VImage& from);

@@ -57,18 +57,9 @@ class VImageArray : public VObjectArray {
   VImageArray& Append(const VImageArray& a);
 
  private:
+  friend struct internal::ElementArray<VImageArray, VImage>;
+
   void NewLength(Vlong new_alloc, Vlong count) override;
-  // `n` default images; reports "Out of memory" and gives null on failure.
-  static VImage* Allocate(Vlong n);
-  // Runs `fill`, which stores keys in the elements while checking them; if
-  // a handler throws out of a check, the keys stored so far are released,
-  // since the destructor does not run for a constructor that throws.
-  template <class Fill>
-  void ReleasingOnThrow(Fill fill);
-  // Takes over `n` keys into new elements; `check(element, key)` decides
-  // whether to go on.
-  template <class Check>
-  void StoreKeys(Vkey* keys, Vlong n, Check check);
 
   VImage* elems;
 };

@@ -16,6 +16,11 @@
 namespace Vexa {
 
 class VWindow;
+namespace internal {
+// The element storage of the region and image arrays (library-internal).
+template <class Array, class Elem>
+struct ElementArray;
+}  // namespace internal
 
 class VObject : public VRootObject {
  public:

@@ -151,6 +151,7 @@ class VRegion : public VAbstractRegion, public VObject {
   // The array moves, copies and releases the keys of its elements in one
   // runtime bracket for all of them.
   friend class VRegionArray;
+  friend struct internal::ElementArray<VRegionArray, VRegion>;
 
   // Fills `rl` from the database; reports a failure with the key.
   void setRLptr() const;

@@ -69,16 +69,10 @@ class VRegionArray : public VObjectArray {
 #endif
 
  private:
+  friend struct internal::ElementArray<VRegionArray, VRegion>;
+
   void NewLength(Vlong new_alloc, Vlong count) override;
-  // `n` default regions; reports "Out of memory" and gives null on failure.
-  static VRegion* Allocate(Vlong n);
   void CopyVRegionArray(const VRegionArray& in);
-  // Runs `fill`, which stores keys in the elements while checking them; if
-  // a handler throws out of a check, the keys stored so far are released,
-  // since the array's destructor will not run for a constructor that
-  // throws.
-  template <class Fill>
-  void ReleasingOnThrow(Fill fill);
 
   VRegion* elems;
 };
