@@ -225,6 +225,40 @@ TEST_F(XldFeatures, PolygonsRegionsAndTransformations) {
   EXPECT_DOUBLE_EQ(c, 20);
 }
 
+TEST_F(XldFeatures, PolarTransformOfACircleAndBack) {
+  // A circle of radius 30 about the centre lies on one row of the polar
+  // image (radius 0..60 over 61 rows) and comes back where it was.
+  Vobject circle, polar, back;
+  ASSERT_EQ(gen_circle_contour_xld(&circle, 100.0, 120.0, 30.0, 0.0, 2 * M_PI, "positive", 1.0),
+            VRESULT_OK);
+  const double a1 = 2 * M_PI * 359 / 360;
+  ASSERT_EQ(polar_trans_contour_xld(circle, &polar, 100.0, 120.0, 0.0, a1, 0.0, 60.0, Vlong{360},
+                                    Vlong{61}),
+            VRESULT_OK);
+  VTuple rows, cols, rows0, cols0, rows1, cols1;
+  ASSERT_EQ(get_contour_xld(polar, &rows, &cols), VRESULT_OK);
+  ASSERT_GT(rows.Length(), 100);
+  for (Vlong i = 0; i < rows.Length(); ++i) {
+    EXPECT_NEAR(rows[i].D(), 30.0, 1e-3);
+    EXPECT_GE(cols[i].D(), -1e-3);
+    EXPECT_LE(cols[i].D(), 360.0);
+  }
+  ASSERT_EQ(polar_trans_contour_xld_inv(polar, &back, 100.0, 120.0, 0.0, a1, 0.0, 60.0, Vlong{360},
+                                        Vlong{61}, Vlong{256}, Vlong{256}),
+            VRESULT_OK);
+  ASSERT_EQ(get_contour_xld(circle, &rows0, &cols0), VRESULT_OK);
+  ASSERT_EQ(get_contour_xld(back, &rows1, &cols1), VRESULT_OK);
+  ASSERT_EQ(rows1.Length(), rows0.Length());
+  for (Vlong i = 0; i < rows0.Length(); ++i) {
+    EXPECT_NEAR(rows1[i].D(), rows0[i].D(), 1e-3);
+    EXPECT_NEAR(cols1[i].D(), cols0[i].D(), 1e-3);
+  }
+  // No angle range has no way into polar coordinates.
+  EXPECT_EQ(polar_trans_contour_xld(circle, &polar, 100.0, 120.0, 1.0, 1.0, 0.0, 60.0, Vlong{360},
+                                    Vlong{61}),
+            VERR_CTRL_VALUE(3));
+}
+
 TEST_F(XldFeatures, TestsAndDistances) {
   const Vobject bowtie = Polygon({0, 10, 0, 10}, {0, 10, 10, 0});
   Vlong crosses = -1;

@@ -1,8 +1,9 @@
-// Geometric transformations of contours and polygons: affine and
-// projective maps, and the parallel contour at a distance. Per-point
+// Geometric transformations of contours and polygons: affine, projective
+// and polar maps, and the parallel contour at a distance. Per-point
 // attributes and global attributes go along unchanged.
 #include <cmath>
 
+#include "ops/transform/polar_map.h"
 #include "registry.h"
 #include "xld_support.h"
 
@@ -56,7 +57,39 @@ Vresult Affine(OpContext& ctx, int32_t cls) {
   });
 }
 
+// Every contour point through a polar map (a SourceMap of polar_map.h).
+Vresult MapPolar(OpContext& ctx, const SourceMap& map) {
+  return MapAll(ctx, VOBJ_XLD_CONT, [&](double* r, double* c) {
+    map(*r, *c, r, c);
+    return true;
+  });
+}
+
 }  // namespace
+
+// Each point goes to the polar coordinates where polar_trans_image_ext
+// puts its pixel in a width x height polar image. Contours are not
+// clipped: points outside the annular arc land outside that image
+// (clip_contours_xld cuts them off).
+VEXA_OPERATOR(polar_trans_contour_xld) {
+  Polar p{};
+  Vresult rc = GetPolarRange(ctx, 0, &p);
+  if (rc == VRESULT_OK) rc = GetPolarSize(ctx, 6, &p.width, &p.height);
+  if (rc == VRESULT_OK) rc = CheckInvertible(p, 0);
+  return rc == VRESULT_OK ? MapPolar(ctx, ImageToPolar(p)) : rc;
+}
+
+// Each point of a contour in a width_in x height_in polar image goes back
+// to its image point; width x height, the size of that image, is checked
+// but does not clip.
+VEXA_OPERATOR(polar_trans_contour_xld_inv) {
+  Polar p{};
+  int32_t w = 0, h = 0;
+  Vresult rc = GetPolarRange(ctx, 0, &p);
+  if (rc == VRESULT_OK) rc = GetPolarSize(ctx, 6, &p.width, &p.height);
+  if (rc == VRESULT_OK) rc = GetPolarSize(ctx, 8, &w, &h);
+  return rc == VRESULT_OK ? MapPolar(ctx, PolarToImage(p)) : rc;
+}
 
 // hom_mat2d: the six values (a b tr; d e tc) of r' = a r + b c + tr,
 // c' = d r + e c + tc.
