@@ -17,6 +17,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -145,12 +146,39 @@ class WindowX11Test : public LeakCheckedTest {
     ASSERT_NE(x_.send_event(display_, xid_, False, mask, &ev), 0);
     x_.sync(display_, False);
   }
+  // Sends a pointer motion with the left button held.
+  void SendMotion(int x, int y) {
+    XEvent ev;
+    std::memset(&ev, 0, sizeof ev);
+    ev.xmotion.type = MotionNotify;
+    ev.xmotion.display = display_;
+    ev.xmotion.window = xid_;
+    ev.xmotion.x = x;
+    ev.xmotion.y = y;
+    ev.xmotion.state = Button1Mask;
+    ev.xmotion.same_screen = True;
+    ASSERT_NE(x_.send_event(display_, xid_, False, PointerMotionMask, &ev), 0);
+    x_.sync(display_, False);
+  }
+
+  // Closes the window after `ms` unless the test finished first, so that
+  // an interaction that never ends fails with a code instead of hanging.
+  std::thread Watchdog(int ms) {
+    const Vlong handle = window_;
+    return std::thread([handle, ms, this] {
+      for (int waited = 0; waited < ms && !finished_; waited += 10)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+      if (!finished_) close_window(handle);
+    });
+  }
+
   static Xlib x_;
   static Display* display_;
   static pid_t server_;
   static std::string display_name_;
   Vlong window_ = 0;
   ::Window xid_ = 0;
+  std::atomic<bool> finished_{false};
 };
 
 Xlib WindowX11Test::x_;
@@ -216,6 +244,38 @@ TEST_F(WindowX11Test, PointerPositionAndButtons) {
   EXPECT_EQ(row, 12);
   EXPECT_EQ(col, 11);
   EXPECT_EQ(button, 1);
+}
+
+// Drags with the left button define figures, the right button confirms:
+// a circle from its centre out, then a rectangle corner to corner through
+// a zoom of 2.
+TEST_F(WindowX11Test, InteractiveDrawingByDrags) {
+  OpenWindow(64, 48);
+  std::thread watchdog = Watchdog(5000);
+  Send(ButtonPress, 30, 20, 1);
+  SendMotion(36, 20);
+  SendMotion(40, 20);
+  Send(ButtonRelease, 40, 20, 1);
+  Send(ButtonPress, 40, 20, 3);
+  double row = 0, col = 0, radius = 0;
+  EXPECT_EQ(draw_circle(window_, &row, &col, &radius), VRESULT_OK);
+  EXPECT_DOUBLE_EQ(row, 20);
+  EXPECT_DOUBLE_EQ(col, 30);
+  EXPECT_DOUBLE_EQ(radius, 10);
+
+  ASSERT_EQ(set_part(window_, 0, 0, 23, 31), VRESULT_OK);
+  Send(ButtonPress, 4, 6, 1);
+  SendMotion(20, 16);
+  Send(ButtonRelease, 20, 16, 1);
+  Send(ButtonPress, 20, 16, 3);
+  double r1 = 0, c1 = 0, r2 = 0, c2 = 0;
+  EXPECT_EQ(draw_rectangle1(window_, &r1, &c1, &r2, &c2), VRESULT_OK);
+  EXPECT_DOUBLE_EQ(r1, 2.75);
+  EXPECT_DOUBLE_EQ(c1, 1.75);
+  EXPECT_DOUBLE_EQ(r2, 7.75);
+  EXPECT_DOUBLE_EQ(c2, 9.75);
+  finished_ = true;
+  watchdog.join();
 }
 
 // A window closed while input is awaited ends the wait with a code; a

@@ -169,7 +169,7 @@ TEST_F(XldUnion, AdjacentAndCocircularPiecesOfACircleJoin) {
 TEST_F(XldUnion, CollinearAndStraightPiecesJoinOnlyInLine) {
   std::vector<double> r1, c1, r2, c2, r3, c3;
   Line(10, 10, 10.5, 50, &r1, &c1);
-  Line(10.6, 58, 11.5, 98, &r2, &c2);   // in line, 8 px on, turned by 0.01
+  Line(10.6, 58, 11.5, 98, &r2, &c2);   // in line, 9 px on, turned by 0.01
   Line(16, 58, 16.5, 98, &r3, &c3);     // parallel, 5.5 px aside
   Vobject pieces, out;
   concat_obj(Contour(r1, c1), Contour(r2, c2), &pieces);
@@ -182,7 +182,9 @@ TEST_F(XldUnion, CollinearAndStraightPiecesJoinOnlyInLine) {
   ASSERT_EQ(union_collinear_contours_xld(all, &out, 10.0, 1.0, 6.0, 0.1, "attr_keep"), VRESULT_OK);
   EXPECT_EQ(Count(out), 2);  // the in-line piece is still the cheaper join
 
-  ASSERT_EQ(union_straight_contours_xld(all, &out, 9.0, 0.1, 90.0, "noparallel", "maximum"),
+  // The pieces' first points lie one pixel into them: the gap is
+  // hypot(9, 0.1225), just over 9.
+  ASSERT_EQ(union_straight_contours_xld(all, &out, 9.5, 0.1, 90.0, "noparallel", "maximum"),
             VRESULT_OK);
   EXPECT_EQ(Count(out), 2);
   ASSERT_EQ(union_straight_contours_xld(all, &out, 7.0, 0.1, 90.0, "noparallel", Vlong{1}),

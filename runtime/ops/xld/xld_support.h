@@ -24,7 +24,7 @@ constexpr size_t kMaxPoints = size_t{1} << 24;
 constexpr double kMaxValue = 1e8;
 
 struct Pt {
-  double r, c;
+  double r = 0, c = 0;
 };
 
 // Any XLD class when `cls` is 0, else exactly that class.
