@@ -330,11 +330,10 @@ void WriteResult(const Vobject& image, const Vobject& blobs, const Vobject& hole
   Must(set_color(window, "magenta"), "set_color");
   Must(set_line_width(window, 2), "set_line_width");
   Must(disp_obj(found.shape, window), "disp_obj");
-  Vobject picture;
-  Must(dump_window_image(&picture, window), "dump_window_image");
+  // The window's contents go straight into a PNG file ("result.png").
+  Must(dump_window(window, "png", (dir + "/result").c_str()), "dump_window");
   Must(close_window(window), "close_window");
   Must(write_image(image, "png", 0, (dir + "/input.png").c_str()), "write_image");
-  Must(write_image(picture, "png", 0, (dir + "/result.png").c_str()), "write_image");
   std::printf("Pictures\n  %s/input.png, %s/result.png\n", dir.c_str(), dir.c_str());
 }
 

@@ -3,6 +3,7 @@
 // ellipses made from their parameters.
 #include <cmath>
 
+#include "vexa/errors.h"
 #include "xld_test_support.h"
 
 namespace {
@@ -237,8 +238,8 @@ TEST_F(XldFeatures, PolarTransformOfACircleAndBack) {
             VRESULT_OK);
   VTuple rows, cols, rows0, cols0, rows1, cols1;
   ASSERT_EQ(get_contour_xld(polar, &rows, &cols), VRESULT_OK);
-  ASSERT_GT(rows.Length(), 100);
-  for (Vlong i = 0; i < rows.Length(); ++i) {
+  ASSERT_GT(rows.Num(), 100);
+  for (Vlong i = 0; i < rows.Num(); ++i) {
     EXPECT_NEAR(rows[i].D(), 30.0, 1e-3);
     EXPECT_GE(cols[i].D(), -1e-3);
     EXPECT_LE(cols[i].D(), 360.0);
@@ -248,8 +249,8 @@ TEST_F(XldFeatures, PolarTransformOfACircleAndBack) {
             VRESULT_OK);
   ASSERT_EQ(get_contour_xld(circle, &rows0, &cols0), VRESULT_OK);
   ASSERT_EQ(get_contour_xld(back, &rows1, &cols1), VRESULT_OK);
-  ASSERT_EQ(rows1.Length(), rows0.Length());
-  for (Vlong i = 0; i < rows0.Length(); ++i) {
+  ASSERT_EQ(rows1.Num(), rows0.Num());
+  for (Vlong i = 0; i < rows0.Num(); ++i) {
     EXPECT_NEAR(rows1[i].D(), rows0[i].D(), 1e-3);
     EXPECT_NEAR(cols1[i].D(), cols0[i].D(), 1e-3);
   }
