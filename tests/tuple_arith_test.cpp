@@ -18,19 +18,13 @@ using Vexa::VCtrlVal;
 using Vexa::Vlong;
 using Vexa::VTuple;
 using control_test::ExpectRaise;
+using tuple_test::Probe;
 using tuple_test::Show;
 using tuple_test::Tup;
 
 namespace {
 
 class TupleArithTest : public control_test::ThrowingTest {};
-
-// Opens the capacity, which only array classes see.
-class Probe : public VTuple {
- public:
-  Probe(const VTuple& t) : VTuple(t) {}
-  using VTuple::AllocNum;
-};
 
 const Vlong kMin = INT64_MIN;
 const Vlong kMax = INT64_MAX;

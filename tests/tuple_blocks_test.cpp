@@ -18,19 +18,13 @@ using Vexa::VCtrlVal;
 using Vexa::Vlong;
 using Vexa::VTuple;
 using control_test::ExpectRaise;
+using tuple_test::Probe;
 using tuple_test::Show;
 using tuple_test::Tup;
 
 namespace {
 
 class TupleBlocksTest : public control_test::ThrowingTest {};
-
-// Opens the capacity, which only array classes see.
-class Probe : public VTuple {
- public:
-  Probe(const VTuple& t) : VTuple(t) {}
-  using VTuple::AllocNum;
-};
 
 // More than two blocks of the loops, with a partial one at the bottom.
 constexpr Vlong kLength = 700;

@@ -8,21 +8,15 @@
 #include <string>
 
 #include "control_test_support.h"
+#include "tuple_test_support.h"
 
 using Vexa::VCtrlVal;
 using Vexa::Vlong;
 using Vexa::VTuple;
 using control_test::ExpectRaise;
+using tuple_test::Probe;
 
 namespace {
-
-// Opens the capacity, which only array classes see.
-class Probe : public VTuple {
- public:
-  using VTuple::VTuple;
-  Probe(const VTuple& t) : VTuple(t) {}
-  using VTuple::AllocNum;
-};
 
 class TupleTest : public control_test::ThrowingTest {};
 

@@ -58,4 +58,12 @@ inline void SetBadTag(Vexa::VCtrlVal& v) {
   reinterpret_cast<Vcpar&>(v).type = 3;
 }
 
+// A tuple that opens its capacity, which only array classes see.
+class Probe : public Vexa::VTuple {
+ public:
+  using Vexa::VTuple::VTuple;
+  Probe(const Vexa::VTuple& t) : Vexa::VTuple(t) {}
+  using Vexa::VTuple::AllocNum;
+};
+
 }  // namespace tuple_test

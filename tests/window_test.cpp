@@ -7,48 +7,26 @@
 #include <vexaobj.h>
 #include <vexaobj/VWindow.h>
 
-#include <array>
 #include <vector>
 
 #include "frame_test_support.h"
 #include "leak_checked_test.h"
 #include "objdb.h"
 #include "random_region_support.h"
+#include "window_test_support.h"
 
 namespace {
 
 using namespace Vexa;
 using test_support::Mask;
 using test_support::RandomRegion;
-
-using Rgb = std::array<int, 3>;
-constexpr Rgb kBlack{0, 0, 0};
-constexpr Rgb kRed{255, 0, 0};
+using test_support::Dump;
+using test_support::kBlack;
+using test_support::kRed;
+using test_support::Raster;
+using test_support::Rgb;
 
 void ThrowCopy(const VException& e) { throw VException(e); }
-
-// The raster of a window, read back as the three channels of its dump.
-struct Raster {
-  int width = 0, height = 0;
-  std::vector<Rgb> px;
-  Rgb At(int r, int c) const { return px[r * width + c]; }
-};
-
-Raster Dump(Vlong window) {
-  Raster out;
-  Vobject image;
-  EXPECT_EQ(dump_window_image(&image, window), VRESULT_OK);
-  vexa::db::ImageData data;
-  EXPECT_EQ(vexa::db::GetImage(image.Id(), &data), VRESULT_OK);
-  EXPECT_EQ(data.channels.size(), 3u);
-  if (data.channels.size() != 3) return out;
-  out.width = data.channels[0]->width();
-  out.height = data.channels[0]->height();
-  out.px.resize(static_cast<size_t>(out.width) * out.height);
-  for (size_t p = 0; p < out.px.size(); ++p)
-    for (int ch = 0; ch < 3; ++ch) out.px[p][ch] = data.channels[ch]->data()[p];
-  return out;
-}
 
 // Objects and traced memory are back where they were when a test ends.
 class WindowTest : public LeakCheckedTest {
