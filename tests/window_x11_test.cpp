@@ -13,7 +13,6 @@
 #include <X11/Xutil.h>
 #include <dlfcn.h>
 #include <signal.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -54,11 +53,6 @@ struct Xlib {
   }
 };
 
-bool Exists(const std::string& path) {
-  struct stat st;
-  return stat(path.c_str(), &st) == 0;
-}
-
 std::string FindXvfb() {
   const char* path = std::getenv("PATH");
   std::string dirs = path ? path : "/usr/bin:/bin";
@@ -75,30 +69,36 @@ std::string FindXvfb() {
 
 class WindowX11Test : public LeakCheckedTest {
  protected:
+  // Each test program runs its own server. Xvfb picks a free display
+  // number itself and reports it through a pipe (-displayfd), so that test
+  // programs running in parallel never share a server or race for a number.
   static void SetUpTestSuite() {
     const std::string xvfb = FindXvfb();
     if (xvfb.empty() || !x_.Load()) return;
-    for (int n = 91; n < 200; ++n) {
-      const std::string socket = "/tmp/.X11-unix/X" + std::to_string(n);
-      if (Exists(socket) || Exists("/tmp/.X" + std::to_string(n) + "-lock")) continue;
-      const std::string name = ":" + std::to_string(n);
-      server_ = fork();
-      if (server_ == 0) {
-        freopen("/dev/null", "w", stdout);
-        freopen("/dev/null", "w", stderr);
-        execl(xvfb.c_str(), "Xvfb", name.c_str(), "-screen", "0", "640x480x24", "-nolisten",
-              "tcp", static_cast<char*>(nullptr));
-        _exit(127);
-      }
-      for (int wait = 0; wait < 500 && !Exists(socket); ++wait)
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-      display_name_ = name;
-      setenv("DISPLAY", name.c_str(), 1);
-      for (int tries = 0; tries < 100 && !display_; ++tries) {
-        display_ = x_.open(name.c_str());
-        if (!display_) std::this_thread::sleep_for(std::chrono::milliseconds(50));
-      }
-      return;
+    int fds[2];
+    if (pipe(fds) != 0) return;
+    server_ = fork();
+    if (server_ == 0) {
+      close(fds[0]);
+      freopen("/dev/null", "w", stdout);
+      freopen("/dev/null", "w", stderr);
+      const std::string fd = std::to_string(fds[1]);
+      execl(xvfb.c_str(), "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", "640x480x24",
+            "-nolisten", "tcp", static_cast<char*>(nullptr));
+      _exit(127);
+    }
+    close(fds[1]);
+    std::string number;
+    char c;
+    while (read(fds[0], &c, 1) == 1 && c != '\n') number += c;
+    close(fds[0]);
+    if (number.empty()) return;
+    const std::string name = ":" + number;
+    display_name_ = name;
+    setenv("DISPLAY", name.c_str(), 1);
+    for (int tries = 0; tries < 100 && !display_; ++tries) {
+      display_ = x_.open(name.c_str());
+      if (!display_) std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
   }
   static void TearDownTestSuite() {
