@@ -16,6 +16,7 @@
 
 #include <vexaobj.h>
 
+#include "area_sampled_image.h"
 #include "leak_checked_test.h"
 #include "vexa/errors.h"
 
@@ -27,26 +28,10 @@ constexpr int kW = 128, kH = 112;
 constexpr double kRow = 55.3, kCol = 61.8;  // rectangle centre
 constexpr double kAngles[] = {0.0, 0.3, M_PI / 4, M_PI / 2, 2.0, M_PI, -1.1};
 
-double Phi(double x) { return 0.5 * std::erfc(-x / std::sqrt(2.0)); }
-
-// A float image whose pixel (r, c) is the mean of f over the pixel's area.
-struct Image {
-  std::vector<float> pixels;
-  Vobject obj;
+// Pixels sampled 12 x 12 times over their area.
+struct Image : AreaSampledImage {
   explicit Image(const std::function<double(double, double)>& f, int w = kW, int h = kH)
-      : pixels(static_cast<size_t>(w) * h) {
-    constexpr int kSub = 12;
-    for (int r = 0; r < h; ++r)
-      for (int c = 0; c < w; ++c) {
-        double sum = 0;
-        for (int i = 0; i < kSub; ++i)
-          for (int j = 0; j < kSub; ++j)
-            sum += f(r - 0.5 + (i + 0.5) / kSub, c - 0.5 + (j + 0.5) / kSub);
-        pixels[static_cast<size_t>(r) * w + c] = static_cast<float>(sum / (kSub * kSub));
-      }
-    EXPECT_EQ(gen_image1(&obj, "real", w, h, static_cast<Vlong>(reinterpret_cast<uintptr_t>(pixels.data()))),
-              VRESULT_OK);
-  }
+      : AreaSampledImage(f, w, h, 12) {}
 };
 
 // Signed distance of (r, c) along the axis of angle phi from the point at

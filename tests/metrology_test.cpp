@@ -17,6 +17,7 @@
 
 #include <vexaobj.h>
 
+#include "area_sampled_image.h"
 #include "leak_checked_test.h"
 #include "vexa/errors.h"
 
@@ -27,27 +28,10 @@ using namespace Vexa;
 constexpr int kW = 240, kH = 200;
 constexpr double kDark = 40, kBright = 200;
 
-double Phi(double x) { return 0.5 * std::erfc(-x / std::sqrt(2.0)); }
-
-// A float image whose pixel (r, c) is the mean of f over the pixel's area.
-struct Image {
-  std::vector<float> pixels;
-  Vobject obj;
+// Pixels sampled 6 x 6 times over their area.
+struct Image : AreaSampledImage {
   explicit Image(const std::function<double(double, double)>& f, int w = kW, int h = kH)
-      : pixels(static_cast<size_t>(w) * h) {
-    constexpr int kSub = 6;
-    for (int r = 0; r < h; ++r)
-      for (int c = 0; c < w; ++c) {
-        double sum = 0;
-        for (int i = 0; i < kSub; ++i)
-          for (int j = 0; j < kSub; ++j)
-            sum += f(r - 0.5 + (i + 0.5) / kSub, c - 0.5 + (j + 0.5) / kSub);
-        pixels[static_cast<size_t>(r) * w + c] = static_cast<float>(sum / (kSub * kSub));
-      }
-    EXPECT_EQ(gen_image1(&obj, "real", w, h,
-                         static_cast<Vlong>(reinterpret_cast<uintptr_t>(pixels.data()))),
-              VRESULT_OK);
-  }
+      : AreaSampledImage(f, w, h, 6) {}
 };
 
 // Gray of a point at signed distance d inside an outline.

@@ -13,10 +13,10 @@
 
 #include <cmath>
 #include <memory>
-#include <mutex>
 
 #include "gray_patch.h"
 #include "handle_registry.h"
+#include "locked_model.h"
 
 namespace vexa {
 namespace matching {
@@ -32,25 +32,13 @@ struct NccModelData {
   double origin_row = 0, origin_col = 0;
 };
 
-class NccModel : public Tool {
+class NccModel : public LockedModel<NccModelData> {
  public:
   static constexpr ToolKind kKind = ToolKind::kNccModel;
   static constexpr ItemKind kItemKind = ItemKind::kNccModel;
-  explicit NccModel(NccModelData d) : data_(std::move(d)) {}
-  NccModelData Get() const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return data_;
-  }
-  void Set(NccModelData d) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    data_ = std::move(d);
-  }
+  using LockedModel::LockedModel;
   ItemBytes Payload() const;
   static Vresult FromPayload(ByteReader* r, std::shared_ptr<NccModel>* model);
-
- private:
-  mutable std::mutex mutex_;
-  NccModelData data_;
 };
 
 struct NccMatch {

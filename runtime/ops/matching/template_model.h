@@ -17,10 +17,10 @@
 
 #include <cmath>
 #include <memory>
-#include <mutex>
 
 #include "gray_patch.h"
 #include "handle_registry.h"
+#include "locked_model.h"
 
 namespace vexa {
 namespace matching {
@@ -44,25 +44,13 @@ struct TemplateData {
   double ref_row = 0, ref_col = 0, report_row = 0, report_col = 0;
 };
 
-class TemplateModel : public Tool {
+class TemplateModel : public LockedModel<TemplateData> {
  public:
   static constexpr ToolKind kKind = ToolKind::kTemplate;
   static constexpr ItemKind kItemKind = ItemKind::kTemplate;
-  explicit TemplateModel(TemplateData d) : data_(std::move(d)) {}
-  TemplateData Get() const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return data_;
-  }
-  void Set(TemplateData d) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    data_ = std::move(d);
-  }
+  using LockedModel::LockedModel;
   ItemBytes Payload() const;
   static Vresult FromPayload(ByteReader* r, std::shared_ptr<TemplateModel>* model);
-
- private:
-  mutable std::mutex mutex_;
-  TemplateData data_;
 };
 
 struct TemplateMatch {

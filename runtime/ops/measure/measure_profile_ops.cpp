@@ -15,41 +15,50 @@ VEXA_OPERATOR(measure_projection) {
   return rc == VRESULT_OK ? ctx.SetOutpDoubles(0, profile) : rc;
 }
 
-VEXA_OPERATOR(measure_pos) {
+namespace {
+
+// What measure_pos and measure_pairs read alike: the edge parameters
+// (sigma, threshold, transition, selection) and the profile of the handle.
+struct EdgeRequest {
   double sigma = 0, threshold = 0;
   EdgeTransition transition{};
   EdgeSelect select{};
-  Vresult rc = InpEdgeParams(ctx, &sigma, &threshold);
-  if (rc == VRESULT_OK) rc = InpTransition(ctx, 3, &transition);
-  if (rc == VRESULT_OK) rc = InpSelect(ctx, 4, &select);
   MeasureGeometry g;
   MeasureSampling s;
   std::vector<double> profile;
-  if (rc == VRESULT_OK) rc = InpProfile(ctx, &g, &s, &profile);
+};
+
+Vresult InpEdgeRequest(OpContext& ctx, EdgeRequest* in) {
+  Vresult rc = InpEdgeParams(ctx, &in->sigma, &in->threshold);
+  if (rc == VRESULT_OK) rc = InpTransition(ctx, 3, &in->transition);
+  if (rc == VRESULT_OK) rc = InpSelect(ctx, 4, &in->select);
+  if (rc == VRESULT_OK) rc = InpProfile(ctx, &in->g, &in->s, &in->profile);
+  return rc;
+}
+
+}  // namespace
+
+VEXA_OPERATOR(measure_pos) {
+  EdgeRequest in;
+  Vresult rc = InpEdgeRequest(ctx, &in);
   if (rc != VRESULT_OK) return rc;
   const std::vector<ProfileEdge> edges = SelectItems(
-      FindEdges(SmoothedDerivative(profile, sigma), threshold, transition, sigma), select);
+      FindEdges(SmoothedDerivative(in.profile, in.sigma), in.threshold, in.transition, in.sigma),
+      in.select);
   const std::vector<double> pos = Positions(edges);
-  rc = OutpEdges(ctx, 0, edges, g, s);
+  rc = OutpEdges(ctx, 0, edges, in.g, in.s);
   return rc == VRESULT_OK ? ctx.SetOutpDoubles(3, Gaps(pos, pos)) : rc;
 }
 
 VEXA_OPERATOR(measure_pairs) {
-  double sigma = 0, threshold = 0;
-  EdgeTransition transition{};
-  EdgeSelect select{};
-  Vresult rc = InpEdgeParams(ctx, &sigma, &threshold);
-  if (rc == VRESULT_OK) rc = InpTransition(ctx, 3, &transition);
-  if (rc == VRESULT_OK) rc = InpSelect(ctx, 4, &select);
-  MeasureGeometry g;
-  MeasureSampling s;
-  std::vector<double> profile;
-  if (rc == VRESULT_OK) rc = InpProfile(ctx, &g, &s, &profile);
+  EdgeRequest in;
+  Vresult rc = InpEdgeRequest(ctx, &in);
   if (rc != VRESULT_OK) return rc;
-  const std::vector<EdgePair> pairs = SelectItems(
-      PairEdges(FindEdges(SmoothedDerivative(profile, sigma), threshold, EdgeTransition::kAll, sigma),
-                transition),
-      select);
+  const std::vector<EdgePair> pairs =
+      SelectItems(PairEdges(FindEdges(SmoothedDerivative(in.profile, in.sigma), in.threshold,
+                                      EdgeTransition::kAll, in.sigma),
+                            in.transition),
+                  in.select);
   std::vector<ProfileEdge> firsts, seconds;
   std::vector<double> intra;
   for (const EdgePair& p : pairs) {
@@ -57,8 +66,8 @@ VEXA_OPERATOR(measure_pairs) {
     seconds.push_back(p.second);
     intra.push_back(p.second.pos - p.first.pos);
   }
-  rc = OutpEdges(ctx, 0, firsts, g, s);
-  if (rc == VRESULT_OK) rc = OutpEdges(ctx, 3, seconds, g, s);
+  rc = OutpEdges(ctx, 0, firsts, in.g, in.s);
+  if (rc == VRESULT_OK) rc = OutpEdges(ctx, 3, seconds, in.g, in.s);
   if (rc == VRESULT_OK) rc = ctx.SetOutpDoubles(6, intra);
   return rc == VRESULT_OK ? ctx.SetOutpDoubles(7, Gaps(Positions(seconds), Positions(firsts)))
                           : rc;

@@ -1,79 +1,27 @@
 #include "ops/serialize/tuple_values.h"
 
-#include <cmath>
-#include <cstring>
 #include <limits>
-#include <tuple>
-#include <utility>
 
 namespace vexa {
 
-TupleValue TupleValue::Long(Vlong v) {
-  TupleValue t;
-  t.type = VPAR_LONG;
-  t.l = v;
-  return t;
-}
-
-TupleValue TupleValue::Double(double v) {
-  TupleValue t;
-  t.type = VPAR_DOUBLE;
-  t.d = v;
-  return t;
-}
-
-TupleValue TupleValue::String(std::string v) {
-  TupleValue t;
-  t.type = VPAR_STRING;
-  t.s = std::move(v);
-  return t;
-}
-
-bool TupleValue::operator==(const TupleValue& o) const {
-  if (type != o.type) return false;
-  switch (type) {
-    case VPAR_LONG: return l == o.l;
-    case VPAR_DOUBLE: return std::memcmp(&d, &o.d, sizeof d) == 0;
-    default: return s == o.s;
-  }
-}
-
-bool TupleValue::operator<(const TupleValue& o) const {
-  if (type != o.type) return type < o.type;
-  switch (type) {
-    case VPAR_LONG: return l < o.l;
-    case VPAR_DOUBLE: return d < o.d;
-    default: return s < o.s;
+bool TupleValueOrder::operator()(const TupleValue& a, const TupleValue& b) const {
+  if (a.type != b.type) return a.type < b.type;
+  switch (a.type) {
+    case VPAR_LONG: return a.l < b.l;
+    case VPAR_DOUBLE: return a.d < b.d;
+    default: return a.s < b.s;
   }
 }
 
 Vresult ReadInpValues(const OpContext& ctx, int par, TupleValues* values) {
-  const Vlong n = ctx.CtrlNum(par);
-  values->clear();
-  values->reserve(static_cast<size_t>(n));
-  for (Vlong i = 0; i < n; ++i) {
-    const Vcpar& e = ctx.CtrlElem(par, i);
-    switch (e.type) {
-      case VPAR_LONG: values->push_back(TupleValue::Long(e.par.l)); break;
-      case VPAR_DOUBLE: values->push_back(TupleValue::Double(e.par.d)); break;
-      case VPAR_STRING: values->push_back(TupleValue::String(e.par.s ? e.par.s : "")); break;
-      default: return VERR_CTRL_TYPE(par);
-    }
-  }
+  *values = tuple::ReadValues(ctx, par);
+  for (const TupleValue& v : *values)
+    if (v.type == VPAR_UNDEF) return VERR_CTRL_TYPE(par);
   return VRESULT_OK;
 }
 
 Vresult WriteOutpValues(OpContext& ctx, int par, const TupleValues& values) {
-  if (values.empty()) return ctx.SetOutpEmpty(par);
-  CtrlValues out;
-  for (const TupleValue& v : values) {
-    switch (v.type) {
-      case VPAR_LONG: out.Add(v.l); break;
-      case VPAR_DOUBLE: out.Add(v.d); break;
-      default: out.Add(v.s); break;
-    }
-  }
-  return ctx.SetOutpValues(par, out);
+  return values.empty() ? ctx.SetOutpEmpty(par) : tuple::WriteValues(ctx, par, values);
 }
 
 Vresult ReadGenParams(const OpContext& ctx, int names_par, int values_par,

@@ -8,24 +8,22 @@
 #include <vector>
 
 #include "op_context.h"
+#include "ops/tuple/tuple_values.h"
 
 namespace vexa {
 
-struct TupleValue {
-  int type = VPAR_LONG;  // VPAR_LONG, VPAR_DOUBLE or VPAR_STRING
-  Vlong l = 0;
-  double d = 0.0;
-  std::string s;
+// The tuple operators' value type: integer, real or string.
+using TupleValue = tuple::Value;
+using TupleValues = tuple::Values;
 
-  static TupleValue Long(Vlong v);
-  static TupleValue Double(double v);
-  static TupleValue String(std::string v);
-  bool operator==(const TupleValue& o) const;
-  bool operator<(const TupleValue& o) const;
+// A strict order of values for keyed stores: by type, then by value
+// (reals by <, strings by bytes).
+struct TupleValueOrder {
+  bool operator()(const TupleValue& a, const TupleValue& b) const;
 };
-using TupleValues = std::vector<TupleValue>;
 
-// All values of input control `par`, any number.
+// All values of input control `par`, any number; an undefined element is
+// VERR_CTRL_TYPE(par).
 Vresult ReadInpValues(const OpContext& ctx, int par, TupleValues* values);
 // Writes the values to output control `par` (an empty tuple for none).
 Vresult WriteOutpValues(OpContext& ctx, int par, const TupleValues& values);

@@ -54,7 +54,7 @@ class Message : public Tool {
   void Put(const TupleValue& key, Entry entry);
 
   mutable std::mutex m_;
-  std::map<TupleValue, Entry> entries_;
+  std::map<TupleValue, Entry, TupleValueOrder> entries_;
 };
 
 class MessageQueue : public Tool {
