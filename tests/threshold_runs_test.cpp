@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "image_ops_support.h"
@@ -84,6 +85,71 @@ TEST_F(ThresholdRunsTest, RunsAcrossMaskWordsMatchAPerPixelLoop) {
         EXPECT_EQ(MaskOf(split, width, height),
                   Expected(pixels, domain, [&](uint8_t v) { return dark ? v <= used : v > used; }));
       }
+    }
+  }
+}
+
+// The region's runs exactly: the canonical runs of the expected mask, so a
+// run split in two or a row out of order fails as well as a wrong pixel.
+void ExpectRuns(const Vobject& region, const std::vector<uint8_t>& expected, int width,
+                int height) {
+  vexa::RegionPtr reg;
+  ASSERT_EQ(vexa::db::GetRegion(region.Id(), &reg), VRESULT_OK);
+  EXPECT_EQ(reg->chords(), MaskRegion(expected, width, height)->chords());
+}
+
+// Pixel noise gives runs of one or two pixels and many edges per mask word;
+// every fourth row alternates between a selected and a rejected value, 64
+// edges in each word. Bounds at both ends of the byte range and a single
+// value; full and ragged domains.
+TEST_F(ThresholdRunsTest, NoisyBytesGiveTheRunsOfAPerPixelLoop) {
+  std::mt19937 gen(2024);
+  std::uniform_int_distribution<int> value(0, 255);
+  for (const int width : {1, 2, 64, 65, 127, 129, 300}) {
+    const int height = 12;
+    std::vector<uint8_t> pixels(static_cast<size_t>(width) * height);
+    for (size_t k = 0; k < pixels.size(); ++k)
+      pixels[k] = (k / width) % 4 == 1 ? (k % 2 ? 10 : 250) : static_cast<uint8_t>(value(gen));
+    for (const bool full : {true, false}) {
+      SCOPED_TRACE("width " + std::to_string(width) + (full ? " full" : " ragged"));
+      const std::vector<uint8_t> domain = RandomMask(width, height, gen, full);
+      const Vobject image = ByteImage(pixels, width, height, domain);
+      for (const auto& [lo, hi] : {std::pair<int, int>{0, 127}, {128, 255}, {0, 255},
+                                   {77, 77}, {90, 170}, {251, 255}}) {
+        SCOPED_TRACE("bounds " + std::to_string(lo) + ".." + std::to_string(hi));
+        Vobject region;
+        ASSERT_EQ(threshold(image, &region, lo, hi), VRESULT_OK);
+        ExpectRuns(region, Expected(pixels, domain, [&](uint8_t v) { return v >= lo && v <= hi; }),
+                   width, height);
+      }
+      for (const char* mode : {"dark", "light"}) {
+        Vobject split;
+        Vlong used = 0;
+        ASSERT_EQ(binary_threshold(image, &split, "max_separability", mode, &used), VRESULT_OK);
+        const bool dark = std::string(mode) == "dark";
+        ExpectRuns(split,
+                   Expected(pixels, domain, [&](uint8_t v) { return dark ? v <= used : v > used; }),
+                   width, height);
+      }
+    }
+  }
+}
+
+// The same for 16-bit pixels, which go through a mask of bytes first.
+TEST_F(ThresholdRunsTest, NoisyWordsGiveTheRunsOfAPerPixelLoop) {
+  std::mt19937 gen(99);
+  for (const int width : {3, 64, 130}) {
+    for (const bool full : {true, false}) {
+      SCOPED_TRACE("width " + std::to_string(width) + (full ? " full" : " ragged"));
+      const int height = 10;
+      const TestImage t =
+          MakeImage("uint2", width, height, RandomMask(width, height, gen, full), gen, 0.0, 8.0);
+      std::vector<uint8_t> expected(t.value.size(), 0);
+      for (size_t k = 0; k < expected.size(); ++k)
+        expected[k] = t.domain[k] && t.value[k] >= 3 && t.value[k] <= 5;
+      Vobject region;
+      ASSERT_EQ(threshold(t.image, &region, 2.5, 5.0), VRESULT_OK);
+      ExpectRuns(region, expected, width, height);
     }
   }
 }

@@ -1,8 +1,9 @@
 // threshold: the domain pixels whose gray value lies in [min_gray,
 // max_gray], one region per input image (first channel).
 //
-// The runs of selected pixels come straight from a mask of each chord
-// (mask_runs.h), in canonical order, so no sort is needed. Integer pixels
+// The runs of selected pixels come straight from edge words of each chord
+// (mask_runs.h), in canonical order, so no sort is needed; byte pixels are
+// compared straight into the words. Integer pixels
 // are compared with integer bounds (ceil of min, floor of max, clipped to
 // the type), which selects exactly the same pixels as a comparison in real
 // numbers; float pixels are compared in double. NaN pixels are never
@@ -24,7 +25,9 @@ template <class T, class Bound>
 std::vector<Chord> ScanRuns(const PixelBuffer& image, const DomainScan& scan,
                             Bound lo, Bound hi) {
   const T* pixels = reinterpret_cast<const T*>(image.data());
-  if constexpr (std::is_integral<T>::value) {
+  if constexpr (std::is_same<T, uint8_t>::value) {
+    return ByteRangeRuns(scan, pixels, lo, hi);
+  } else if constexpr (std::is_integral<T>::value) {
     // One unsigned comparison per pixel: v - lo wraps above hi - lo for
     // every v below lo.
     using U = std::make_unsigned_t<T>;

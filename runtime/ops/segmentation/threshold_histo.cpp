@@ -17,6 +17,7 @@
 //                     <= it
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 #include <vector>
 
 #include "ops/common/mask_runs.h"
@@ -38,6 +39,11 @@ std::vector<Chord> SplitAt(const PixelBuffer& im, const DomainScan& s,
     using T = typename decltype(tag)::Value;
     const T* p = PixelsOf(im, tag);
     const T t = static_cast<T>(limit);
+    if constexpr (std::is_same<T, uint8_t>::value) {
+      if (dark) return ByteRangeRuns(s, p, 0, t);
+      if (t == 255) return std::vector<Chord>();
+      return ByteRangeRuns(s, p, static_cast<uint8_t>(t + 1), 255);
+    }
     if (dark) return KeptRuns(s, p, [=](T v) { return v <= t; });
     return KeptRuns(s, p, [=](T v) { return v > t; });
   });
