@@ -22,7 +22,7 @@ namespace vexa {
 // `offset` and returns its number of edges.
 //
 // Two passes: the first writes the edge words of every chord and counts
-// the edges, so that the run list is allocated once at its final size (on
+// its runs, so that the run list is allocated once at its final size (on
 // a noisy image it holds millions of runs, and growing it by doubling
 // costs copies and page faults); the second reads the runs off the words.
 template <class EdgesOf>
@@ -33,25 +33,30 @@ std::vector<Chord> RunsOfEdges(const DomainScan& scan, EdgesOf&& edges_of) {
       num_chords + static_cast<size_t>(scan.domain()->area()) / kEdgeWordBits;
   // Uninitialised: every word that is read is written first.
   std::unique_ptr<uint64_t[]> words(new uint64_t[max_words]);
+  std::vector<uint32_t> chord_runs(num_chords);
   uint64_t* next = words.get();
-  size_t num_edges = 0;
+  size_t num_runs = 0, chord = 0;
   scan.ForEachChord([&](int32_t, int32_t cb, int32_t ce, size_t o) {
     const size_t n = static_cast<size_t>(ce - cb + 1);
-    num_edges += edges_of(o, n, next);
+    const size_t m = edges_of(o, n, next) / 2;
+    chord_runs[chord++] = static_cast<uint32_t>(m);
+    num_runs += m;
     next += EdgeWordCount(n);
   });
 
   std::vector<Chord> runs;
-  runs.reserve(num_edges / 2);
-  const size_t width = static_cast<size_t>(scan.width());
-  std::vector<int32_t> cols(width + 1 + kEdgeColumnSlack);
-  std::vector<Chord> chord_runs(width / 2 + 1);
+  runs.reserve(num_runs);
+  std::vector<int32_t> cols(static_cast<size_t>(scan.width()) + 1 + kEdgeColumnSlack);
   const uint64_t* read = words.get();
+  chord = 0;
   scan.ForEachChord([&](int32_t r, int32_t cb, int32_t ce, size_t) {
     const size_t num_words = EdgeWordCount(static_cast<size_t>(ce - cb + 1));
-    const size_t m = EdgeRuns(read, num_words, r, cb, cols.data(), chord_runs.data());
+    // Grown chord by chord, so that the clearing stores of resize() meet
+    // the same cache lines as the decoder's right after them.
+    const size_t start = runs.size();
+    runs.resize(start + chord_runs[chord++]);
+    EdgeRuns(read, num_words, r, cb, cols.data(), runs.data() + start);
     read += num_words;
-    runs.insert(runs.end(), chord_runs.data(), chord_runs.data() + m);
   });
   return runs;
 }
