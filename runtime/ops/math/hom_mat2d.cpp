@@ -5,6 +5,7 @@
 // algebra of composition, inversion, transposition and determinant.
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 
 #include "ops/math/hom_mat.h"
 #include "registry.h"
@@ -80,6 +81,21 @@ Mat2D AboutPoint(const Mat2D& step, double px, double py, const Mat2D& m) {
   return Translation(px, py) * step * Translation(-px, -py) * m;
 }
 
+// The operators that change one matrix by a step made of `N` numbers:
+// reads the matrix (control 0) and the numbers (controls 1..N) and writes
+// change(matrix, numbers). `change` returns a Mat2D, not a product
+// expression that would refer to its own dead temporaries.
+template <int N, class Change>
+Vresult ChangeMatrix(OpContext& ctx, Change change) {
+  static_assert(std::is_same_v<std::invoke_result_t<Change, const Mat2D&, const double*>, Mat2D>,
+                "the change must evaluate its product");
+  Mat2D m;
+  double v[N];
+  Vresult rc = GetHomMat2D(ctx, 0, &m);
+  if (rc == VRESULT_OK) rc = GetScalars(ctx, 1, N, v);
+  return rc == VRESULT_OK ? SetHomMat2D(ctx, 0, change(m, v)) : rc;
+}
+
 // Writes a matrix in the form it came in: 6 values for an affine one.
 Vresult SetInForm(OpContext& ctx, int par, const Mat2D& m, bool projective) {
   return SetMatRows(ctx, par, m, projective ? 3 : 2);
@@ -92,59 +108,41 @@ VEXA_OPERATOR(hom_mat2d_identity) {
 }
 
 VEXA_OPERATOR(hom_mat2d_translate) {
-  Mat2D m;
-  double t[2];
-  Vresult rc = GetHomMat2D(ctx, 0, &m);
-  if (rc == VRESULT_OK) rc = GetScalars(ctx, 1, 2, t);
-  if (rc != VRESULT_OK) return rc;
-  return SetHomMat2D(ctx, 0, Translation(t[0], t[1]) * m);
+  return ChangeMatrix<2>(ctx, [](const Mat2D& m, const double* t) -> Mat2D {
+    return Translation(t[0], t[1]) * m;
+  });
 }
 
 VEXA_OPERATOR(hom_mat2d_translate_local) {
-  Mat2D m;
-  double t[2];
-  Vresult rc = GetHomMat2D(ctx, 0, &m);
-  if (rc == VRESULT_OK) rc = GetScalars(ctx, 1, 2, t);
-  if (rc != VRESULT_OK) return rc;
-  return SetHomMat2D(ctx, 0, m * Translation(t[0], t[1]));
+  return ChangeMatrix<2>(ctx, [](const Mat2D& m, const double* t) -> Mat2D {
+    return m * Translation(t[0], t[1]);
+  });
 }
 
 // Rotation by phi (radians) about (px, py); positive phi turns the x axis
 // towards the y axis.
 VEXA_OPERATOR(hom_mat2d_rotate) {
-  Mat2D m;
-  double v[3];
-  Vresult rc = GetHomMat2D(ctx, 0, &m);
-  if (rc == VRESULT_OK) rc = GetScalars(ctx, 1, 3, v);
-  if (rc != VRESULT_OK) return rc;
-  return SetHomMat2D(ctx, 0, AboutPoint(Rotation(v[0]), v[1], v[2], m));
+  return ChangeMatrix<3>(ctx, [](const Mat2D& m, const double* v) -> Mat2D {
+    return AboutPoint(Rotation(v[0]), v[1], v[2], m);
+  });
 }
 
 VEXA_OPERATOR(hom_mat2d_rotate_local) {
-  Mat2D m;
-  double phi = 0.0;
-  Vresult rc = GetHomMat2D(ctx, 0, &m);
-  if (rc == VRESULT_OK) rc = GetFiniteDouble(ctx, 1, &phi);
-  if (rc != VRESULT_OK) return rc;
-  return SetHomMat2D(ctx, 0, m * Rotation(phi));
+  return ChangeMatrix<1>(ctx, [](const Mat2D& m, const double* phi) -> Mat2D {
+    return m * Rotation(phi[0]);
+  });
 }
 
 VEXA_OPERATOR(hom_mat2d_scale) {
-  Mat2D m;
-  double v[4];
-  Vresult rc = GetHomMat2D(ctx, 0, &m);
-  if (rc == VRESULT_OK) rc = GetScalars(ctx, 1, 4, v);
-  if (rc != VRESULT_OK) return rc;
-  return SetHomMat2D(ctx, 0, AboutPoint(Scaling(v[0], v[1]), v[2], v[3], m));
+  return ChangeMatrix<4>(ctx, [](const Mat2D& m, const double* v) -> Mat2D {
+    return AboutPoint(Scaling(v[0], v[1]), v[2], v[3], m);
+  });
 }
 
 VEXA_OPERATOR(hom_mat2d_scale_local) {
-  Mat2D m;
-  double v[2];
-  Vresult rc = GetHomMat2D(ctx, 0, &m);
-  if (rc == VRESULT_OK) rc = GetScalars(ctx, 1, 2, v);
-  if (rc != VRESULT_OK) return rc;
-  return SetHomMat2D(ctx, 0, m * Scaling(v[0], v[1]));
+  return ChangeMatrix<2>(ctx, [](const Mat2D& m, const double* v) -> Mat2D {
+    return m * Scaling(v[0], v[1]);
+  });
 }
 
 VEXA_OPERATOR(hom_mat2d_slant) {
