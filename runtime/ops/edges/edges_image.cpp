@@ -16,9 +16,11 @@
 // along the exact gradient direction, "hvnms" with the horizontal or the
 // vertical neighbours, whichever lie closer to the gradient, "none" keeps
 // all. Hysteresis keeps the pixels above low that connect (8-neighbours,
-// inside the domain) to a pixel above high. "nms" runs on OpenCV's Canny
-// stage, which tracks through the whole bounding box of the domain and
-// breaks ties between equal neighbours toward one side.
+// inside the domain) to a pixel above high. "nms" makes the decisions of
+// OpenCV's Canny stage on 16-bit derivatives, which tracks through the
+// whole bounding box of the domain and breaks ties between equal
+// neighbours toward one side: streamed row by row (row_canny.h) for the
+// types filtered in float, on OpenCV's stage itself otherwise.
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -29,6 +31,7 @@
 #include "ops/edges/edge_thinning.h"
 #include "ops/edges/gauss_masks.h"
 #include "ops/edges/gradient.h"
+#include "ops/edges/row_canny.h"
 #include "registry.h"
 
 namespace vexa {
@@ -159,6 +162,15 @@ VEXA_OPERATOR(edges_image) {
   if (high < low) return VERR_CTRL_VALUE(4);
   return FilterImages(ctx, 2, AmpAndDirection,
                       [&](const PixelBuffer& in, const FilterArea& area, PixelBuffer** outs) {
+    if (nms == Nms::kNms && !filter.max_norm) {
+      const GradientMasks masks = filter.sigma > 0
+                                      ? GradientMasks{GaussMask(filter.sigma, 1),
+                                                      GaussMask(filter.sigma, 0)}
+                                      : SobelMasks(3);
+      if (RowCannyEdges(in, area, masks, static_cast<double>(low), static_cast<double>(high),
+                        outs))
+        return VRESULT_OK;
+    }
     // One pixel around the box for the suppression's neighbours.
     const cv::Rect grown = GrowBox(area.box, 1, cv::Size(in.width(), in.height()));
     const cv::Rect inner = area.box - grown.tl();

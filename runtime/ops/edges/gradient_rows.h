@@ -1,0 +1,43 @@
+// The two derivatives of a separable gradient filter (gx = smooth along the
+// rows of deriv along the columns, gy the transpose), produced one row at a
+// time over a box of the image. Only a ring of 2 * radius + 1 rows of the
+// horizontal pass is held, so a whole image never needs float planes: the
+// rows stay in cache while the caller consumes them.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+#include "image_store.h"
+#include "ops/edges/gradient.h"
+
+namespace vexa {
+
+// Whether GradientRows handles `type`: the types whose filters work in
+// float (WorkDepthOf).
+bool HasGradientRows(PixelType type);
+
+// Whether the masks have the symmetry GradientRows relies on: the
+// smoothing mask symmetric, the derivative mask antisymmetric (0 at the
+// centre), both of one odd length.
+bool HasSymmetricMasks(const GradientMasks& masks);
+
+// Calls consume(row, gx, gy) for every row of `box` (row counted from
+// box.y), gx and gy holding box.width values. The masks are correlation
+// masks as GradientMasks holds them, symmetric (HasSymmetricMasks);
+// neighbours are read from
+// the whole image and mirrored at its border, as the other filters do.
+// Sums are taken in float in a fixed order (no fused multiply-add), so the
+// values are the same on every processor.
+void GradientRows(const PixelBuffer& in, const cv::Rect& box, const GradientMasks& masks,
+                  const std::function<void(int, const float*, const float*)>& consume);
+
+// The largest |value| of n values (NaN above infinity).
+float LargestMagnitude(const float* values, int n);
+
+// out = values * scale rounded to the nearest integer (ties to even), as
+// cv::Mat::convertTo to 16 bits rounds; |values * scale| must stay below
+// 32768.
+void QuantizeRow(const float* values, float scale, int n, int16_t* out);
+
+}  // namespace vexa

@@ -1,0 +1,27 @@
+// Row kernels of the streaming edge filters, compiled for AVX2 and for the
+// baseline; neither form fuses multiply and add, so both round alike and
+// results do not depend on the processor. Loops over a row run in chunks
+// of kChunk with a constant trip count, which the compiler vectorises at
+// -O2, and finish the remainder one by one.
+#pragma once
+
+#if defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__))
+#define VEXA_ROW_CLONES __attribute__((target_clones("avx2", "default")))
+#else
+#define VEXA_ROW_CLONES
+#endif
+
+namespace vexa {
+
+constexpr int kChunk = 16;
+
+// fn(i) for i < n, in chunks of kChunk.
+template <class Fn>
+inline void ForChunks(int n, Fn&& fn) {
+  int i = 0;
+  for (; i + kChunk <= n; i += kChunk)
+    for (int k = 0; k < kChunk; ++k) fn(i + k);
+  for (; i < n; ++i) fn(i);
+}
+
+}  // namespace vexa
