@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-#include "databar_encoder.h"
+#include "databar_expanded_encoder.h"
 #include "vexa/errors.h"
 
 namespace code_test {
@@ -49,11 +49,14 @@ inline Vobject ByteImage(const std::vector<uint8_t>& pixels, int width, int heig
 }
 
 // The symbol's modules: written by the engine's encoder, or by ours for
-// GS1 DataBar Omnidirectional (13 digits), which the engine cannot write.
+// GS1 DataBar Omnidirectional (13 digits) and Expanded (a GS1 element
+// string), which the engine cannot write.
 inline ZXing::BitMatrix EncodeSymbol(ZXing::BarcodeFormat format, const std::string& content) {
-  if (format != ZXing::BarcodeFormat::DataBar)
+  if (format != ZXing::BarcodeFormat::DataBar && format != ZXing::BarcodeFormat::DataBarExpanded)
     return ZXing::MultiFormatWriter(format).setMargin(0).encode(content, 0, 0);
-  const std::vector<bool> modules = databar::Modules(content);
+  const std::vector<bool> modules = format == ZXing::BarcodeFormat::DataBar
+                                        ? databar::Modules(content)
+                                        : databar::ExpandedModules(content);
   ZXing::BitMatrix bits(static_cast<int>(modules.size()), 1);
   for (size_t x = 0; x < modules.size(); ++x)
     if (modules[x]) bits.set(static_cast<int>(x), 0);
@@ -116,9 +119,9 @@ inline double AngleGap(double a, double b) { return std::fabs(std::remainder(a -
 constexpr double kMaxModule = 6;
 
 // Ten turns (fixed seed) paired with module sizes spread over
-// min_module..kMaxModule pixels. Each code type has its own smallest
-// module: the one from which the engine read 30 of 30 symbols at random
-// angles under this blur and noise (docs/operators/codes.md).
+// min_module..kMaxModule pixels: 2 for every code type but Aztec, whose
+// bull's eye the engine does not find below about 3 pixels per module
+// under this blur and noise (docs/operators/codes.md).
 inline std::vector<std::pair<double, double>> TurnsAndModules(unsigned seed, double min_module) {
   std::mt19937 rng(seed);
   std::uniform_real_distribution<double> turn(-180, 180);

@@ -129,15 +129,20 @@ inline std::vector<int> Elements(const std::string& digits13) {
   return e;
 }
 
-// The symbol as modules, true for a bar.
-inline std::vector<bool> Modules(const std::string& digits13) {
+// Element widths (a space first) as modules, true for a bar.
+inline std::vector<bool> ElementModules(const std::vector<int>& elements) {
   std::vector<bool> modules;
   bool bar = false;
-  for (int w : Elements(digits13)) {
+  for (int w : elements) {
     modules.insert(modules.end(), w, bar);
     bar = !bar;
   }
   return modules;
+}
+
+// The symbol as modules, true for a bar.
+inline std::vector<bool> Modules(const std::string& digits13) {
+  return ElementModules(Elements(digits13));
 }
 
 }  // namespace databar
