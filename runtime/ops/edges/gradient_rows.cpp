@@ -29,23 +29,24 @@ inline Floats8 Load8(const float* p) {
 }
 inline void Store8(float* p, Floats8 v) { std::memcpy(p, &v, sizeof v); }
 
-// Along a row: deriv_out[c] and smooth_out[c] for the pixel at line[c +
-// radius], c < WholeBlocks(n).
+// Along a row: deriv_out[c] from deriv_src and smooth_out[c] from
+// smooth_src, for the pixel at index c + radius of either, c <
+// WholeBlocks(n). Two vectors of each result per step stay in registers
+// over all taps; the rows lie in L1.
 VEXA_ROW_CLONES
-void HorizontalPass(const float* line, const float* deriv, const float* smooth, int radius,
-                    int n, float* deriv_out, float* smooth_out) {
+void HorizontalPass(const float* deriv_src, const float* smooth_src, const float* deriv,
+                    const float* smooth, int radius, int n, float* deriv_out, float* smooth_out) {
   for (int c = 0; c < n; c += kStep) {
-    const float* centre = line + c + radius;
-    Floats8 s0 = smooth[0] * Load8(centre), s1 = smooth[0] * Load8(centre + kLanes);
+    const float* dc = deriv_src + c + radius;
+    const float* sc = smooth_src + c + radius;
+    Floats8 s0 = smooth[0] * Load8(sc), s1 = smooth[0] * Load8(sc + kLanes);
     Floats8 d0{}, d1{};
     for (int k = 1; k <= radius; ++k) {
       const float td = deriv[k], ts = smooth[k];
-      const Floats8 lo0 = Load8(centre - k), hi0 = Load8(centre + k);
-      const Floats8 lo1 = Load8(centre - k + kLanes), hi1 = Load8(centre + k + kLanes);
-      d0 += td * (hi0 - lo0);
-      d1 += td * (hi1 - lo1);
-      s0 += ts * (hi0 + lo0);
-      s1 += ts * (hi1 + lo1);
+      d0 += td * (Load8(dc + k) - Load8(dc - k));
+      d1 += td * (Load8(dc + k + kLanes) - Load8(dc - k + kLanes));
+      s0 += ts * (Load8(sc + k) + Load8(sc - k));
+      s1 += ts * (Load8(sc + k + kLanes) + Load8(sc - k + kLanes));
     }
     Store8(deriv_out + c, d0);
     Store8(deriv_out + c + kLanes, d1);
@@ -54,34 +55,37 @@ void HorizontalPass(const float* line, const float* deriv, const float* smooth, 
   }
 }
 
-// Across rows: gx = smoothing of the derivative rows d_rows, gy =
-// derivative of the smoothed rows s_rows, each 2 * radius + 1 rows around
-// the output row; c < WholeBlocks(n). The sums of a block of kBlock
-// columns stay in L1 while the taps run outside, so only four rows are
-// read at a time.
+// Across rows: the derivative and the smoothing of the 2 * radius + 1
+// rows around the output row, c < WholeBlocks(n). The sums of a block of
+// kBlock columns stay in L1 while the taps run outside, so only two rows
+// are read at a time, each once for both results.
 VEXA_ROW_CLONES
-void VerticalPass(const float* const* d_rows, const float* const* s_rows, const float* deriv,
-                  const float* smooth, int radius, int n, float* gx, float* gy) {
+void VerticalPass(const float* const* rows, const float* deriv, const float* smooth, int radius,
+                  int n, float* deriv_out, float* smooth_out) {
   constexpr int kVectors = kBlock / kLanes;
   for (int c0 = 0; c0 < n; c0 += kBlock) {
-    Floats8 x[kVectors], y[kVectors];
-    const float* centre = d_rows[radius] + c0;
+    Floats8 d[kVectors], s[kVectors];
+    const float* centre = rows[radius] + c0;
     for (int v = 0; v < kVectors; ++v) {
-      x[v] = smooth[0] * Load8(centre + v * kLanes);
-      y[v] = Floats8{};
+      s[v] = smooth[0] * Load8(centre + v * kLanes);
+      const Floats8 l = Load8(rows[radius - 1] + c0 + v * kLanes);
+      const Floats8 h = Load8(rows[radius + 1] + c0 + v * kLanes);
+      d[v] = deriv[1] * (h - l);
+      s[v] += smooth[1] * (h + l);
     }
-    for (int k = 1; k <= radius; ++k) {
+    for (int k = 2; k <= radius; ++k) {
       const float td = deriv[k], ts = smooth[k];
-      const float *d_lo = d_rows[radius - k] + c0, *d_hi = d_rows[radius + k] + c0;
-      const float *s_lo = s_rows[radius - k] + c0, *s_hi = s_rows[radius + k] + c0;
+      const float *lo = rows[radius - k] + c0, *hi = rows[radius + k] + c0;
       for (int v = 0; v < kVectors; ++v) {
-        const int o = v * kLanes;
-        x[v] += ts * (Load8(d_hi + o) + Load8(d_lo + o));
-        y[v] += td * (Load8(s_hi + o) - Load8(s_lo + o));
+        const Floats8 l = Load8(lo + v * kLanes), h = Load8(hi + v * kLanes);
+        d[v] += td * (h - l);
+        s[v] += ts * (h + l);
       }
     }
-    std::memcpy(gx + c0, x, sizeof x);
-    std::memcpy(gy + c0, y, sizeof y);
+    for (int v = 0; v < kVectors; ++v) {
+      Store8(deriv_out + c0 + v * kLanes, d[v]);
+      Store8(smooth_out + c0 + v * kLanes, s[v]);
+    }
   }
 }
 
@@ -94,6 +98,12 @@ std::vector<float> HalfTaps(const cv::Mat& mask) {
   return taps;
 }
 
+// n values of `row` from `first` on as float.
+template <class T>
+VEXA_ROW_CLONES void ToFloat(const T* row, int n, float* out) {
+  ForChunks(n, [&](int i) { out[i] = static_cast<float>(row[i]); });
+}
+
 // Row `r` of `window` over columns [c0, c0 + n), mirrored at the window's
 // sides, as float.
 template <class T>
@@ -102,7 +112,7 @@ void LoadRow(const cv::Mat& window, int r, int c0, int n, float* out) {
   const int first = std::max(0, -c0), last = std::min(n, window.cols - c0);
   for (int i = 0; i < first; ++i)
     out[i] = static_cast<float>(row[cv::borderInterpolate(c0 + i, window.cols, kMirrorBorder)]);
-  for (int i = first; i < last; ++i) out[i] = static_cast<float>(row[c0 + i]);
+  if (last > first) ToFloat(row + c0 + first, last - first, out + first);
   for (int i = std::max(first, last); i < n; ++i)
     out[i] = static_cast<float>(row[cv::borderInterpolate(c0 + i, window.cols, kMirrorBorder)]);
 }
@@ -157,39 +167,38 @@ void GradientRows(const PixelBuffer& in, const cv::Rect& box, const GradientMask
   const int radius = masks.deriv.rows / 2, taps = 2 * radius + 1;
   const FilterSource src = LinearFilterSource(in, box, radius);
   const cv::Mat& window = src.window;
-  const int w = box.width, padded = w + 2 * radius, wide = WholeBlocks(w);
-  // The horizontal pass of the rows around the current one: derivative and
-  // smoothing, ring slot r % taps for window row r.
-  std::vector<float> ring(static_cast<size_t>(2 * taps) * static_cast<size_t>(wide));
-  std::vector<float> line(static_cast<size_t>(wide + 2 * radius));
-  std::vector<float> gx(static_cast<size_t>(wide)), gy(static_cast<size_t>(wide));
-  auto slot = [&](int r, int which) {
-    const int s = ((r % taps) + taps) % taps;
-    return ring.data() + static_cast<size_t>(2 * s + which) * static_cast<size_t>(wide);
-  };
-  auto horizontal = [&](int r) {
+  // Rows of the source as float, with `radius` mirrored or real neighbours
+  // on either side: ring slot r % taps for window row r. The vertical pass
+  // runs first, over the padded width, then the horizontal pass.
+  const int w = box.width, padded = w + 2 * radius;
+  const size_t wide = static_cast<size_t>(WholeBlocks(padded) + kBlock);
+  std::vector<float> ring(static_cast<size_t>(taps) * wide);
+  std::vector<float> across_d(wide), across_s(wide), gx(wide), gy(wide);
+  auto slot = [&](int r) { return ring.data() + static_cast<size_t>(((r % taps) + taps) % taps) * wide; };
+  auto load = [&](int r) {
     const int rr = cv::borderInterpolate(r, window.rows, kMirrorBorder);
     const int c0 = src.box.x - radius;
+    float* out = slot(r);
     switch (window.depth()) {
-      case CV_8U: LoadRow<uint8_t>(window, rr, c0, padded, line.data()); break;
-      case CV_16U: LoadRow<uint16_t>(window, rr, c0, padded, line.data()); break;
-      case CV_16S: LoadRow<int16_t>(window, rr, c0, padded, line.data()); break;
-      default: LoadRow<float>(window, rr, c0, padded, line.data()); break;
+      case CV_8U: LoadRow<uint8_t>(window, rr, c0, padded, out); break;
+      case CV_16U: LoadRow<uint16_t>(window, rr, c0, padded, out); break;
+      case CV_16S: LoadRow<int16_t>(window, rr, c0, padded, out); break;
+      default: LoadRow<float>(window, rr, c0, padded, out); break;
     }
-    HorizontalPass(line.data(), deriv.data(), smooth.data(), radius, w, slot(r, 0), slot(r, 1));
   };
   const int y0 = src.box.y;
-  for (int r = y0 - radius; r < y0 + radius; ++r) horizontal(r);
-  std::vector<const float*> rows_d(static_cast<size_t>(taps)), rows_s(static_cast<size_t>(taps));
+  for (int r = y0 - radius; r < y0 + radius; ++r) load(r);
+  std::vector<const float*> rows(static_cast<size_t>(taps));
   for (int i = 0; i < box.height; ++i) {
     const int centre = y0 + i;
-    horizontal(centre + radius);
-    for (int k = 0; k < taps; ++k) {
-      rows_d[static_cast<size_t>(k)] = slot(centre - radius + k, 0);
-      rows_s[static_cast<size_t>(k)] = slot(centre - radius + k, 1);
-    }
-    VerticalPass(rows_d.data(), rows_s.data(), deriv.data(), smooth.data(), radius, w, gx.data(),
-                 gy.data());
+    load(centre + radius);
+    for (int k = 0; k < taps; ++k) rows[static_cast<size_t>(k)] = slot(centre - radius + k);
+    VerticalPass(rows.data(), deriv.data(), smooth.data(), radius, padded, across_d.data(),
+                 across_s.data());
+    // gx: derivative along the row of the smoothing across; gy: smoothing
+    // along the row of the derivative across.
+    HorizontalPass(across_s.data(), across_d.data(), deriv.data(), smooth.data(), radius, w,
+                   gx.data(), gy.data());
     consume(i, gx.data(), gy.data());
   }
 }
