@@ -1,10 +1,13 @@
 // Rank filters and the filters of local statistics against sorted
 // neighbourhoods written out per pixel, with every border mode, on every
-// pixel type the filters take (byte runs the histogram, selection and
-// medianBlur paths), a domain with holes and a 1 x 1 image; then the
+// pixel type the filters take (byte runs the histogram, selection,
+// column network and medianBlur paths), a domain with holes and a 1 x 1 image; then the
 // checks.
 #include <map>
 #include <numeric>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "filter_test_support.h"
 
@@ -157,23 +160,35 @@ INSTANTIATE_TEST_SUITE_P(Types, RankTypes, ::testing::ValuesIn(kTypes));
 
 class RankChecks : public LeakCheckedTest {};
 
-// Byte discs of radius 2 take the selection path, sixteen pixels at a
-// time, radius 3 the histogram: rows of several vectors and a remainder,
-// under a domain whose chords start and end anywhere, and a domain one
-// column wide.
-TEST_F(RankChecks, SmallByteDiscMediansMatchSortedNeighbourhoods) {
+// Byte medians of the 3x3 and 5x5 squares and the disc of radius 2 run
+// comparator networks on sorted columns, 32 pixels at a time in chunks of
+// 256, straight from the image where the mask fits and from bordered tiles
+// along its edges; the disc of radius 3 runs the histogram. Rows wider
+// than a chunk, values from the full range and from four levels (many
+// ties), under the full domain, a domain whose chords start and end
+// anywhere and a domain one column wide.
+TEST_F(RankChecks, SmallByteMediansMatchSortedNeighbourhoods) {
   std::mt19937 gen(24);
-  std::vector<uint8_t> column(75 * 6, 0);
-  for (int r = 0; r < 6; ++r) column[r * 75 + 40] = 1;
-  for (const TestImage& im : {RandomImage("byte", 75, 6, gen), RandomImage("byte", 75, 6, gen, true),
-                              MakeImage("byte", 75, 6, column, gen, 0, 255)})
-    for (int radius : {2, 3}) {
-      const std::vector<Offset> o = DiscOffsets(radius);
-      Vobject out;
-      ASSERT_EQ(median_image(im.image, &out, "circle", radius, "continued"), VRESULT_OK);
-      ExpectFiltered(out, im, [&](int r, int c) {
-        return Rank(Around(im, r, c, o, Edge::kContinued), o.size() / 2);
-      }, 0, "disc " + std::to_string(radius));
+  const int w = 300, h = 9;
+  std::vector<uint8_t> column(w * h, 0);
+  for (int r = 0; r < h; ++r) column[r * w + 257] = 1;
+  std::vector<uint8_t> all(w * h, 1);
+  for (const TestImage& im :
+       {RandomImage("byte", w, h, gen), RandomImage("byte", w, h, gen, true),
+        MakeImage("byte", w, h, all, gen, 0, 3), MakeImage("byte", w, h, column, gen, 0, 255)})
+    for (const auto& [shape, radius] : std::vector<std::pair<const char*, int>>{
+             {"circle", 1}, {"circle", 2}, {"circle", 3}, {"square", 2}}) {
+      const std::vector<Offset> o = std::string(shape) == "circle"
+                                        ? DiscOffsets(radius)
+                                        : RectOffsets(2 * radius + 1, 2 * radius + 1);
+      for (const auto& [border, edge] :
+           {std::pair{"continued", Edge::kContinued}, std::pair{"mirrored", Edge::kMirror}}) {
+        Vobject out;
+        ASSERT_EQ(median_image(im.image, &out, shape, radius, border), VRESULT_OK);
+        ExpectFiltered(out, im, [&](int r, int c) {
+          return Rank(Around(im, r, c, o, edge), o.size() / 2);
+        }, 0, std::string(shape) + " " + std::to_string(radius) + " " + border);
+      }
     }
 }
 

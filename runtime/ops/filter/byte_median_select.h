@@ -1,9 +1,10 @@
 // Byte medians over small masks by forgetful selection, sixteen pixels at
 // a time: a fixed sequence of vector min/max operations that depends only
-// on the mask's size and grows with its square. For the disc of radius 2
-// (21 pixels) it takes about half the time of the running histogram (two
-// updates per mask row and pixel plus the search); from about 27 pixels on
-// the histogram is faster.
+// on the mask's size and grows with its square. It serves the small masks
+// without a column network (column_median.h), such as median_rect's
+// rectangles; for 21 pixels it takes about half the time of the running
+// histogram (two updates per mask row and pixel plus the search), from
+// about 27 pixels on the histogram is faster.
 #pragma once
 
 #include <opencv2/core.hpp>

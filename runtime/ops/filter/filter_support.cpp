@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <memory>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include <opencv2/imgproc.hpp>
@@ -145,9 +147,24 @@ Vresult GuardedFilter(const ChannelFilter& filter, const cv::Mat& src, cv::Mat& 
   }
 }
 
+// The result image of `channels` channels: uncleared ones when the filter
+// fills them, for a full domain; zeroed ones otherwise.
+Vresult NewResult(PixelType type, const PixelBuffer& like, int channels, RegionPtr domain,
+                  FilterWrites writes, Vkey* key) {
+  if (writes == FilterWrites::kSome || domain->area() != like.num_pixels())
+    return db::NewBlankImage(type, like.width(), like.height(), channels, std::move(domain), key);
+  std::vector<std::unique_ptr<PixelBuffer>> buffers(static_cast<size_t>(channels));
+  for (auto& b : buffers) {
+    const Vresult rc = PixelBuffer::CreateUncleared(type, like.width(), like.height(), &b);
+    if (rc != VRESULT_OK) return rc;
+  }
+  return db::NewImage(std::move(domain), std::move(buffers), key);
+}
+
 }  // namespace
 
-Vresult FilterImages(OpContext& ctx, FilterTypeRule rule, const ChannelFilter& filter) {
+Vresult FilterImages(OpContext& ctx, FilterTypeRule rule, const ChannelFilter& filter,
+                     FilterWrites writes) {
   NewKeys out;
   const Vresult rc = ctx.ForEachInpObj(1, [&](Vkey key, Vlong) {
     db::ImageData in;
@@ -157,8 +174,7 @@ Vresult FilterImages(OpContext& ctx, FilterTypeRule rule, const ChannelFilter& f
     PixelType type;
     if (!rule(first.type(), &type)) return VERR_PIXEL_TYPE;
     Vkey made = VKEY_UNDEF;
-    r = db::NewBlankImage(type, first.width(), first.height(),
-                          static_cast<int>(in.channels.size()), in.domain, &made);
+    r = NewResult(type, first, static_cast<int>(in.channels.size()), in.domain, writes, &made);
     if (r != VRESULT_OK) return r;
     out.Add(made);
     const cv::Rect rect = DomainRect(*in.domain);

@@ -86,10 +86,15 @@ bool FilterableToReal(PixelType in, PixelType* out);
 // byte only, result real.
 bool ByteToReal(PixelType in, PixelType* out);
 
+// Whether a filter writes every pixel of dst(rect). Then a result with a
+// full domain is not cleared first, which saves a pass over the image.
+enum class FilterWrites { kSome, kAll };
+
 // One result per image of input object 1 into output object 1: same size,
 // channel count and domain, type by `rule`, each channel through `filter`
 // over the domain's bounding box. Failures of OpenCV become result codes.
-Vresult FilterImages(OpContext& ctx, FilterTypeRule rule, const ChannelFilter& filter);
+Vresult FilterImages(OpContext& ctx, FilterTypeRule rule, const ChannelFilter& filter,
+                     FilterWrites writes = FilterWrites::kSome);
 
 // dst(rect) = second(first(src)), where `second` reads my rows and mx
 // columns around each pixel under `border`: `first` is computed on that

@@ -6,6 +6,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "ops/filter/byte_median_select.h"
+#include "ops/filter/column_median.h"
 
 namespace vexa {
 namespace {
@@ -98,8 +99,8 @@ void ByteRank(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
 // It treats the rectangle as a whole image, so its results within r of the
 // rectangle's edge, whose neighbours reach outside, are redone with the
 // true neighbours and the border rule: the rows by ByteRank, the narrow
-// columns by selection or else by gathering (a histogram would be set up
-// anew for every few pixels).
+// columns by gathering (a histogram would be set up anew for every few
+// pixels).
 void SquareMedian(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
                   const NeighbourMask& mask, const Border& border, int k) {
   const int r = mask.ry();
@@ -110,13 +111,45 @@ void SquareMedian(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
   cv::Mat out = dst(rect);
   cv::medianBlur(src(rect), out, 2 * r + 1);
   const int inner = rect.height - 2 * r;
-  for (const cv::Rect& strip :
-       {cv::Rect(rect.x, rect.y, rect.width, r), cv::Rect(rect.x, rect.y + rect.height - r, rect.width, r)})
+  for (const cv::Rect& strip : {cv::Rect(rect.x, rect.y, rect.width, r),
+                                cv::Rect(rect.x, rect.y + rect.height - r, rect.width, r)})
     ByteRank(src, dst, strip, mask, border, k);
-  for (const cv::Rect& strip :
-       {cv::Rect(rect.x, rect.y + r, r, inner), cv::Rect(rect.x + rect.width - r, rect.y + r, r, inner)}) {
-    if (IsSmallMedian(mask, k)) SelectRank(src, dst, strip, mask, border);
-    else GatherRank(src, dst, strip, mask, border, k);
+  for (const cv::Rect& strip : {cv::Rect(rect.x, rect.y + r, r, inner),
+                                cv::Rect(rect.x + rect.width - r, rect.y + r, r, inner)})
+    GatherRank(src, dst, strip, mask, border, k);
+}
+
+// The parts of `rect` outside `inner` (a rectangle within it, or empty):
+// the rows above and below, the columns left and right.
+std::vector<cv::Rect> FrameOf(const cv::Rect& rect, const cv::Rect& inner) {
+  if (inner.empty()) return {rect};
+  const int right = inner.x + inner.width, bottom = inner.y + inner.height;
+  std::vector<cv::Rect> parts;
+  for (const cv::Rect& part :
+       {cv::Rect(rect.x, rect.y, rect.width, inner.y - rect.y),
+        cv::Rect(rect.x, bottom, rect.width, rect.y + rect.height - bottom),
+        cv::Rect(rect.x, inner.y, inner.x - rect.x, inner.height),
+        cv::Rect(right, inner.y, rect.x + rect.width - right, inner.height)})
+    if (!part.empty()) parts.push_back(part);
+  return parts;
+}
+
+// Byte medians by a column network: the pixels whose mask lies inside the
+// image straight from it, the frame along the image's edges from bordered
+// tiles.
+void NetworkMedian(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
+                   const NeighbourMask& mask, const Border& border) {
+  const int ry = mask.ry(), rx = mask.rx();
+  cv::Rect inner;
+  if (src.cols > 2 * rx && src.rows > 2 * ry)
+    inner = rect & cv::Rect(rx, ry, src.cols - 2 * rx, src.rows - 2 * ry);
+  if (!inner.empty()) {
+    cv::Mat out = dst(inner);
+    ColumnMedianBytes(src, inner.tl(), mask, out);
+  }
+  for (const cv::Rect& part : FrameOf(rect, inner)) {
+    cv::Mat out = dst(part);
+    ColumnMedianBytes(BorderedTile(src, part, ry, rx, border), cv::Point(rx, ry), mask, out);
   }
 }
 
@@ -124,7 +157,9 @@ void SquareMedian(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
 
 void RankFilter(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect,
                 const NeighbourMask& mask, const Border& border, int k) {
-  if (src.depth() == CV_8U && IsSquareMedian(mask, k)) {
+  if (src.depth() == CV_8U && k == mask.count() / 2 && HasColumnMedian(mask)) {
+    NetworkMedian(src, dst, rect, mask, border);
+  } else if (src.depth() == CV_8U && IsSquareMedian(mask, k)) {
     SquareMedian(src, dst, rect, mask, border, k);
   } else if (src.depth() == CV_8U) {
     ByteRank(src, dst, rect, mask, border, k);

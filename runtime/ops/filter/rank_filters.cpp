@@ -19,7 +19,7 @@ Vresult RankImages(OpContext& ctx, const NeighbourMask& mask, const Border& bord
                                                const cv::Rect& rect) {
     RankFilter(src, dst, rect, mask, border, k);
     return VRESULT_OK;
-  });
+  }, FilterWrites::kAll);
 }
 
 // Every image through fn(values, n, centre) over the mask.
@@ -30,7 +30,7 @@ Vresult GatherImages(OpContext& ctx, const NeighbourMask& mask, const Border& bo
     cv::Mat out = dst(rect);
     GatherFilter(BorderedTile(src, rect, mask.ry(), mask.rx(), border), mask, out, fn);
     return VRESULT_OK;
-  });
+  }, FilterWrites::kAll);
 }
 
 // mask_type ("circle" or "square") and radius at pars `type_par` and
@@ -125,7 +125,7 @@ VEXA_OPERATOR(median_separate) {
           RankFilter(s, d, r, col, border, h / 2);
           return VRESULT_OK;
         });
-  });
+  }, FilterWrites::kAll);
 }
 
 // The value of rank mode_percent % of the mask, then, on that result, the
@@ -149,7 +149,7 @@ VEXA_OPERATOR(dual_rank) {
                                                const cv::Rect& rect) {
     return ChainFilters(src, dst, rect, mask.ry(), mask.rx(), border, rank(k),
                         rank(mask.count() - 1 - k));
-  });
+  }, FilterWrites::kAll);
 }
 
 // The weighted median over a mask_size square: each value counts with its

@@ -24,7 +24,7 @@ Vresult SeparableSmooth(OpContext& ctx, const cv::Mat& kx, const cv::Mat& ky) {
     return RunCvFilter(src, dst, rect, my, mx, [&](const cv::Mat& in, cv::Mat& out) {
       cv::sepFilter2D(in, out, -1, kx, ky, cv::Point(-1, -1), 0, kBorder);
     });
-  });
+  }, FilterWrites::kAll);
 }
 
 // Binomial weights C(n-1, k) / 2^(n-1), n odd.
@@ -63,7 +63,7 @@ Vresult GaussBySize(OpContext& ctx) {
     return RunCvFilter(src, dst, rect, size / 2, size / 2, [&](const cv::Mat& in, cv::Mat& out) {
       cv::GaussianBlur(in, out, cv::Size(size, size), 0, 0, kBorder);
     });
-  });
+  }, FilterWrites::kAll);
 }
 
 }  // namespace
@@ -78,7 +78,7 @@ VEXA_OPERATOR(mean_image) {
     return RunCvFilter(src, dst, rect, h / 2, w / 2, [&](const cv::Mat& in, cv::Mat& out) {
       cv::blur(in, out, cv::Size(w, h), cv::Point(-1, -1), kBorder);
     });
-  });
+  }, FilterWrites::kAll);
 }
 
 VEXA_OPERATOR(gauss_filter) { return GaussBySize(ctx); }

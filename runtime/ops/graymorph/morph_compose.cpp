@@ -40,7 +40,7 @@ Vresult MorphImages(OpContext& ctx, MorphOp op, int my, int mx, const ChannelFil
     Vresult rc = erode(src, low, rect);
     if (rc == VRESULT_OK) rc = dilate(src, dst, rect);
     return rc == VRESULT_OK ? Difference(dst, low, dst, rect) : rc;
-  });
+  }, FilterWrites::kAll);
 }
 
 }  // namespace vexa

@@ -308,9 +308,14 @@ RegionPtr MappedDomain(const Region& domain, int32_t in_width, int32_t in_height
 
 Vresult WarpImage(const db::ImageData& image, const Warp& w, Vkey* out) {
   std::vector<std::unique_ptr<PixelBuffer>> channels(image.channels.size());
+  // Both kernels write every pixel of the domain: a domain that covers the
+  // output needs no cleared buffer.
+  const bool covered = w.domain->area() == Vlong{w.width} * w.height;
   for (size_t i = 0; i < channels.size(); ++i) {
     const PixelBuffer& in = *image.channels[i];
-    const Vresult rc = PixelBuffer::Create(in.type(), w.width, w.height, &channels[i]);
+    const Vresult rc = covered
+        ? PixelBuffer::CreateUncleared(in.type(), w.width, w.height, &channels[i])
+        : PixelBuffer::Create(in.type(), w.width, w.height, &channels[i]);
     if (rc != VRESULT_OK) return rc;
     // OpenCV refuses some extreme sizes and maps; the pixel loop takes any.
     bool fast = false;
