@@ -182,16 +182,15 @@ __attribute__((target("avx512f,avx512bw,popcnt,bmi"))) size_t RangeWordsAvx512(
 
 #undef VEXA_RANGE_EDGE_WORDS
 
-// The run decoder. Each word's edge columns are written eight at a time,
+// The edge decoder. Each word's edge columns are written eight at a time,
 // whether or not the word has that many edges: the columns past the word's
 // last edge land in the slack and are overwritten by the next word's. This
 // leaves one branch per eight edges instead of one per edge, which on a
 // noisy image mispredicts at almost every word.
 template <bool kPopcnt>
-inline __attribute__((always_inline)) size_t DecodeRuns(const uint64_t* words,
-                                                        size_t num_words, int32_t r,
-                                                        int32_t cb, int32_t* cols,
-                                                        Chord* runs) {
+inline __attribute__((always_inline)) size_t DecodeColumns(const uint64_t* words,
+                                                           size_t num_words, int32_t cb,
+                                                           int32_t* cols) {
   size_t m = 0;
   int32_t base = cb;
   for (size_t i = 0; i < num_words; ++i, base += static_cast<int32_t>(kEdgeWordBits)) {
@@ -210,42 +209,15 @@ inline __attribute__((always_inline)) size_t DecodeRuns(const uint64_t* words,
       out += 8;
     } while (e != 0);
   }
-  const size_t num_runs = m / 2;
-  for (size_t j = 0; j < num_runs; ++j) runs[j] = {r, cols[2 * j], cols[2 * j + 1] - 1};
-  return num_runs;
+  return m;
 }
 
 #if defined(__x86_64__)
-// Lanes of the AVX-512 run writer, which turns 32 edge columns (16 runs)
-// into 16 runs of three int32 each, three vectors: the index of the
-// column each lane takes, the lanes that take the row instead and the
-// lanes that hold the last column of a run (one before its closing edge).
-struct RunLanes {
-  int32_t column[3][16];
-  uint16_t row[3];
-  uint16_t last[3];
-};
-
-constexpr RunLanes MakeRunLanes() {
-  RunLanes t{};
-  for (int lane = 0; lane < 48; ++lane) {
-    const int v = lane / 16, i = lane % 16, run = lane / 3, field = lane % 3;
-    t.column[v][i] = field == 0 ? 0 : 2 * run + field - 1;
-    if (field == 0) t.row[v] = static_cast<uint16_t>(t.row[v] | 1 << i);
-    if (field == 2) t.last[v] = static_cast<uint16_t>(t.last[v] | 1 << i);
-  }
-  return t;
-}
-
-constexpr RunLanes kRunLanes = MakeRunLanes();
-
 // The AVX-512 decoder: the edge positions of a word are packed to the
 // front of a vector by one compress instruction and widened to columns 16
-// at a time (stores past the word's edges land in the slack, as above);
-// the runs are then assembled 16 at a time by lane permutations.
-__attribute__((target("avx512f,avx512bw,avx512vbmi2,popcnt,bmi"))) size_t DecodeRunsAvx512(
-    const uint64_t* words, size_t num_words, int32_t r, int32_t cb, int32_t* cols,
-    Chord* runs) {
+// at a time (stores past the word's edges land in the slack, as above).
+__attribute__((target("avx512f,avx512bw,avx512vbmi2,popcnt,bmi"))) size_t DecodeColumnsAvx512(
+    const uint64_t* words, size_t num_words, int32_t cb, int32_t* cols) {
   alignas(64) uint8_t iota[64];
   for (int j = 0; j < 64; ++j) iota[j] = static_cast<uint8_t>(j);
   const __m512i positions = _mm512_load_si512(iota);
@@ -269,29 +241,13 @@ __attribute__((target("avx512f,avx512bw,avx512vbmi2,popcnt,bmi"))) size_t Decode
                                         _mm512_extracti32x4_epi32(packed, 3)), base));
     m += count;
   }
-  const size_t num_runs = m / 2;
-  const __m512i row = _mm512_set1_epi32(r);
-  const __m512i one = _mm512_set1_epi32(1);
-  int32_t* dst = reinterpret_cast<int32_t*>(runs);
-  size_t j = 0;
-  for (; j + 16 <= num_runs; j += 16, dst += 48) {
-    const __m512i a = _mm512_loadu_si512(cols + 2 * j);
-    const __m512i b = _mm512_loadu_si512(cols + 2 * j + 16);
-    for (int v = 0; v < 3; ++v) {
-      __m512i lanes = _mm512_permutex2var_epi32(a, _mm512_loadu_si512(kRunLanes.column[v]), b);
-      lanes = _mm512_mask_mov_epi32(lanes, kRunLanes.row[v], row);
-      lanes = _mm512_mask_sub_epi32(lanes, kRunLanes.last[v], lanes, one);
-      _mm512_storeu_si512(dst + 16 * v, lanes);
-    }
-  }
-  for (; j < num_runs; ++j) runs[j] = {r, cols[2 * j], cols[2 * j + 1] - 1};
-  return num_runs;
+  return m;
 }
 
-__attribute__((target("popcnt,bmi"))) size_t DecodeRunsBitOps(
-    const uint64_t* words, size_t num_words, int32_t r, int32_t cb, int32_t* cols,
-    Chord* runs) {
-  return DecodeRuns<true>(words, num_words, r, cb, cols, runs);
+__attribute__((target("popcnt,bmi"))) size_t DecodeColumnsBitOps(const uint64_t* words,
+                                                                 size_t num_words, int32_t cb,
+                                                                 int32_t* cols) {
+  return DecodeColumns<true>(words, num_words, cb, cols);
 }
 
 __attribute__((target("popcnt"))) size_t MaskWordsPopcnt(uint8_t* mask, size_t n,
@@ -319,13 +275,12 @@ size_t ByteRangeEdgeWords(const uint8_t* pixels, size_t n, uint8_t lo, uint8_t h
   return RangeWordsBaseline(pixels, n, lo, span, words);
 }
 
-size_t EdgeRuns(const uint64_t* words, size_t num_words, int32_t r, int32_t cb,
-                int32_t* cols, Chord* runs) {
+size_t EdgeColumns(const uint64_t* words, size_t num_words, int32_t cb, int32_t* cols) {
 #if defined(__x86_64__)
-  if (kIsa == Isa::kAvx512) return DecodeRunsAvx512(words, num_words, r, cb, cols, runs);
-  if (kIsa != Isa::kBaseline) return DecodeRunsBitOps(words, num_words, r, cb, cols, runs);
+  if (kIsa == Isa::kAvx512) return DecodeColumnsAvx512(words, num_words, cb, cols);
+  if (kIsa != Isa::kBaseline) return DecodeColumnsBitOps(words, num_words, cb, cols);
 #endif
-  return DecodeRuns<false>(words, num_words, r, cb, cols, runs);
+  return DecodeColumns<false>(words, num_words, cb, cols);
 }
 
 }  // namespace vexa

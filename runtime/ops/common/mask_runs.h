@@ -5,7 +5,9 @@
 // this is several times faster than a scan that branches on every pixel.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <type_traits>
 #include <vector>
@@ -25,6 +27,36 @@ namespace vexa {
 // its runs, so that the run list is allocated once at its final size (on
 // a noisy image it holds millions of runs, and growing it by doubling
 // costs copies and page faults); the second reads the runs off the words.
+// The runs of one row from its edge columns, two columns a run: the
+// range the run list is extended by, so that each run is written once,
+// straight into the list.
+class ColumnPairs {
+ public:
+  using iterator_category = std::forward_iterator_tag;
+  using value_type = Chord;
+  using difference_type = std::ptrdiff_t;
+  using pointer = const Chord*;
+  using reference = Chord;
+
+  ColumnPairs(const int32_t* cols, int32_t r) : cols_(cols), r_(r) {}
+  Chord operator*() const { return {r_, cols_[0], cols_[1] - 1}; }
+  ColumnPairs& operator++() {
+    cols_ += 2;
+    return *this;
+  }
+  ColumnPairs operator++(int) {
+    ColumnPairs old = *this;
+    cols_ += 2;
+    return old;
+  }
+  bool operator==(const ColumnPairs& o) const { return cols_ == o.cols_; }
+  bool operator!=(const ColumnPairs& o) const { return cols_ != o.cols_; }
+
+ private:
+  const int32_t* cols_;
+  int32_t r_;
+};
+
 template <class EdgesOf>
 std::vector<Chord> RunsOfEdges(const DomainScan& scan, EdgesOf&& edges_of) {
   const size_t num_chords = scan.full() ? static_cast<size_t>(scan.height())
@@ -53,9 +85,9 @@ std::vector<Chord> RunsOfEdges(const DomainScan& scan, EdgesOf&& edges_of) {
     const size_t num_words = EdgeWordCount(static_cast<size_t>(ce - cb + 1));
     // Grown chord by chord, so that the clearing stores of resize() meet
     // the same cache lines as the decoder's right after them.
-    const size_t start = runs.size();
-    runs.resize(start + chord_runs[chord++]);
-    EdgeRuns(read, num_words, r, cb, cols.data(), runs.data() + start);
+    EdgeColumns(read, num_words, cb, cols.data());
+    const size_t m = chord_runs[chord++];
+    runs.insert(runs.end(), ColumnPairs(cols.data(), r), ColumnPairs(cols.data() + 2 * m, r));
     read += num_words;
   });
   return runs;
