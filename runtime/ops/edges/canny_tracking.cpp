@@ -39,7 +39,13 @@ inline bool AnyAbove(const int32_t* m, int32_t t) {
 
 CannyTracker::CannyTracker(int width, int height, double low, double high)
     : width_(width), height_(height), low_(SquaredThreshold(low)), high_(SquaredThreshold(high)),
-      map_(static_cast<size_t>(height + 2) * static_cast<size_t>(width + 2), kNone) {
+      map_(new uint8_t[static_cast<size_t>(height + 2) * static_cast<size_t>(width + 2)]) {
+  const size_t step = static_cast<size_t>(width + 2);
+  std::fill(map_.get(), map_.get() + step, kNone);
+  std::fill(map_.get() + (static_cast<size_t>(height) + 1) * step,
+            map_.get() + (static_cast<size_t>(height) + 2) * step, kNone);
+  for (size_t r = 1; r <= static_cast<size_t>(height); ++r)
+    map_[r * step] = map_[r * step + step - 1] = kNone;
   for (auto& m : mag_) m.assign(static_cast<size_t>(width + 2), 0);
   for (int i = 0; i < 2; ++i) {
     dx_[i].resize(static_cast<size_t>(width));
@@ -74,7 +80,7 @@ void CannyTracker::Suppress(int r) {
   const int32_t* mn = mag_[2].data() + 1;
   const int16_t* dx = dx_[0].data();
   const int16_t* dy = dy_[0].data();
-  uint8_t* map = map_.data() + static_cast<size_t>(r + 1) * static_cast<size_t>(width_ + 2) + 1;
+  uint8_t* map = map_.get() + static_cast<size_t>(r + 1) * static_cast<size_t>(width_ + 2) + 1;
   std::fill(map, map + width_, kNone);
   for (int j = 0; j < width_; ++j) {
     // Most pixels lie below low: skip them a chunk at a time.

@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace vexa {
@@ -31,7 +32,7 @@ class CannyTracker {
   // kEdge. Valid for a row once AddRow or FinishRows returned it.
   static constexpr uint8_t kCandidate = 0, kNone = 1, kEdge = 2;
   const uint8_t* MapRow(int r) const {
-    return map_.data() + static_cast<size_t>(r + 1) * static_cast<size_t>(width_ + 2) + 1;
+    return map_.get() + static_cast<size_t>(r + 1) * static_cast<size_t>(width_ + 2) + 1;
   }
 
  private:
@@ -39,7 +40,9 @@ class CannyTracker {
 
   int width_, height_, rows_added_ = 0;
   int low_, high_;  // thresholds on squared amplitudes
-  std::vector<uint8_t> map_;  // (height + 2) x (width + 2), border kNone
+  // (height + 2) x (width + 2), border kNone; the inside is written row by
+  // row by Suppress, so it starts uninitialised.
+  std::unique_ptr<uint8_t[]> map_;
   std::vector<uint8_t*> stack_;
   // Squared amplitudes of the previous, current and next row, padded by one
   // zero on either side; derivatives of the current and next row.

@@ -173,7 +173,9 @@ void GradientRows(const PixelBuffer& in, const cv::Rect& box, const GradientMask
   const int w = box.width, padded = w + 2 * radius;
   const size_t wide = static_cast<size_t>(WholeBlocks(padded) + kBlock);
   std::vector<float> ring(static_cast<size_t>(taps) * wide);
-  std::vector<float> across_d(wide), across_s(wide), gx(wide), gy(wide);
+  std::vector<float> across_d(wide), across_s(wide);
+  // Results of consecutive rows alternate between two buffers.
+  std::vector<float> results(4 * wide);
   auto slot = [&](int r) { return ring.data() + static_cast<size_t>(((r % taps) + taps) % taps) * wide; };
   auto load = [&](int r) {
     const int rr = cv::borderInterpolate(r, window.rows, kMirrorBorder);
@@ -197,9 +199,11 @@ void GradientRows(const PixelBuffer& in, const cv::Rect& box, const GradientMask
                  across_s.data());
     // gx: derivative along the row of the smoothing across; gy: smoothing
     // along the row of the derivative across.
-    HorizontalPass(across_s.data(), across_d.data(), deriv.data(), smooth.data(), radius, w,
-                   gx.data(), gy.data());
-    consume(i, gx.data(), gy.data());
+    float* gx = results.data() + static_cast<size_t>(2 * (i % 2)) * wide;
+    float* gy = gx + wide;
+    HorizontalPass(across_s.data(), across_d.data(), deriv.data(), smooth.data(), radius, w, gx,
+                   gy);
+    consume(i, gx, gy);
   }
 }
 

@@ -23,7 +23,8 @@ bool HasGradientRows(PixelType type);
 bool HasSymmetricMasks(const GradientMasks& masks);
 
 // Calls consume(row, gx, gy) for every row of `box` (row counted from
-// box.y), gx and gy holding box.width values. The masks are correlation
+// box.y), gx and gy holding box.width values, which stay valid until
+// consume returns for the next row. The masks are correlation
 // masks as GradientMasks holds them, symmetric (HasSymmetricMasks);
 // neighbours are read from
 // the whole image and mirrored at its border, as the other filters do.

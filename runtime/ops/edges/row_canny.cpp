@@ -80,7 +80,8 @@ bool RowCannyEdges(const PixelBuffer& in, const FilterArea& area, const Gradient
   CannyTracker tracker(w, grown.height, low * scale, high * scale);
   std::vector<int16_t> dx(static_cast<size_t>(w)), dy(static_cast<size_t>(w));
   // The float gradient of the row whose suppression is pending.
-  std::vector<float> pending_gx(static_cast<size_t>(w)), pending_gy(static_cast<size_t>(w));
+  const float* pending_gx = nullptr;
+  const float* pending_gy = nullptr;
   std::vector<Candidate> candidates;
   auto collect = [&](int r) {
     const uint8_t* decided = tracker.MapRow(r);
@@ -95,20 +96,20 @@ bool RowCannyEdges(const PixelBuffer& in, const FilterArea& area, const Gradient
         }
       }
       if (decided[c] != CannyTracker::kNone)
-        candidates.push_back({r * w + c, pending_gx[static_cast<size_t>(c)],
-                              pending_gy[static_cast<size_t>(c)]});
+        candidates.push_back({r * w + c, pending_gx[c], pending_gy[c]});
     }
   };
   const float fscale = static_cast<float>(scale);
-  GradientRows(in, grown, masks, [&](int, const float* gx, const float* gy) {
+  GradientRows(in, grown, masks, [&](int row, const float* gx, const float* gy) {
     QuantizeRow(gx, fscale, w, dx.data());
     QuantizeRow(gy, fscale, w, dy.data());
     const int done = tracker.AddRow(dx.data(), dy.data());
     if (done >= 0) collect(done);
-    std::copy(gx, gx + w, pending_gx.begin());
-    std::copy(gy, gy + w, pending_gy.begin());
+    pending_gx = gx;
+    pending_gy = gy;
+    // The rows live only while GradientRows runs: complete the last here.
+    if (row == grown.height - 1) collect(tracker.FinishRows());
   });
-  collect(tracker.FinishRows());
   tracker.Track();
 
   uint8_t* dir = PixelsOf(outs[1], PixelTag<PixelType::kDirection>{});
