@@ -53,25 +53,22 @@ CannyTracker::CannyTracker(int width, int height, double low, double high)
   }
 }
 
-int CannyTracker::AddRow(const int16_t* dx, const int16_t* dy) {
+void CannyTracker::AddRow(const int16_t* dx, const int16_t* dy) {
   // Slots: mag_[0] previous, mag_[1] current, mag_[2] next; dx_[0] current.
   std::copy(dx, dx + width_, dx_[1].begin());
   std::copy(dy, dy + width_, dy_[1].begin());
   SquaredAmplitudes(dx, dy, width_, mag_[2].data() + 1);
-  const int done = rows_added_ - 1;
-  if (done >= 0) Suppress(done);
+  if (rows_added_ > 0) Suppress(rows_added_ - 1);
   std::swap(mag_[0], mag_[1]);
   std::swap(mag_[1], mag_[2]);
   std::swap(dx_[0], dx_[1]);
   std::swap(dy_[0], dy_[1]);
   ++rows_added_;
-  return done;
 }
 
-int CannyTracker::FinishRows() {
+void CannyTracker::FinishRows() {
   std::fill(mag_[2].begin(), mag_[2].end(), 0);
   Suppress(height_ - 1);
-  return height_ - 1;
 }
 
 void CannyTracker::Suppress(int r) {

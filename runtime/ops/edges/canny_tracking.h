@@ -20,16 +20,16 @@ class CannyTracker {
   // `low` and `high` in units of the derivatives, as cv::Canny takes them.
   CannyTracker(int width, int height, double low, double high);
 
-  // Adds the next row of derivatives (width values each). Returns the row
-  // whose suppression this completes (the previous one), or -1.
-  int AddRow(const int16_t* dx, const int16_t* dy);
-  // Completes the last row after all rows were added; returns its index.
-  int FinishRows();
+  // Adds the next row of derivatives (width values each), which completes
+  // the suppression of the previous row.
+  void AddRow(const int16_t* dx, const int16_t* dy);
+  // Completes the last row after all rows were added.
+  void FinishRows();
   // Connects the candidates to the strong pixels; call after FinishRows.
   void Track();
 
-  // Decisions of row r: kCandidate (above low, not yet tracked), kNone or
-  // kEdge. Valid for a row once AddRow or FinishRows returned it.
+  // Decisions of row r: kCandidate (above low, not connected to an edge),
+  // kNone or kEdge, once Track has run.
   static constexpr uint8_t kCandidate = 0, kNone = 1, kEdge = 2;
   const uint8_t* MapRow(int r) const {
     return map_.get() + static_cast<size_t>(r + 1) * static_cast<size_t>(width_ + 2) + 1;

@@ -140,13 +140,21 @@ float LargestMagnitude(const float* values, int n) {
 }
 
 VEXA_ROW_CLONES
-void QuantizeRow(const float* values, float scale, int n, int16_t* out) {
-  // Adding and removing 1.5 * 2^23 rounds to the nearest integer, ties to
-  // even, as cvRound does.
-  constexpr float kRound = 12582912.0f;
-  ForChunks(n, [&](int i) {
-    out[i] = static_cast<int16_t>((values[i] * scale + kRound) - kRound);
-  });
+int ColumnsAbove(const float* gx, const float* gy, int n, float limit, int32_t* cols) {
+  int count = 0;
+  for (int c0 = 0; c0 < n; c0 += kChunk) {
+    float sq[kChunk];
+    int above = 0;
+    for (int k = 0; k < kChunk; ++k) {
+      sq[k] = gx[c0 + k] * gx[c0 + k] + gy[c0 + k] * gy[c0 + k];
+      above |= sq[k] > limit;
+    }
+    if (!above) continue;
+    const int m = std::min(kChunk, n - c0);
+    for (int k = 0; k < m; ++k)
+      if (sq[k] > limit) cols[count++] = c0 + k;
+  }
+  return count;
 }
 
 bool HasGradientRows(PixelType type) { return WorkDepthOf(type) == CV_32F; }

@@ -23,8 +23,9 @@ bool HasGradientRows(PixelType type);
 bool HasSymmetricMasks(const GradientMasks& masks);
 
 // Calls consume(row, gx, gy) for every row of `box` (row counted from
-// box.y), gx and gy holding box.width values, which stay valid until
-// consume returns for the next row. The masks are correlation
+// box.y), gx and gy holding box.width values (readable, not meaningful,
+// up to a multiple of 16 beyond), which stay valid until consume returns
+// for the next row. The masks are correlation
 // masks as GradientMasks holds them, symmetric (HasSymmetricMasks);
 // neighbours are read from
 // the whole image and mirrored at its border, as the other filters do.
@@ -36,9 +37,17 @@ void GradientRows(const PixelBuffer& in, const cv::Rect& box, const GradientMask
 // The largest |value| of n values (NaN above infinity).
 float LargestMagnitude(const float* values, int n);
 
-// out = values * scale rounded to the nearest integer (ties to even), as
-// cv::Mat::convertTo to 16 bits rounds; |values * scale| must stay below
-// 32768.
-void QuantizeRow(const float* values, float scale, int n, int16_t* out);
+// value * scale rounded to the nearest integer (ties to even), as
+// cv::Mat::convertTo to 16 bits rounds: adding and removing 1.5 * 2^23
+// does it in float. |value * scale| must stay below 32768.
+inline int16_t Quantize(float value, float scale) {
+  constexpr float kRound = 12582912.0f;
+  return static_cast<int16_t>((value * scale + kRound) - kRound);
+}
+
+// Writes to cols, in increasing order, the c < n where gx[c]^2 + gy[c]^2
+// exceeds `limit`; returns their number. gx and gy must be readable up to
+// a multiple of 16 beyond n.
+int ColumnsAbove(const float* gx, const float* gy, int n, float limit, int32_t* cols);
 
 }  // namespace vexa

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <vector>
 
@@ -13,7 +12,7 @@
 namespace vexa {
 namespace {
 
-// A pixel that survived suppression, by its index in the tracked box.
+// A pixel whose amplitude may pass low, by its index in the tracked box.
 struct Candidate {
   int32_t pos;
   float gx, gy;
@@ -32,7 +31,7 @@ O AmplitudeValue(float a) {
 }
 
 // Amplitude 0 and direction 255 over the domain, then the values of the
-// tracked candidates that lie in it. Chords and candidates both run in
+// edges among the candidates that lie in it. Chords and candidates both run in
 // raster order.
 template <class O>
 void StoreEdges(const FilterArea& area, const cv::Rect& tracked, const CannyTracker& tracker,
@@ -64,58 +63,56 @@ void StoreEdges(const FilterArea& area, const cv::Rect& tracked, const CannyTrac
 
 bool RowCannyEdges(const PixelBuffer& in, const FilterArea& area, const GradientMasks& masks,
                    double low, double high, PixelBuffer** outs) {
-  if (!HasGradientRows(in.type()) || !HasSymmetricMasks(masks)) return false;
+  if (low < 1 || !HasGradientRows(in.type()) || !HasSymmetricMasks(masks)) return false;
   // One pixel around the box for the suppression's neighbours.
   const cv::Rect grown = GrowBox(area.box, 1, cv::Size(in.width(), in.height()));
   const int w = grown.width;
+  // One pass over the gradient finds its largest component, which sets the
+  // scale, and keeps the pixels that may pass low at any scale s >= 1.
+  // Rounding moves each scaled component by at most 0.5, the amplitude by
+  // at most 0.71, so a pixel of amplitude |g| <= low - 0.71 scales to at
+  // most s * low: it is no candidate, and every candidate beside it lies
+  // above it, which a zero derivative decides alike.
+  const float reach = static_cast<float>(low - 0.75);
   float bound = 0;
-  GradientRows(in, grown, masks, [&](int, const float* gx, const float* gy) {
+  std::vector<Candidate> possible;
+  std::vector<int32_t> cols(static_cast<size_t>(w));
+  GradientRows(in, grown, masks, [&](int row, const float* gx, const float* gy) {
     bound = std::max({bound, LargestMagnitude(gx, w), LargestMagnitude(gy, w)});
+    const int n = ColumnsAbove(gx, gy, w, reach * reach, cols.data());
+    for (int i = 0; i < n; ++i) {
+      const int32_t c = cols[static_cast<size_t>(i)];
+      possible.push_back({row * w + c, gx[c], gy[c]});
+    }
   });
   if (std::isnan(bound)) return false;
   const double scale = std::min(16000.0 / std::max(double{bound}, 1e-300),
                                 32767.0 / std::max(high, 1.0));
   if (!(scale >= 1.0)) return false;
 
+  // The derivatives row by row at the scale, zero off the kept pixels.
   CannyTracker tracker(w, grown.height, low * scale, high * scale);
   std::vector<int16_t> dx(static_cast<size_t>(w)), dy(static_cast<size_t>(w));
-  // The float gradient of the row whose suppression is pending.
-  const float* pending_gx = nullptr;
-  const float* pending_gy = nullptr;
-  std::vector<Candidate> candidates;
-  auto collect = [&](int r) {
-    const uint8_t* decided = tracker.MapRow(r);
-    for (int c = 0; c < w; ++c) {
-      // Eight decisions at a time: most are kNone.
-      if (c % 8 == 0 && c + 8 <= w) {
-        uint64_t eight;
-        std::memcpy(&eight, decided + c, sizeof eight);
-        if (eight == 0x0101010101010101ull * CannyTracker::kNone) {
-          c += 7;
-          continue;
-        }
-      }
-      if (decided[c] != CannyTracker::kNone)
-        candidates.push_back({r * w + c, pending_gx[c], pending_gy[c]});
-    }
-  };
   const float fscale = static_cast<float>(scale);
-  GradientRows(in, grown, masks, [&](int row, const float* gx, const float* gy) {
-    QuantizeRow(gx, fscale, w, dx.data());
-    QuantizeRow(gy, fscale, w, dy.data());
-    const int done = tracker.AddRow(dx.data(), dy.data());
-    if (done >= 0) collect(done);
-    pending_gx = gx;
-    pending_gy = gy;
-    // The rows live only while GradientRows runs: complete the last here.
-    if (row == grown.height - 1) collect(tracker.FinishRows());
-  });
+  size_t next = 0;
+  for (int r = 0; r < grown.height; ++r) {
+    std::fill(dx.begin(), dx.end(), int16_t{0});
+    std::fill(dy.begin(), dy.end(), int16_t{0});
+    for (; next < possible.size() && possible[next].pos < (r + 1) * w; ++next) {
+      const Candidate& p = possible[next];
+      const size_t c = static_cast<size_t>(p.pos - r * w);
+      dx[c] = Quantize(p.gx, fscale);
+      dy[c] = Quantize(p.gy, fscale);
+    }
+    tracker.AddRow(dx.data(), dy.data());
+  }
+  tracker.FinishRows();
   tracker.Track();
 
   uint8_t* dir = PixelsOf(outs[1], PixelTag<PixelType::kDirection>{});
   const size_t stride = static_cast<size_t>(in.width());
   DispatchPixelType(outs[0]->type(), [&](auto tag) {
-    StoreEdges(area, grown, tracker, candidates, PixelsOf(outs[0], tag), dir, stride);
+    StoreEdges(area, grown, tracker, possible, PixelsOf(outs[0], tag), dir, stride);
   });
   return true;
 }
