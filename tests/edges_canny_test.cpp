@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <random>
 #include <string>
 #include <vector>
@@ -120,16 +121,12 @@ int Mismatches(const TestImage& t, const char* filter, double alpha, Vlong low, 
   return wrong;
 }
 
-// Bright and dark blocks with a slow ramp and noise: edges of every
-// direction, many equal amplitudes where the gray values are flat.
-TestImage Blocks(int w, int h, const std::vector<uint8_t>& domain, std::mt19937& gen, double noise) {
-  std::normal_distribution<double> n(0, noise);
+// A byte image of f(r, c) under `domain`.
+TestImage ByteImage(int w, int h, const std::vector<uint8_t>& domain, std::mt19937& gen,
+                    const std::function<double(int, int)>& f) {
   std::vector<double> v;
   for (int r = 0; r < h; ++r)
-    for (int c = 0; c < w; ++c) {
-      const double base = ((r / 11 + (c + r / 3) / 13) % 2 ? 160 : 60) + 0.3 * c;
-      v.push_back(std::clamp(std::round(base + n(gen)), 0.0, 255.0));
-    }
+    for (int c = 0; c < w; ++c) v.push_back(std::clamp(std::round(f(r, c)), 0.0, 255.0));
   TestImage t = MakeImage("byte", w, h, domain, gen, 0, 0);
   std::vector<uint8_t> bytes(v.begin(), v.end());
   Vobject full, reduced;
@@ -139,6 +136,15 @@ TestImage Blocks(int w, int h, const std::vector<uint8_t>& domain, std::mt19937&
   t.image = reduced;
   t.value = v;
   return t;
+}
+
+// Bright and dark blocks with a slow ramp and noise: edges of every
+// direction, many equal amplitudes where the gray values are flat.
+TestImage Blocks(int w, int h, const std::vector<uint8_t>& domain, std::mt19937& gen, double noise) {
+  std::normal_distribution<double> n(0, noise);
+  return ByteImage(w, h, domain, gen, [&](int r, int c) {
+    return ((r / 11 + (c + r / 3) / 13) % 2 ? 160 : 60) + 0.3 * c + n(gen);
+  });
 }
 
 // A rectangle of the image as domain.
@@ -173,6 +179,22 @@ TEST_F(CannyEdges, SobelEdgesEqualOpenCvCannyOnTheSameDerivatives) {
         << k.w << "x" << k.h << " domain " << k.domain;
     if (k.w > 10 && k.h > 10) EXPECT_GT(edges, 0) << k.w << "x" << k.h;
   }
+}
+
+TEST_F(CannyEdges, AmplitudesAtTheThresholdFollowTheRoundedDerivatives) {
+  // A step of 20 (Sobel amplitude exactly 10) beside a step of 235, which
+  // sets the 16-bit scale to 16000 / 117.5: the amplitude 10 scales to
+  // 1361.7, rounds to 1362 and passes a threshold of 10.
+  std::mt19937 gen(43);
+  const int w = 40, h = 30;
+  const std::vector<uint8_t> domain(static_cast<size_t>(w) * h, 1);
+  const TestImage t = ByteImage(w, h, domain, gen, [](int, int c) {
+    return c < 10 ? 0.0 : c < 25 ? 20.0 : 255.0;
+  });
+  const Expected e = Reference(t, {-0.5, 0, 0.5}, {0.25, 0.5, 0.25}, 10, 10);
+  int edges = 0;
+  EXPECT_EQ(Mismatches(t, "sobel_fast", 1.0, 10, 10, e, &edges), 0);
+  for (int r = 0; r < h; ++r) EXPECT_NE(e.edges.at<uint8_t>(r, 9), 0) << r;
 }
 
 TEST_F(CannyEdges, GaussianEdgesAgreeWithOpenCvCannyUpToRoundingTies) {
