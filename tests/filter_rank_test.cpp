@@ -161,12 +161,12 @@ INSTANTIATE_TEST_SUITE_P(Types, RankTypes, ::testing::ValuesIn(kTypes));
 class RankChecks : public LeakCheckedTest {};
 
 // Byte medians of the 3x3 and 5x5 squares and the disc of radius 2 run
-// comparator networks on sorted columns, 32 pixels at a time in chunks of
-// 256, straight from the image where the mask fits and from bordered tiles
-// along its edges; the disc of radius 3 runs the histogram. Rows wider
-// than a chunk, values from the full range and from four levels (many
-// ties), under the full domain, a domain whose chords start and end
-// anywhere and a domain one column wide.
+// comparator networks on sorted columns, 32 pixels at a time and single
+// pixels at the end of a row, straight from the image where the mask fits
+// and from bordered tiles along its edges; the disc of radius 3 runs the
+// histogram. Rows of several vectors and a remainder, values from the full
+// range and from four levels (many ties), under the full domain, a domain
+// whose chords start and end anywhere and a domain one column wide.
 TEST_F(RankChecks, SmallByteMediansMatchSortedNeighbourhoods) {
   std::mt19937 gen(24);
   const int w = 300, h = 9;
