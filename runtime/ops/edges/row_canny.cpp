@@ -67,6 +67,8 @@ bool RowCannyEdges(const PixelBuffer& in, const FilterArea& area, const Gradient
   // One pixel around the box for the suppression's neighbours.
   const cv::Rect grown = GrowBox(area.box, 1, cv::Size(in.width(), in.height()));
   const int w = grown.width;
+  // Candidates are indexed by 32-bit positions in the box.
+  if (static_cast<int64_t>(w) * grown.height > std::numeric_limits<int32_t>::max()) return false;
   // One pass over the gradient finds its largest component, which sets the
   // scale, and keeps the pixels that may pass low at any scale s >= 1.
   // Rounding moves each scaled component by at most 0.5, the amplitude by
