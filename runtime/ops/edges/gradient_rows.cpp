@@ -141,16 +141,20 @@ float LargestMagnitude(const float* values, int n) {
 
 VEXA_ROW_CLONES
 int ColumnsAbove(const float* gx, const float* gy, int n, float limit, int32_t* cols) {
+  typedef int32_t Ints8 __attribute__((vector_size(32)));
   int count = 0;
-  for (int c0 = 0; c0 < n; c0 += kChunk) {
-    float sq[kChunk];
-    int above = 0;
-    for (int k = 0; k < kChunk; ++k) {
-      sq[k] = gx[c0 + k] * gx[c0 + k] + gy[c0 + k] * gy[c0 + k];
-      above |= sq[k] > limit;
-    }
-    if (!above) continue;
-    const int m = std::min(kChunk, n - c0);
+  for (int c0 = 0; c0 < n; c0 += kStep) {
+    const Floats8 x0 = Load8(gx + c0), x1 = Load8(gx + c0 + kLanes);
+    const Floats8 y0 = Load8(gy + c0), y1 = Load8(gy + c0 + kLanes);
+    const Floats8 sq0 = x0 * x0 + y0 * y0, sq1 = x1 * x1 + y1 * y1;
+    const Ints8 above = (sq0 > limit) | (sq1 > limit);
+    uint64_t lanes[4];
+    std::memcpy(lanes, &above, sizeof lanes);
+    if ((lanes[0] | lanes[1] | lanes[2] | lanes[3]) == 0) continue;
+    float sq[kStep];
+    std::memcpy(sq, &sq0, sizeof sq0);
+    std::memcpy(sq + kLanes, &sq1, sizeof sq1);
+    const int m = std::min(kStep, n - c0);
     for (int k = 0; k < m; ++k)
       if (sq[k] > limit) cols[count++] = c0 + k;
   }
