@@ -139,20 +139,33 @@ constexpr double kMaxEnlargedPixels = 4e6;
 // each scan line on its own histogram and do best on grey values with a
 // mild sharpening; the 2D detectors binarize in blocks and lose modules of
 // two pixels that way, so 2D codes get a strong sharpening and one
-// threshold for the whole view.
+// threshold for the whole view (which assumes even lighting across it).
 struct Enhancement {
   double sharpening;  // weight of the difference to the blurred pixels
-  bool binarize;      // Otsu threshold, read as binary pixels
+  bool binarize;      // at EdgeThreshold, read as binary pixels
 };
 constexpr Enhancement kLinearEnhancement = {1, false};
 constexpr Enhancement kMatrixEnhancement = {4, true};
+
+// The grey value between a symbol's dark and light modules: the mean of
+// the pixels that differ most from their blurred neighbourhood (by at least
+// half the largest difference), which lie on both sides of the modules'
+// edges. Unlike a threshold from the whole histogram, it does not depend on
+// how much of the view is background.
+double EdgeThreshold(const cv::Mat& pixels, const cv::Mat& blurred) {
+  cv::Mat difference;
+  cv::absdiff(pixels, blurred, difference);
+  double largest = 0;
+  cv::minMaxLoc(difference, nullptr, &largest);
+  return cv::mean(pixels, difference > largest / 2)[0];
+}
 
 // The pixels the engine reads for `view`: as they are (a header, never
 // written) or inverted, and with `enhance` enlarged twice (bicubic, for
 // views of at most kMaxEnlargedPixels), sharpened against a blur of one
 // original pixel (the pixels plus `sharpening` times their difference to
 // their Gaussian blur of that sigma) and, for 2D codes, binarized at the
-// threshold that best separates the view's two grey-value classes (Otsu).
+// view's edge threshold (EdgeThreshold).
 // This restores modules of two pixels that a blur of sigma 1 has brought
 // to under a third of their contrast. `scale` is the enlargement.
 cv::Mat Prepared(const View& view, bool inverted, const Enhancement* enhance, double* scale) {
@@ -166,8 +179,9 @@ cv::Mat Prepared(const View& view, bool inverted, const Enhancement* enhance, do
       *scale = 2;
     }
     cv::GaussianBlur(source, blurred, cv::Size(0, 0), *scale);
+    const double threshold = enhance->binarize ? EdgeThreshold(source, blurred) : 0;
     cv::addWeighted(source, 1 + enhance->sharpening, blurred, -enhance->sharpening, 0, out);
-    if (enhance->binarize) cv::threshold(out, out, 0, 255, cv::THRESH_BINARY | cv::THRESH_OTSU);
+    if (enhance->binarize) cv::threshold(out, out, threshold, 255, cv::THRESH_BINARY);
   }
   if (inverted) cv::bitwise_not(enhance ? out : view.pixels, out);
   return out;
