@@ -193,4 +193,72 @@ TEST_F(SmoothChecks, BadSizesAndTypesAreRefused) {
   EXPECT_EQ(gauss_filter(cplx, &out, 3), VERR_PIXEL_TYPE);
 }
 
+// The 3x3 byte mean has its own kernel; its results must be those of
+// OpenCV's box filter on the domain's bounding box (mirror border, rounded
+// to nearest), which mean_image gave before.
+class ByteMean3 : public LeakCheckedTest {};
+
+// Every sum of nine bytes, 0 to 2295, in its own 3x3 block of a 3-row
+// image: the centre of block k holds round(k / 9), as OpenCV's box filter
+// computes it.
+TEST_F(ByteMean3, EveryNineByteSumIsRoundedToNearest) {
+  constexpr int kSums = 9 * 255 + 1;
+  cv::Mat m(3, 3 * kSums, CV_8U);
+  for (int k = 0; k < kSums; ++k)
+    for (int i = 0; i < 9; ++i) m.at<uint8_t>(i / 3, 3 * k + i % 3) = k / 9 + (i < k % 9);
+  Vobject image, out;
+  ASSERT_EQ(gen_image1(&image, "byte", m.cols, m.rows,
+                       static_cast<Vlong>(reinterpret_cast<uintptr_t>(m.data))),
+            VRESULT_OK);
+  ASSERT_EQ(mean_image(image, &out, 3, 3), VRESULT_OK);
+  cv::Mat cv_mean;
+  cv::blur(m, cv_mean, cv::Size(3, 3), cv::Point(-1, -1), cv::BORDER_REFLECT_101);
+  const vexa::PixelBuffer* px = Pixels(out);
+  ASSERT_NE(px, nullptr);
+  for (int k = 0; k < kSums; ++k) {
+    ASSERT_EQ(px->Get(1, 3 * k + 1), (k + 4) / 9) << "sum " << k;
+    ASSERT_EQ(cv_mean.at<uint8_t>(1, 3 * k + 1), (k + 4) / 9) << "sum " << k;
+  }
+}
+
+// Random bytes (255 included) under full domains, domains with holes and
+// rectangles inside or at the left and right edges; widths across the
+// vector steps and their remainders, down to 1-pixel images.
+TEST_F(ByteMean3, MatchesTheBoxFilterOnDomainsAndNarrowImages) {
+  std::mt19937 gen(31);
+  const std::vector<std::pair<int, int>> sizes = {
+      {1, 1}, {1, 5}, {2, 4}, {3, 3}, {5, 1}, {3, 7}, {17, 2}, {31, 9}, {33, 6}, {67, 11}, {130, 5}};
+  for (const auto& [w, h] : sizes) {
+    for (int kind = 0; kind < 5; ++kind) {
+      std::vector<uint8_t> mask = RandomMask(w, h, gen, kind == 0);
+      if (kind >= 2) {
+        // Columns [x0, x1) of rows 1 .. h - 2 (all rows for h < 3).
+        const int x0 = kind == 2 ? 0 : kind == 3 ? w / 3 : w - 1 - w / 3;
+        const int x1 = kind == 2 ? w - w / 3 : kind == 3 ? w - w / 3 : w;
+        for (int r = 0; r < h; ++r)
+          for (int c = 0; c < w; ++c)
+            mask[static_cast<size_t>(r) * w + c] = c >= x0 && c < x1 && (h < 3 || (r > 0 && r < h - 1));
+      }
+      const TestImage im = MakeImage("byte", w, h, mask, gen, 0, 256);
+      cv::Mat m(h, w, CV_8U);
+      int r0 = h, c0 = w, r1 = -1, c1 = -1;
+      for (int r = 0; r < h; ++r)
+        for (int c = 0; c < w; ++c) {
+          m.at<uint8_t>(r, c) = static_cast<uint8_t>(im.At(r, c));
+          if (!im.In(r, c)) continue;
+          r0 = std::min(r0, r), c0 = std::min(c0, c), r1 = std::max(r1, r), c1 = std::max(c1, c);
+        }
+      if (r1 < 0) continue;
+      const cv::Rect box(c0, r0, c1 - c0 + 1, r1 - r0 + 1);
+      cv::Mat ref;
+      cv::blur(m(box), ref, cv::Size(3, 3), cv::Point(-1, -1), cv::BORDER_REFLECT_101);
+      Vobject out;
+      ASSERT_EQ(mean_image(im.image, &out, 3, 3), VRESULT_OK);
+      ExpectFiltered(out, im, [&](int r, int c) { return ref.at<uint8_t>(r - r0, c - c0); }, 0,
+                     "mean 3x3 of " + std::to_string(w) + "x" + std::to_string(h) + " kind " +
+                         std::to_string(kind));
+    }
+  }
+}
+
 }  // namespace

@@ -1,5 +1,6 @@
 // Linear smoothing: mean_image, gauss_filter, gauss_image,
-// binomial_filter and smooth_image. All are separable; OpenCV's box,
+// binomial_filter and smooth_image. All are separable; the 3x3 mean of
+// bytes has its own one-pass kernel (box_mean3.h), otherwise OpenCV's box,
 // Gaussian and separable filters do the work on the image itself (ROI
 // headers, mirror border), int1 and int4 through a double tile. Results
 // keep the input's type, rounded.
@@ -8,6 +9,7 @@
 
 #include <opencv2/imgproc.hpp>
 
+#include "ops/filter/box_mean3.h"
 #include "ops/filter/filter_support.h"
 #include "registry.h"
 
@@ -75,6 +77,10 @@ VEXA_OPERATOR(mean_image) {
   if (rc != VRESULT_OK) return rc;
   return FilterImages(ctx, FilterableType, [&](const cv::Mat& src, cv::Mat& dst,
                                                const cv::Rect& rect) {
+    if (w == 3 && h == 3 && src.depth() == CV_8U) {
+      BoxMean3Bytes(src, rect, dst);
+      return VRESULT_OK;
+    }
     return RunCvFilter(src, dst, rect, h / 2, w / 2, [&](const cv::Mat& in, cv::Mat& out) {
       cv::blur(in, out, cv::Size(w, h), cv::Point(-1, -1), kBorder);
     });
