@@ -8,10 +8,10 @@
 // the chord's end is closed by an edge as well. The edges thus come in
 // pairs: the first and one past the last pixel of each run.
 //
-// The kernels are compiled for AVX-512 (with VBMI2), AVX2 and the baseline instruction
-// set, and the processor's best form is chosen at load time: bit counts
-// and bit scans are then single instructions, and 64 pixels are compared
-// by one or two vector instructions.
+// The kernels are compiled for AVX-512 (with VBMI2), AVX2 and the
+// baseline instruction set, and the processor's best form is chosen at
+// load time: bit counts and bit scans are then single instructions, and 64
+// pixels are compared by one or two vector instructions.
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,6 @@
 // Regions from pixel tests, built without a branch per pixel: each chord of
 // the domain is turned into edge words (edge_words.h), and the runs are
-// read off the words' edges with one bit scan per run boundary. On noisy
+// read off the columns of the words' edges, two a run. On noisy
 // images, where runs are short and a test per pixel mispredicts often,
 // this is several times faster than a scan that branches on every pixel.
 #pragma once
@@ -18,16 +18,7 @@
 
 namespace vexa {
 
-// The runs of the pixels of `scan`, in canonical order, from the edge
-// words of its chords: edges_of(offset, n, words) writes the
-// EdgeWordCount(n) edge words of the chord of n pixels at buffer offset
-// `offset` and returns its number of edges.
-//
-// Two passes: the first writes the edge words of every chord and counts
-// its runs, so that the run list is allocated once at its final size (on
-// a noisy image it holds millions of runs, and growing it by doubling
-// costs copies and page faults); the second reads the runs off the words.
-// The runs of one row from its edge columns, two columns a run: the
+// The runs of one chord from its edge columns, two columns a run: the
 // range the run list is extended by, so that each run is written once,
 // straight into the list.
 class ColumnPairs {
@@ -57,6 +48,15 @@ class ColumnPairs {
   int32_t r_;
 };
 
+// The runs of the pixels of `scan`, in canonical order, from the edge
+// words of its chords: edges_of(offset, n, words) writes the
+// EdgeWordCount(n) edge words of the chord of n pixels at buffer offset
+// `offset` and returns its number of edges.
+//
+// Two passes: the first writes the edge words of every chord and counts
+// the edges, so that the run list is allocated once at its final size (on
+// a noisy image it holds millions of runs, and growing it by doubling
+// costs copies and page faults); the second reads the runs off the words.
 template <class EdgesOf>
 std::vector<Chord> RunsOfEdges(const DomainScan& scan, EdgesOf&& edges_of) {
   const size_t num_chords = scan.full() ? static_cast<size_t>(scan.height())
@@ -65,30 +65,23 @@ std::vector<Chord> RunsOfEdges(const DomainScan& scan, EdgesOf&& edges_of) {
       num_chords + static_cast<size_t>(scan.domain()->area()) / kEdgeWordBits;
   // Uninitialised: every word that is read is written first.
   std::unique_ptr<uint64_t[]> words(new uint64_t[max_words]);
-  std::vector<uint32_t> chord_runs(num_chords);
   uint64_t* next = words.get();
-  size_t num_runs = 0, chord = 0;
+  size_t num_edges = 0;
   scan.ForEachChord([&](int32_t, int32_t cb, int32_t ce, size_t o) {
     const size_t n = static_cast<size_t>(ce - cb + 1);
-    const size_t m = edges_of(o, n, next) / 2;
-    chord_runs[chord++] = static_cast<uint32_t>(m);
-    num_runs += m;
+    num_edges += edges_of(o, n, next);
     next += EdgeWordCount(n);
   });
 
   std::vector<Chord> runs;
-  runs.reserve(num_runs);
+  runs.reserve(num_edges / 2);
   std::vector<int32_t> cols(static_cast<size_t>(scan.width()) + 1 + kEdgeColumnSlack);
   const uint64_t* read = words.get();
-  chord = 0;
   scan.ForEachChord([&](int32_t r, int32_t cb, int32_t ce, size_t) {
     const size_t num_words = EdgeWordCount(static_cast<size_t>(ce - cb + 1));
-    // Grown chord by chord, so that the clearing stores of resize() meet
-    // the same cache lines as the decoder's right after them.
-    EdgeColumns(read, num_words, cb, cols.data());
-    const size_t m = chord_runs[chord++];
-    runs.insert(runs.end(), ColumnPairs(cols.data(), r), ColumnPairs(cols.data() + 2 * m, r));
+    const size_t m = EdgeColumns(read, num_words, cb, cols.data());
     read += num_words;
+    runs.insert(runs.end(), ColumnPairs(cols.data(), r), ColumnPairs(cols.data() + m, r));
   });
   return runs;
 }
