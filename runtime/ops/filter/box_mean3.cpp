@@ -26,7 +26,7 @@ int Mirror(int i, int n) {
 
 // cols[k] = r0[k] + r1[k] + r2[k] for k in [0, n).
 VEXA_VECTORISED void ColumnSums(const uint8_t* r0, const uint8_t* r1, const uint8_t* r2,
-                                 int n, uint16_t* cols) {
+                                int n, uint16_t* cols) {
   for (int k = 0; k < n; ++k)
     cols[k] = static_cast<uint16_t>(r0[k] + r1[k] + r2[k]);
 }
