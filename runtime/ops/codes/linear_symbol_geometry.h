@@ -6,7 +6,7 @@
 // the image: the reading direction is the dominant gradient direction
 // along the scan line (the structure tensor of the gray values), and the
 // bars reach as far to either side as the gray profile parallel to the
-// scan line (its middle half) still matches the decoded one (normalised
+// scan line (its middle quarter) still matches the decoded one (normalised
 // correlation of at least 0.7; that reach is found by doubling the offset,
 // then halving the last step, which assumes the match does not come back
 // once lost).
