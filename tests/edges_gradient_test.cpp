@@ -281,6 +281,41 @@ TEST_F(EdgeFilters, VariantsAgreeWithTheirPlainForms) {
   EXPECT_EQ(Pixels(out)->Get(4, 6), 0.0);
 }
 
+// The 3x3 "sum_abs" amplitude of byte images is exact: the integer Sobel
+// masks give 8 times the normalised derivatives, and the result is
+// (|8 gx| + |8 gy| + 4) >> 3. Widths around the vector steps (32 and 64
+// pixels) with remainders, sides of 1 to 3 pixels, full domains, domains
+// of long chords that start and end anywhere, and random short runs.
+TEST_F(EdgeFilters, ByteSobelSumAbsIsExactOnEveryDomain) {
+  const std::vector<double> mx = {-1, 0, 1, -2, 0, 2, -1, 0, 1};
+  const std::vector<double> my = {-1, -2, -1, 0, 0, 0, 1, 2, 1};
+  std::mt19937 gen(23);
+  const struct { int w, h; } sizes[] = {{1, 1}, {1, 4}, {4, 1}, {2, 3}, {3, 2}, {3, 3},
+                                        {31, 5}, {66, 4}, {131, 7}, {200, 3}};
+  for (const auto& sz : sizes) {
+    std::vector<uint8_t> chords(static_cast<size_t>(sz.w) * sz.h, 0);
+    for (int r = 0; r < sz.h; ++r) {
+      std::uniform_int_distribution<int> col(0, sz.w - 1);
+      const int a = col(gen), b = col(gen);
+      for (int c = std::min(a, b); c <= std::max(a, b); ++c) chords[r * sz.w + c] = 1;
+    }
+    const std::vector<uint8_t> domains[] = {image_test::RandomMask(sz.w, sz.h, gen, true),
+                                            chords,
+                                            image_test::RandomMask(sz.w, sz.h, gen, false)};
+    for (const auto& domain : domains) {
+      SCOPED_TRACE(std::to_string(sz.w) + "x" + std::to_string(sz.h));
+      const TestImage in = MakeImage("byte", sz.w, sz.h, domain, gen, 0, 256);
+      Vobject amp;
+      ASSERT_EQ(sobel_amp(in.image, &amp, "sum_abs", Vlong{3}), VRESULT_OK);
+      ExpectFiltered(amp, in, "byte", 0, [&](int r, int c) {
+        const int gx = static_cast<int>(Correlate(in, r, c, mx));
+        const int gy = static_cast<int>(Correlate(in, r, c, my));
+        return static_cast<double>(std::min((std::abs(gx) + std::abs(gy) + 4) >> 3, 255));
+      });
+    }
+  }
+}
+
 TEST_F(EdgeFilters, OnePixelImagesHaveNoEdges) {
   std::mt19937 gen(17);
   const TestImage in = RandomImage("byte", 1, 1, gen, true);

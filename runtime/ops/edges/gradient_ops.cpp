@@ -15,6 +15,7 @@
 
 #include "ops/edges/edge_support.h"
 #include "ops/edges/gradient.h"
+#include "ops/edges/sobel_sum_abs3.h"
 #include "registry.h"
 
 namespace vexa {
@@ -89,10 +90,9 @@ void StoreAmplitude(const PixelBuffer& in, const FilterArea& area, const Gradien
   StoreInDomain(thinned(area.box - box.tl()), area.box, area.domain, out);
 }
 
-// The fast path of 3x3 Sobel amplitudes of byte images: integer
-// derivatives (8 times the normalised ones) straight into the result.
-void StoreByteSobel3(const PixelBuffer& in, const FilterArea& area, Combine how,
-                     PixelBuffer* out) {
+// The 3x3 Sobel amplitude "sum_sqrt" of byte images: integer derivatives
+// (8 times the normalised ones) straight into the result.
+void StoreByteSobel3Sqrt(const PixelBuffer& in, const FilterArea& area, PixelBuffer* out) {
   const FilterSource src = SourceFor(in, area.box, 1, CV_8U);
   cv::Mat gx, gy;
   cv::Sobel(src.Roi(), gx, CV_16S, 1, 0, 3, 1, 0, kMirrorBorder);
@@ -103,19 +103,21 @@ void StoreByteSobel3(const PixelBuffer& in, const FilterArea& area, Combine how,
     const int16_t* px = gx.ptr<int16_t>(ch.r - area.box.y) - area.box.x;
     const int16_t* py = gy.ptr<int16_t>(ch.r - area.box.y) - area.box.x;
     uint8_t* row = dst + static_cast<size_t>(ch.r) * w;
-    if (how == Combine::kSumAbs) {
-      for (int32_t c = ch.cb; c <= ch.ce; ++c) {
-        const int v = (std::abs(px[c]) + std::abs(py[c]) + 4) >> 3;
-        row[c] = static_cast<uint8_t>(std::min(v, 255));
-      }
-    } else {
-      for (int32_t c = ch.cb; c <= ch.ce; ++c) {
-        const float x = px[c], y = py[c];
-        const int v = static_cast<int>(std::sqrt(x * x + y * y) * 0.125f + 0.5f);
-        row[c] = static_cast<uint8_t>(std::min(v, 255));
-      }
+    for (int32_t c = ch.cb; c <= ch.ce; ++c) {
+      const float x = px[c], y = py[c];
+      const int v = static_cast<int>(std::sqrt(x * x + y * y) * 0.125f + 0.5f);
+      row[c] = static_cast<uint8_t>(std::min(v, 255));
     }
   }
+}
+
+// The 3x3 Sobel amplitude "sum_abs" of byte images, chord by chord.
+void StoreByteSobel3SumAbs(const PixelBuffer& in, const FilterArea& area, PixelBuffer* out) {
+  const cv::Mat src = CvHeaderOf(in);
+  uint8_t* dst = out->data();
+  const size_t w = static_cast<size_t>(out->width());
+  for (const Chord& ch : area.domain.chords())
+    SobelSumAbs3Bytes(src, ch.r, ch.cb, ch.ce, dst + static_cast<size_t>(ch.r) * w);
 }
 
 Vresult ReadSobel(const OpContext& ctx, bool amp_only, SobelType* type, GradientMasks* masks,
@@ -170,9 +172,11 @@ VEXA_OPERATOR(sobel_amp) {
                         return IsGrayType(in);
                       },
                       [&](const PixelBuffer& in, const FilterArea& area, PixelBuffer** outs) {
-    if (in.type() == PixelType::kByte && size == 3 &&
-        (type.how == Combine::kSumAbs || type.how == Combine::kSumSqrt))
-      StoreByteSobel3(in, area, type.how, outs[0]);
+    const bool byte3 = in.type() == PixelType::kByte && size == 3;
+    if (byte3 && type.how == Combine::kSumAbs)
+      StoreByteSobel3SumAbs(in, area, outs[0]);
+    else if (byte3 && type.how == Combine::kSumSqrt)
+      StoreByteSobel3Sqrt(in, area, outs[0]);
     else
       StoreAmplitude(in, area, masks, type.how, outs[0]);
     return VRESULT_OK;
