@@ -3,7 +3,7 @@
 // databar_expanded_encoder.h), scaled to 2..6 pixels per module, turned to
 // ten random angles, blurred (sigma 1) and noised (sigma 5) by the runtime's
 // operators: every code type must give back its exact content, once, with
-// a region at the symbol and its reading direction. A scene without a code
+// its reading direction and a region at the symbol, as high as its bars. A scene without a code
 // gives nothing; the domain limits the search; parameters, models in items
 // and bad input are checked.
 #include <gtest/gtest.h>
@@ -71,7 +71,8 @@ TEST_P(BarCodeTypeTest, DecodesTurnedScaledBlurredNoisyCodes) {
   for (const auto& [angle, module] : TurnsAndModules(77, 2)) {
     SCOPED_TRACE(std::string(c.type) + " at " + std::to_string(angle) + " deg, module " +
                  std::to_string(module));
-    const Vobject scene = MakeScene({c.format, c.written, module, angle}, &rng);
+    const SceneSetup setup{c.format, c.written, module, angle};
+    const Vobject scene = MakeScene(setup, &rng);
     // "auto" must find the code among all types, with its own type.
     Vobject regions;
     VTuple strings, types, orientation;
@@ -83,12 +84,18 @@ TEST_P(BarCodeTypeTest, DecodesTurnedScaledBlurredNoisyCodes) {
     EXPECT_EQ(Str(types, 0), c.type);
     ASSERT_EQ(get_bar_code_result(model_, 0, "orientation", &orientation), VRESULT_OK);
     EXPECT_LT(AngleGap(orientation[0].D(), angle), 10.0);
-    // The region runs through the symbol, whose centre is the image's.
+    // The region runs through the symbol, whose centre is the image's,
+    // and spans the bars' full height.
     Vlong area = 0;
     double row = 0, col = 0;
     ASSERT_EQ(area_center(regions, &area, &row, &col), VRESULT_OK);
     const double centre = (ImageSide(scene) - 1) / 2.0;
     EXPECT_LT(std::hypot(row - centre, col - centre), 20 * module);
+    double phi = 0, len1 = 0, len2 = 0;
+    ASSERT_EQ(smallest_rectangle2(regions, &row, &col, &phi, &len1, &len2), VRESULT_OK);
+    const double to_reading = std::fmod(AngleGap(phi * 180 / M_PI, angle), 180);
+    const double height = 2 * (to_reading < 45 || to_reading > 135 ? len2 : len1);
+    EXPECT_NEAR(height / SymbolHeight(setup), 1.0, 0.15);
   }
 }
 

@@ -63,12 +63,17 @@ inline ZXing::BitMatrix EncodeSymbol(ZXing::BarcodeFormat format, const std::str
   return bits;
 }
 
+// Modules across the symbol: linear codes get bars half as high as the
+// code is long, at least 30 modules.
+inline int SymbolRows(const ZXing::BitMatrix& bits) {
+  return bits.height() == 1 ? std::max(30, bits.width() / 2) : bits.height();
+}
+
 // The symbol on a square canvas wide enough to stay whole when turned.
-// Linear codes get bars half as high as the code is long.
 inline std::vector<uint8_t> DrawSymbol(const SceneSetup& scene, int* side) {
   const ZXing::BitMatrix bits = EncodeSymbol(scene.format, scene.content);
   const bool linear = bits.height() == 1;
-  const int cols = bits.width(), rows = linear ? std::max(30, cols / 2) : bits.height();
+  const int cols = bits.width(), rows = SymbolRows(bits);
   const double w = (cols + 2.0 * kQuietModules) * kBaseModule;
   const double h = (rows + 2.0 * kQuietModules) * kBaseModule;
   *side = static_cast<int>(std::ceil(std::hypot(w, h)));
@@ -104,6 +109,12 @@ inline Vobject MakeScene(const SceneSetup& scene, std::mt19937* rng) {
   EXPECT_EQ(Vexa::rotate_image(scaled, &turned, scene.angle, "bilinear"), VRESULT_OK);
   EXPECT_EQ(Vexa::smooth_image(turned, &blurred, "gauss", scene.blur), VRESULT_OK);
   return AddNoise(blurred, scene.noise, rng);
+}
+
+// The symbol's height (across the reading direction) in the finished
+// scene, in pixels.
+inline double SymbolHeight(const SceneSetup& scene) {
+  return SymbolRows(EncodeSymbol(scene.format, scene.content)) * scene.module;
 }
 
 inline int ImageSide(const Vobject& image) {

@@ -40,53 +40,122 @@ Vec ReadingDirection(const CodeImage& image, Vec a, Vec b) {
   return Dot(dir, b - a) < 0 ? -1.0 * dir : dir;
 }
 
-// Gray values at c + offset + s * u for s in [-half, half]; false when a
+// Gray values at c + (first + i) * u for i in [0, count); false when a
 // point lies outside the crop.
-bool Profile(const CodeImage& image, Vec c, Vec u, double half, std::vector<double>* p) {
+bool Profile(const CodeImage& image, Vec c, Vec u, double first, int count,
+             std::vector<double>* p) {
   p->clear();
-  for (double s = -half; s <= half; s += 1) {
+  for (int i = 0; i < count; ++i) {
     double v = 0;
-    if (!Sample(image, c + s * u, &v)) return false;
+    if (!Sample(image, c + (first + i) * u, &v)) return false;
     p->push_back(v);
   }
   return true;
 }
 
-double Correlation(const std::vector<double>& a, const std::vector<double>& b) {
-  double ma = 0, mb = 0;
-  for (size_t i = 0; i < a.size(); ++i) ma += a[i], mb += b[i];
-  ma /= a.size(), mb /= b.size();
-  double sab = 0, saa = 0, sbb = 0;
-  for (size_t i = 0; i < a.size(); ++i) {
-    sab += (a[i] - ma) * (b[i] - mb);
-    saa += (a[i] - ma) * (a[i] - ma);
-    sbb += (b[i] - mb) * (b[i] - mb);
+// The bars' sideways drift, in pixels along u, that a profile is searched
+// for around the drift expected from the nearer offsets: the reading
+// direction may be a degree or two off, and the expectation follows it
+// from step to step.
+constexpr int kSlack = 2;
+
+// The gray profile through the code's centre c, at c + (first + i) * u,
+// kept less its mean (with its norm) for the correlations.
+struct CentreProfile {
+  Vec c, u;
+  double first;
+  std::vector<double> gray;  // less the mean
+  double norm = 0;           // of `gray`
+
+  bool Measure(const CodeImage& image, int count) {
+    if (!Profile(image, c, u, first, count, &gray)) return false;
+    double mean = 0;
+    for (double g : gray) mean += g;
+    mean /= count;
+    for (double& g : gray) g -= mean, norm += g * g;
+    norm = std::sqrt(norm);
+    return norm > 0;
   }
-  return saa > 0 && sbb > 0 ? sab / std::sqrt(saa * sbb) : 0;
+
+  // Normalised correlation with p[0..gray.size()).
+  double Correlation(const double* p) const {
+    const size_t n = gray.size();
+    double sp = 0, spp = 0, sgp = 0;
+    for (size_t i = 0; i < n; ++i) sp += p[i], spp += p[i] * p[i], sgp += gray[i] * p[i];
+    const double spread = spp - sp * sp / n;
+    return spread > 0 ? sgp / (norm * std::sqrt(spread)) : 0;
+  }
+};
+
+// The bars at some offset along them: their drift along u from the
+// centre, and whether the profile there still matches the centre's.
+struct BarPlace {
+  double drift = 0;
+  bool matches = false;
+};
+
+// The bars at offset d along v: the drift whose profile best matches the
+// centre's, searched within kSlack pixels of `expected` (refined between
+// pixels by a parabola through the best correlations).
+BarPlace PlaceBars(const CodeImage& image, const CentreProfile& centre, Vec v, double d,
+                   double expected, std::vector<double>* p) {
+  const int n = static_cast<int>(centre.gray.size());
+  BarPlace place;
+  if (!Profile(image, centre.c + d * v, centre.u, centre.first + expected - kSlack,
+               n + 2 * kSlack, p))
+    return place;
+  double corr[2 * kSlack + 1];
+  int best = 0;
+  for (int k = 0; k <= 2 * kSlack; ++k) {
+    corr[k] = centre.Correlation(p->data() + k);
+    if (corr[k] > corr[best]) best = k;
+  }
+  double frac = 0;
+  if (best > 0 && best < 2 * kSlack) {
+    const double curve = corr[best - 1] - 2 * corr[best] + corr[best + 1];
+    if (curve < 0) frac = 0.5 * (corr[best - 1] - corr[best + 1]) / curve;
+  }
+  place.drift = expected + best - kSlack + frac;
+  place.matches = corr[best] >= kMinCorrelation;
+  return place;
 }
 
-// How far the bars reach from c in direction v (to a pixel, at most
-// `limit`), in about 2 log2(reach) profiles.
-double BarReach(const CodeImage& image, Vec c, Vec u, Vec v, double half,
-                const std::vector<double>& centre, double limit) {
+// Where the bars end in one direction: how far from the centre, and their
+// drift along u there.
+struct BarEnd {
+  double reach, drift;
+};
+
+// How far the bars reach from the centre in direction v (to a pixel, at
+// most `limit`), in about 2 log2(reach) profile searches: doubling the
+// offset, then halving the last step, each search expecting the drift
+// the last matching offset showed, scaled to the new one.
+BarEnd BarReach(const CodeImage& image, const CentreProfile& centre, Vec v, double limit) {
   std::vector<double> p;
-  auto matches = [&](double d) {
-    return Profile(image, c + d * v, u, half, &p) && Correlation(centre, p) >= kMinCorrelation;
+  BarPlace good;  // at offset `reached`
+  double reached = 0;
+  auto step = [&](double d) {
+    const double expected = reached > 0 ? good.drift * d / reached : 0;
+    const BarPlace place = PlaceBars(image, centre, v, d, expected, &p);
+    if (place.matches) good = place, reached = d;
+    return place.matches;
   };
-  double good = 0, bad = limit + 1;
+  double bad = limit + 1;
   for (double d = 1; d <= limit; d *= 2) {
-    if (!matches(d)) {
+    if (!step(d)) {
       bad = d;
       break;
     }
-    good = d;
   }
-  if (bad > limit) return matches(limit) ? limit : good;
-  while (bad - good > 1) {
-    const double mid = std::floor((good + bad) / 2);
-    (matches(mid) ? good : bad) = mid;
+  if (bad > limit) {
+    step(limit);
+  } else {
+    while (bad - reached > 1) {
+      const double mid = std::floor((reached + bad) / 2);
+      if (!step(mid)) bad = mid;
+    }
   }
-  return good;
+  return {reached, good.drift};
 }
 
 }  // namespace
@@ -100,17 +169,30 @@ void MeasureLinearSymbol(const CodeImage& image, CodeHit* hit) {
   const Vec u = ReadingDirection(image, a, b);
   const Vec v{-u.y, u.x};  // along the bars, "down" in the symbol
   const Vec c = 0.5 * (a + b);
-  const double half = std::fabs(Dot(b - a, u)) / 2;
-  std::vector<double> centre;
   // The profiles cover the middle quarter of the code: still a dozen or
   // more modules, enough to tell the bars from the background, at a
   // quarter of the cost of the whole length.
-  const double reach = std::max(half / 4, 8.0);
-  if (!Profile(image, c, u, reach, &centre)) return;
-  const double up = BarReach(image, c, u, -1.0 * v, reach, centre, 2 * half);
-  const double down = BarReach(image, c, u, v, reach, centre, 2 * half);
-  const Vec corners[4] = {c - half * u - up * v, c + half * u - up * v, c + half * u + down * v,
-                          c - half * u + down * v};
+  const double length = std::fabs(Dot(b - a, u));
+  const double reach = std::max(length / 8, 8.0);
+  CentreProfile centre{c, u, -reach, {}};
+  if (!centre.Measure(image, static_cast<int>(2 * reach) + 1)) return;
+  // The bars may be longer than the decoded line (a segment of a long
+  // code); only the crop bounds them.
+  const double limit = image.width + image.height;
+  const BarEnd up = BarReach(image, centre, -1.0 * v, limit);
+  const BarEnd down = BarReach(image, centre, v, limit);
+  // The bars run from their top end to their bottom end as followed
+  // sideways; that corrects the reading direction's small error.
+  const Vec top = c - up.reach * v + up.drift * u, bottom = c + down.reach * v + down.drift * u;
+  const double height = std::sqrt(Dot(bottom - top, bottom - top));
+  const Vec bars = height >= 1 ? (1 / height) * (bottom - top) : v;
+  const Vec across{bars.y, -bars.x};
+  const Vec mid = 0.5 * (top + bottom);
+  const double half = std::fabs(Dot(b - a, across)) / 2;
+  const Vec corners[4] = {mid - half * across - 0.5 * height * bars,
+                          mid + half * across - 0.5 * height * bars,
+                          mid + half * across + 0.5 * height * bars,
+                          mid - half * across + 0.5 * height * bars};
   for (int i = 0; i < 4; ++i) hit->cols[i] = corners[i].x, hit->rows[i] = corners[i].y;
 }
 

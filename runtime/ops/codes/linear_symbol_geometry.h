@@ -3,13 +3,17 @@
 // The engine reports a linear code as the few scan lines that decoded it,
 // which fixes neither the bars' direction (the lines lie along the view's
 // rows, not across the bars) nor their height. Both are measured here on
-// the image: the reading direction is the dominant gradient direction
-// along the scan line (the structure tensor of the gray values), and the
-// bars reach as far to either side as the gray profile parallel to the
-// scan line (its middle quarter) still matches the decoded one (normalised
-// correlation of at least 0.7; that reach is found by doubling the offset,
-// then halving the last step, which assumes the match does not come back
-// once lost).
+// the image. The reading direction is first the dominant gradient
+// direction along the scan line (the structure tensor of the gray
+// values), which can be a degree or two off at small modules. The bars
+// then reach as far to either side as a gray profile parallel to the scan
+// line (over the code's middle quarter) still matches the decoded one
+// (normalised correlation of at least 0.7) at its best sideways shift,
+// searched a few pixels around the shift the nearer offsets showed; the
+// reach is found by doubling the offset, then halving the last step,
+// which assumes the match does not come back once lost. The line from
+// the bars' top end to their bottom end, as followed sideways, gives the
+// corrected direction of the outline.
 #pragma once
 
 #include "ops/codes/zxing_bridge.h"
