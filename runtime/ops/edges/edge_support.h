@@ -14,6 +14,7 @@
 #include "ops/common/cv_wrap.h"
 #include "ops/common/op_objects.h"
 #include "ops/common/pixel_dispatch.h"
+#include "ops/filter/filter_support.h"
 
 namespace vexa {
 
@@ -57,10 +58,12 @@ inline PixelType SignedTypeOf(PixelType in) {
 // result_type(input type, k, &type) gives (false refuses the input type:
 // VERR_PIXEL_TYPE), and calls
 // kernel(const PixelBuffer& in, const FilterArea&, PixelBuffer** outs).
-// An image with an empty domain gives empty-domain results.
+// An image with an empty domain gives empty-domain results. With kAll the
+// kernel writes every domain pixel, so results of a full domain are not
+// cleared first.
 template <class ResultType, class Kernel>
 Vresult FilterImages(OpContext& ctx, int num_out, ResultType&& result_type,
-                     Kernel&& kernel) {
+                     Kernel&& kernel, FilterWrites writes = FilterWrites::kSome) {
   std::vector<NewKeys> out(static_cast<size_t>(num_out));
   Vresult rc = ctx.ForEachInpObj(1, [&](Vkey key, Vlong) {
     db::ImageData in;
@@ -72,8 +75,8 @@ Vresult FilterImages(OpContext& ctx, int num_out, ResultType&& result_type,
     for (int k = 0; k < num_out; ++k) {
       PixelType type;
       if (!result_type(first.type(), k, &type)) return VERR_PIXEL_TYPE;
-      r = db::NewBlankImage(type, first.width(), first.height(), channels,
-                            in.domain, &made[static_cast<size_t>(k)]);
+      r = NewFilterResult(type, first, channels, in.domain, writes,
+                          &made[static_cast<size_t>(k)]);
       if (r != VRESULT_OK) return r;
       out[static_cast<size_t>(k)].Add(made[static_cast<size_t>(k)]);
     }

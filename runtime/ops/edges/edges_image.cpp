@@ -204,7 +204,7 @@ VEXA_OPERATOR(edges_image) {
     StoreInDomain(edges, area.box, area.domain, outs[0]);
     StoreInDomain(codes, area.box, area.domain, outs[1]);
     return VRESULT_OK;
-  });
+  }, FilterWrites::kAll);
 }
 
 }  // namespace vexa

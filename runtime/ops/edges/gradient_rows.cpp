@@ -18,7 +18,7 @@ namespace {
 // adds (smoothing) or subtracts (derivative) the two values at +-k before
 // weighting them: taps[k] is the mask's value at centre + k.
 typedef float Floats8 __attribute__((vector_size(32)));
-constexpr int kLanes = 8, kStep = 2 * kLanes, kBlock = 256;
+constexpr int kLanes = 8, kStep = 2 * kLanes, kAcross = 4 * kLanes, kBlock = 256;
 
 int WholeBlocks(int n) { return (n + kBlock - 1) / kBlock * kBlock; }
 
@@ -56,26 +56,25 @@ void HorizontalPass(const float* deriv_src, const float* smooth_src, const float
 }
 
 // Across rows: the derivative and the smoothing of the 2 * radius + 1
-// rows around the output row, c < WholeBlocks(n). The sums of a block of
-// kBlock columns stay in L1 while the taps run outside, so only two rows
-// are read at a time, each once for both results.
+// rows around the output row, for c < n rounded up to kAcross. The sums of
+// kAcross columns stay in registers over all taps, added in the same order
+// as along the rows: centre, then the pairs at +-1, +-2, ...
 VEXA_ROW_CLONES
 void VerticalPass(const float* const* rows, const float* deriv, const float* smooth, int radius,
                   int n, float* deriv_out, float* smooth_out) {
-  constexpr int kVectors = kBlock / kLanes;
-  for (int c0 = 0; c0 < n; c0 += kBlock) {
+  constexpr int kVectors = kAcross / kLanes;
+  for (int c = 0; c < n; c += kAcross) {
     Floats8 d[kVectors], s[kVectors];
-    const float* centre = rows[radius] + c0;
     for (int v = 0; v < kVectors; ++v) {
-      s[v] = smooth[0] * Load8(centre + v * kLanes);
-      const Floats8 l = Load8(rows[radius - 1] + c0 + v * kLanes);
-      const Floats8 h = Load8(rows[radius + 1] + c0 + v * kLanes);
+      const int i = c + v * kLanes;
+      const Floats8 l = Load8(rows[radius - 1] + i), h = Load8(rows[radius + 1] + i);
+      s[v] = smooth[0] * Load8(rows[radius] + i);
       d[v] = deriv[1] * (h - l);
       s[v] += smooth[1] * (h + l);
     }
     for (int k = 2; k <= radius; ++k) {
       const float td = deriv[k], ts = smooth[k];
-      const float *lo = rows[radius - k] + c0, *hi = rows[radius + k] + c0;
+      const float *lo = rows[radius - k] + c, *hi = rows[radius + k] + c;
       for (int v = 0; v < kVectors; ++v) {
         const Floats8 l = Load8(lo + v * kLanes), h = Load8(hi + v * kLanes);
         d[v] += td * (h - l);
@@ -83,8 +82,8 @@ void VerticalPass(const float* const* rows, const float* deriv, const float* smo
       }
     }
     for (int v = 0; v < kVectors; ++v) {
-      Store8(deriv_out + c0 + v * kLanes, d[v]);
-      Store8(smooth_out + c0 + v * kLanes, s[v]);
+      Store8(deriv_out + c + v * kLanes, d[v]);
+      Store8(smooth_out + c + v * kLanes, s[v]);
     }
   }
 }

@@ -77,7 +77,10 @@ bool RowCannyEdges(const PixelBuffer& in, const FilterArea& area, const Gradient
   // above it, which a zero derivative decides alike.
   const float reach = static_cast<float>(low - 0.75);
   float bound = 0;
+  // Capacity for one pixel in eight: the pages are touched only as far as
+  // candidates come, and a typical image never copies them to grow.
   std::vector<Candidate> possible;
+  possible.reserve(static_cast<size_t>(w) * static_cast<size_t>(grown.height) / 8);
   std::vector<int32_t> cols(static_cast<size_t>(w));
   GradientRows(in, grown, masks, [&](int row, const float* gx, const float* gy) {
     bound = std::max({bound, LargestMagnitude(gx, w), LargestMagnitude(gy, w)});

@@ -147,10 +147,10 @@ Vresult GuardedFilter(const ChannelFilter& filter, const cv::Mat& src, cv::Mat& 
   }
 }
 
-// The result image of `channels` channels: uncleared ones when the filter
-// fills them, for a full domain; zeroed ones otherwise.
-Vresult NewResult(PixelType type, const PixelBuffer& like, int channels, RegionPtr domain,
-                  FilterWrites writes, Vkey* key) {
+}  // namespace
+
+Vresult NewFilterResult(PixelType type, const PixelBuffer& like, int channels, RegionPtr domain,
+                        FilterWrites writes, Vkey* key) {
   if (writes == FilterWrites::kSome || domain->area() != like.num_pixels())
     return db::NewBlankImage(type, like.width(), like.height(), channels, std::move(domain), key);
   std::vector<std::unique_ptr<PixelBuffer>> buffers(static_cast<size_t>(channels));
@@ -160,8 +160,6 @@ Vresult NewResult(PixelType type, const PixelBuffer& like, int channels, RegionP
   }
   return db::NewImage(std::move(domain), std::move(buffers), key);
 }
-
-}  // namespace
 
 Vresult FilterImages(OpContext& ctx, FilterTypeRule rule, const ChannelFilter& filter,
                      FilterWrites writes) {
@@ -174,7 +172,7 @@ Vresult FilterImages(OpContext& ctx, FilterTypeRule rule, const ChannelFilter& f
     PixelType type;
     if (!rule(first.type(), &type)) return VERR_PIXEL_TYPE;
     Vkey made = VKEY_UNDEF;
-    r = NewResult(type, first, static_cast<int>(in.channels.size()), in.domain, writes, &made);
+    r = NewFilterResult(type, first, static_cast<int>(in.channels.size()), in.domain, writes, &made);
     if (r != VRESULT_OK) return r;
     out.Add(made);
     const cv::Rect rect = DomainRect(*in.domain);

@@ -90,6 +90,12 @@ bool ByteToReal(PixelType in, PixelType* out);
 // full domain is not cleared first, which saves a pass over the image.
 enum class FilterWrites { kSome, kAll };
 
+// A result image of `like`'s size with `channels` channels under `domain`:
+// uncleared buffers when the filter writes every pixel (kAll) of a full
+// domain, zeroed ones otherwise.
+Vresult NewFilterResult(PixelType type, const PixelBuffer& like, int channels, RegionPtr domain,
+                        FilterWrites writes, Vkey* key);
+
 // One result per image of input object 1 into output object 1: same size,
 // channel count and domain, type by `rule`, each channel through `filter`
 // over the domain's bounding box. Failures of OpenCV become result codes.
