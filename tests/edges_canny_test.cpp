@@ -197,6 +197,37 @@ TEST_F(CannyEdges, AmplitudesAtTheThresholdFollowTheRoundedDerivatives) {
   for (int r = 0; r < h; ++r) EXPECT_NE(e.edges.at<uint8_t>(r, 9), 0) << r;
 }
 
+TEST_F(CannyEdges, FullDomainResultsOverwriteReusedMemory) {
+  // Results of a full domain are not cleared before the filter writes
+  // them: released images of the same size leave their bytes in the
+  // memory the next results get, and every pixel off the edges must still
+  // read amplitude 0 and direction 255. Covers the streamed path ("nms"),
+  // OpenCV's stage (low 0) and the plane path ("inms").
+  std::mt19937 gen(44);
+  const int w = 120, h = 90;
+  const std::vector<uint8_t> full(static_cast<size_t>(w) * h, 1);
+  const TestImage flat = ByteImage(w, h, full, gen, [](int, int) { return 90.0; });
+  struct Case {
+    const char* filter;
+    const char* nms;
+    Vlong low;
+  } cases[] = {{"canny", "nms", 5}, {"sobel_fast", "nms", 0}, {"canny", "inms", 5}};
+  for (const Case& k : cases) {
+    for (int i = 0; i < 4; ++i) {
+      const TestImage dirty = ByteImage(w, h, full, gen, [](int, int) { return 171.0; });
+    }
+    Vobject amp, dir;
+    ASSERT_EQ(edges_image(flat.image, &amp, &dir, k.filter, 1.0, k.nms, k.low, Vlong{10}),
+              VRESULT_OK);
+    const vexa::PixelBuffer* a = Pixels(amp);
+    const vexa::PixelBuffer* d = Pixels(dir);
+    int dirty_pixels = 0;
+    for (int r = 0; r < h; ++r)
+      for (int c = 0; c < w; ++c) dirty_pixels += a->Get(r, c) != 0 || d->Get(r, c) != 255;
+    EXPECT_EQ(dirty_pixels, 0) << k.filter << " " << k.nms << " low " << k.low;
+  }
+}
+
 TEST_F(CannyEdges, GaussianEdgesAgreeWithOpenCvCannyUpToRoundingTies) {
   std::mt19937 gen(42);
   for (const double sigma : {1.0, 1.7}) {
