@@ -3,10 +3,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
+#include <new>
 #include <utility>
-
-#include "ops/edges/row_clones.h"
 
 namespace vexa {
 namespace {
@@ -23,51 +21,45 @@ int SquaredThreshold(double t) {
   return static_cast<int>(std::floor(t));
 }
 
-VEXA_ROW_CLONES
-void SquaredAmplitudes(const int16_t* dx, const int16_t* dy, int n, int32_t* out) {
-  ForChunks(n, [&](int j) { out[j] = int32_t{dx[j]} * dx[j] + int32_t{dy[j]} * dy[j]; });
-}
-
-// Whether any of the kChunk values from m on lies above t.
-inline bool AnyAbove(const int32_t* m, int32_t t) {
-  bool any = false;
-  for (int k = 0; k < kChunk; ++k) any |= m[k] > t;
-  return any;
+// A zeroed byte block; calloc takes fresh zero pages for large blocks
+// without writing them.
+uint8_t* ZeroBytes(size_t n) {
+  void* p = std::calloc(n, 1);
+  if (p == nullptr) throw std::bad_alloc();
+  return static_cast<uint8_t*>(p);
 }
 
 }  // namespace
 
 CannyTracker::CannyTracker(int width, int height, double low, double high)
     : width_(width), height_(height), low_(SquaredThreshold(low)), high_(SquaredThreshold(high)),
-      map_(new uint8_t[static_cast<size_t>(height + 2) * static_cast<size_t>(width + 2)]) {
-  const size_t step = static_cast<size_t>(width + 2);
-  std::fill(map_.get(), map_.get() + step, kNone);
-  std::fill(map_.get() + (static_cast<size_t>(height) + 1) * step,
-            map_.get() + (static_cast<size_t>(height) + 2) * step, kNone);
-  for (size_t r = 1; r <= static_cast<size_t>(height); ++r)
-    map_[r * step] = map_[r * step + step - 1] = kNone;
+      map_(ZeroBytes(static_cast<size_t>(height + 2) * static_cast<size_t>(width + 2))) {
   for (auto& m : mag_) m.assign(static_cast<size_t>(width + 2), 0);
-  for (int i = 0; i < 2; ++i) {
-    dx_[i].resize(static_cast<size_t>(width));
-    dy_[i].resize(static_cast<size_t>(width));
-  }
 }
 
-void CannyTracker::AddRow(const int16_t* dx, const int16_t* dy) {
-  // Slots: mag_[0] previous, mag_[1] current, mag_[2] next; dx_[0] current.
-  std::copy(dx, dx + width_, dx_[1].begin());
-  std::copy(dy, dy + width_, dy_[1].begin());
-  SquaredAmplitudes(dx, dy, width_, mag_[2].data() + 1);
+void CannyTracker::AddRow(const int32_t* cols, const int16_t* dx, const int16_t* dy, int n) {
+  // Slots: 0 previous, 1 current, 2 next.
+  SparseRow& next = rows_[2];
+  next.cols.assign(cols, cols + n);
+  next.dx.assign(dx, dx + n);
+  next.dy.assign(dy, dy + n);
+  int32_t* m = mag_[2].data() + 1;
+  for (int i = 0; i < n; ++i) m[cols[i]] = int32_t{dx[i]} * dx[i] + int32_t{dy[i]} * dy[i];
   if (rows_added_ > 0) Suppress(rows_added_ - 1);
+  // The previous row leaves; its amplitudes return to zero for reuse as
+  // the next row.
+  int32_t* old = mag_[0].data() + 1;
+  for (const int32_t c : rows_[0].cols) old[c] = 0;
+  rows_[0].cols.clear();
   std::swap(mag_[0], mag_[1]);
   std::swap(mag_[1], mag_[2]);
-  std::swap(dx_[0], dx_[1]);
-  std::swap(dy_[0], dy_[1]);
+  std::swap(rows_[0], rows_[1]);
+  std::swap(rows_[1], rows_[2]);
   ++rows_added_;
 }
 
 void CannyTracker::FinishRows() {
-  std::fill(mag_[2].begin(), mag_[2].end(), 0);
+  // The slot of the next row was cleared when the last row was added.
   Suppress(height_ - 1);
 }
 
@@ -75,19 +67,13 @@ void CannyTracker::Suppress(int r) {
   const int32_t* mp = mag_[0].data() + 1;
   const int32_t* ma = mag_[1].data() + 1;
   const int32_t* mn = mag_[2].data() + 1;
-  const int16_t* dx = dx_[0].data();
-  const int16_t* dy = dy_[0].data();
+  const SparseRow& row = rows_[1];
   uint8_t* map = map_.get() + static_cast<size_t>(r + 1) * static_cast<size_t>(width_ + 2) + 1;
-  std::fill(map, map + width_, kNone);
-  for (int j = 0; j < width_; ++j) {
-    // Most pixels lie below low: skip them a chunk at a time.
-    if (j % kChunk == 0 && j + kChunk <= width_ && !AnyAbove(ma + j, low_)) {
-      j += kChunk - 1;
-      continue;
-    }
+  for (size_t i = 0; i < row.cols.size(); ++i) {
+    const int32_t j = row.cols[i];
     const int32_t m = ma[j];
     if (m <= low_) continue;
-    const int16_t xs = dx[j], ys = dy[j];
+    const int16_t xs = row.dx[i], ys = row.dy[i];
     const int x = std::abs(xs), y = std::abs(ys) << kShift;
     const int tg22x = x * kTan22;
     bool peak;

@@ -97,19 +97,21 @@ bool RowCannyEdges(const PixelBuffer& in, const FilterArea& area, const Gradient
 
   // The derivatives row by row at the scale, zero off the kept pixels.
   CannyTracker tracker(w, grown.height, low * scale, high * scale);
-  std::vector<int16_t> dx(static_cast<size_t>(w)), dy(static_cast<size_t>(w));
+  std::vector<int32_t> row_cols;
+  std::vector<int16_t> dx, dy;
   const float fscale = static_cast<float>(scale);
   size_t next = 0;
   for (int r = 0; r < grown.height; ++r) {
-    std::fill(dx.begin(), dx.end(), int16_t{0});
-    std::fill(dy.begin(), dy.end(), int16_t{0});
+    row_cols.clear();
+    dx.clear();
+    dy.clear();
     for (; next < possible.size() && possible[next].pos < (r + 1) * w; ++next) {
       const Candidate& p = possible[next];
-      const size_t c = static_cast<size_t>(p.pos - r * w);
-      dx[c] = Quantize(p.gx, fscale);
-      dy[c] = Quantize(p.gy, fscale);
+      row_cols.push_back(p.pos - r * w);
+      dx.push_back(Quantize(p.gx, fscale));
+      dy.push_back(Quantize(p.gy, fscale));
     }
-    tracker.AddRow(dx.data(), dy.data());
+    tracker.AddRow(row_cols.data(), dx.data(), dy.data(), static_cast<int>(row_cols.size()));
   }
   tracker.FinishRows();
   tracker.Track();
