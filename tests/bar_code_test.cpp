@@ -3,8 +3,9 @@
 // databar_expanded_encoder.h), scaled to 2..6 pixels per module, turned to
 // ten random angles, blurred (sigma 1) and noised (sigma 5) by the runtime's
 // operators: every code type must give back its exact content, once, with
-// its reading direction and a region at the symbol, as high as its bars. A scene without a code
-// gives nothing; the domain limits the search; parameters, models in items
+// its reading direction and a region at the symbol, as high as its bars
+// and as long as the symbol (but not across its quiet zone into clutter).
+// A scene without a code gives nothing; the domain limits the search; parameters, models in items
 // and bad input are checked.
 #include <gtest/gtest.h>
 
@@ -85,7 +86,8 @@ TEST_P(BarCodeTypeTest, DecodesTurnedScaledBlurredNoisyCodes) {
     ASSERT_EQ(get_bar_code_result(model_, 0, "orientation", &orientation), VRESULT_OK);
     EXPECT_LT(AngleGap(orientation[0].D(), angle), 10.0);
     // The region runs through the symbol, whose centre is the image's,
-    // and spans the bars' full height.
+    // and spans the bars' full height and the symbol's full length (the
+    // engine may report a part of a GS1 DataBar code).
     Vlong area = 0;
     double row = 0, col = 0;
     ASSERT_EQ(area_center(regions, &area, &row, &col), VRESULT_OK);
@@ -94,8 +96,9 @@ TEST_P(BarCodeTypeTest, DecodesTurnedScaledBlurredNoisyCodes) {
     double phi = 0, len1 = 0, len2 = 0;
     ASSERT_EQ(smallest_rectangle2(regions, &row, &col, &phi, &len1, &len2), VRESULT_OK);
     const double to_reading = std::fmod(AngleGap(phi * 180 / M_PI, angle), 180);
-    const double height = 2 * (to_reading < 45 || to_reading > 135 ? len2 : len1);
-    EXPECT_NEAR(height / SymbolHeight(setup), 1.0, 0.15);
+    const bool len1_along = to_reading < 45 || to_reading > 135;
+    EXPECT_NEAR(2 * (len1_along ? len2 : len1) / SymbolHeight(setup), 1.0, 0.15);
+    EXPECT_NEAR(2 * (len1_along ? len1 : len2) / SymbolLength(setup), 1.0, 0.15);
   }
 }
 
@@ -106,6 +109,38 @@ INSTANTIATE_TEST_SUITE_P(Types, BarCodeTypeTest, ::testing::ValuesIn(kCases),
                              if (std::isalnum(static_cast<unsigned char>(*p))) name += *p;
                            return name;
                          });
+
+// The outline follows the bars out to the quiet zone but not across it:
+// dark stripes of bar width 12 modules beyond either end, as high as the
+// bars, stay outside, also for a DataBar code, whose widest element (8
+// modules) the outline must cross.
+TEST_F(BarCodeTest, OutlineStopsAtTheQuietZone) {
+  std::mt19937 rng(9);
+  for (const LinearCase& c : {kCases[0], kCases[9]}) {
+    SCOPED_TRACE(c.type);
+    const SceneSetup setup{c.format, c.written, 3, 30};
+    int side = 0;
+    std::vector<uint8_t> pixels = DrawSymbol(setup, &side);
+    const ZXing::BitMatrix bits = EncodeSymbol(c.format, c.written);
+    const int length = bits.width() * kBaseModule, height = SymbolRows(bits) * kBaseModule;
+    const int r0 = (side - height) / 2, c0 = (side - length) / 2;
+    for (int stripe = 0; stripe < 4; ++stripe) {
+      const int offset = (12 + 3 * stripe) * kBaseModule;
+      for (const int first : {c0 - offset - 2 * kBaseModule, c0 + length + offset})
+        for (int r = r0; r < r0 + height; ++r)
+          for (int x = first; x < first + 2 * kBaseModule; ++x)
+            pixels[static_cast<size_t>(r) * side + x] = kDark;
+    }
+    const Vobject scene = FinishScene(setup, pixels, side, &rng);
+    Vobject regions;
+    VTuple strings;
+    ASSERT_EQ(find_bar_code(scene, &regions, model_, c.type, &strings), VRESULT_OK);
+    ASSERT_EQ(strings.Num(), 1);
+    double row = 0, col = 0, phi = 0, len1 = 0, len2 = 0;
+    ASSERT_EQ(smallest_rectangle2(regions, &row, &col, &phi, &len1, &len2), VRESULT_OK);
+    EXPECT_NEAR(2 * std::max(len1, len2) / SymbolLength(setup), 1.0, 0.05);
+  }
+}
 
 TEST_F(BarCodeTest, SceneWithoutCodeGivesNothing) {
   // Text-like clutter: random dark blocks of bar-like widths on light ground.

@@ -98,10 +98,10 @@ inline Vobject AddNoise(const Vobject& image, double sigma, std::mt19937* rng) {
   return ByteImage(noisy, static_cast<int>(width), static_cast<int>(height));
 }
 
-// The finished scene; the symbol's centre is the image centre.
-inline Vobject MakeScene(const SceneSetup& scene, std::mt19937* rng) {
-  int side = 0;
-  const std::vector<uint8_t> pixels = DrawSymbol(scene, &side);
+// The finished scene from a drawn square canvas (as DrawSymbol makes):
+// scaled, turned, blurred and noised.
+inline Vobject FinishScene(const SceneSetup& scene, const std::vector<uint8_t>& pixels, int side,
+                           std::mt19937* rng) {
   const Vobject drawn = ByteImage(pixels, side, side);
   Vobject scaled, turned, blurred;
   const double scale = scene.module / kBaseModule;
@@ -111,10 +111,23 @@ inline Vobject MakeScene(const SceneSetup& scene, std::mt19937* rng) {
   return AddNoise(blurred, scene.noise, rng);
 }
 
+// The finished scene; the symbol's centre is the image centre.
+inline Vobject MakeScene(const SceneSetup& scene, std::mt19937* rng) {
+  int side = 0;
+  const std::vector<uint8_t> pixels = DrawSymbol(scene, &side);
+  return FinishScene(scene, pixels, side, rng);
+}
+
 // The symbol's height (across the reading direction) in the finished
 // scene, in pixels.
 inline double SymbolHeight(const SceneSetup& scene) {
   return SymbolRows(EncodeSymbol(scene.format, scene.content)) * scene.module;
+}
+
+// The symbol's length along the reading direction in the finished scene,
+// quiet zones excluded, in pixels.
+inline double SymbolLength(const SceneSetup& scene) {
+  return EncodeSymbol(scene.format, scene.content).width() * scene.module;
 }
 
 inline int ImageSide(const Vobject& image) {

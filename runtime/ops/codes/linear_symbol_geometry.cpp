@@ -158,6 +158,94 @@ BarEnd BarReach(const CodeImage& image, const CentreProfile& centre, Vec v, doub
   return {reached, good.drift};
 }
 
+// The turning points of a gray profile fed sample by sample: a running
+// maximum or minimum counts once the profile has come back from it by
+// `band`, which noise alone rarely does while the thinnest elements, even
+// blurred to a fraction of the code's contrast, still do.
+struct TurningPoints {
+  double band;
+  bool rising = true;
+  bool started = false;
+  double extreme = 0;  // the running extreme, at sample `at`
+  size_t at = 0;
+  size_t turn = 0;  // the last confirmed turning point
+
+  // Feeds sample i of value g; true when that confirms a turning point
+  // (`turn`, a minimum when `rising`).
+  bool Feed(size_t i, double g) {
+    if (!started || (rising ? g >= extreme : g <= extreme)) {
+      started = true, extreme = g, at = i;
+      return false;
+    }
+    if (std::fabs(g - extreme) < band) return false;
+    turn = at, rising = !rising, extreme = g, at = i;
+    return true;
+  }
+};
+
+// The outer edge of the symbol's last bar seen from the decoded line's
+// end: `line` holds the decoded line's profile towards that end, sample i
+// at position start + i along `step` (a unit vector from c). The profile is
+// followed past the end while turning points follow each other within
+// `max_gap` samples; the edge is where it then climbs halfway from the
+// last minimum to the light level, never short of the decoded end.
+double OuterEdge(const CodeImage& image, Vec c, Vec step, double start, std::vector<double> line,
+                 double band, double light, double max_gap) {
+  const size_t decoded = line.size();
+  TurningPoints turns{band};
+  size_t last_min = 0;
+  bool any_min = false;
+  for (size_t i = 0;; ++i) {
+    if (i >= decoded) {
+      double g = 0;
+      if (i - turns.turn > max_gap || !Sample(image, c + (start + static_cast<double>(i)) * step, &g))
+        break;
+      line.push_back(g);
+    }
+    if (turns.Feed(i, line[i]) && turns.rising) last_min = turns.turn, any_min = true;
+  }
+  double edge = 0;
+  if (any_min) {
+    const double halfway = (line[last_min] + light) / 2;
+    size_t i = last_min;
+    while (i + 1 < line.size() && line[i + 1] < halfway) ++i;
+    const double rise = i + 1 < line.size() ? line[i + 1] - line[i] : 0;
+    edge = static_cast<double>(i) + (rise > 0 ? (halfway - line[i]) / rise : 0);
+  }
+  return start + std::max(edge, static_cast<double>(decoded - 1));
+}
+
+// Moves the ends lo < hi of the decoded line (positions along u from c)
+// out to the symbol's outermost bar edges. Bars go on while the gray
+// profile's turning points follow each other within five times their mean
+// spacing in the decoded line. Elements are 1.6 to 2.1 modules wide on
+// average in every linear type and the widest DataBar element is 8, so
+// the walk crosses wide elements and ends in a quiet zone of 10 modules
+// (at worst 10.5 modules from a DataBar code's last bar centre).
+void ExtendToSymbolEnds(const CodeImage& image, Vec c, Vec u, double* lo, double* hi) {
+  std::vector<double> gray;
+  if (!Profile(image, c, u, *lo, static_cast<int>(*hi - *lo) + 1, &gray)) return;
+  std::vector<double> sorted = gray;
+  const size_t n = sorted.size(), tenth = n / 10;
+  std::nth_element(sorted.begin(), sorted.begin() + tenth, sorted.end());
+  const double dark = sorted[tenth];
+  std::nth_element(sorted.begin(), sorted.end() - 1 - tenth, sorted.end());
+  const double light = sorted[n - 1 - tenth];
+  const double band = 0.15 * (light - dark);
+  if (band < 2) return;
+  TurningPoints turns{band};
+  int count = 0;
+  size_t first = 0;
+  for (size_t i = 0; i < n; ++i)
+    if (turns.Feed(i, gray[i]) && count++ == 0) first = turns.turn;
+  if (count < 6) return;
+  const double max_gap = 5.0 * static_cast<double>(turns.turn - first) / (count - 1);
+  const double start = *lo, end = start + static_cast<double>(n - 1);
+  *hi = OuterEdge(image, c, u, start, gray, band, light, max_gap);
+  std::reverse(gray.begin(), gray.end());
+  *lo = -OuterEdge(image, c, -1.0 * u, -end, gray, band, light, max_gap);
+}
+
 }  // namespace
 
 void MeasureLinearSymbol(const CodeImage& image, CodeHit* hit) {
@@ -168,11 +256,15 @@ void MeasureLinearSymbol(const CodeImage& image, CodeHit* hit) {
   if (Dot(b - a, b - a) < 16) return;
   const Vec u = ReadingDirection(image, a, b);
   const Vec v{-u.y, u.x};  // along the bars, "down" in the symbol
-  const Vec c = 0.5 * (a + b);
+  // The symbol's ends along u from the decoded line's middle.
+  const Vec line_mid = 0.5 * (a + b);
+  double lo = Dot(a - line_mid, u), hi = Dot(b - line_mid, u);
+  ExtendToSymbolEnds(image, line_mid, u, &lo, &hi);
+  const Vec c = line_mid + 0.5 * (lo + hi) * u;
   // The profiles cover the middle quarter of the code: still a dozen or
   // more modules, enough to tell the bars from the background, at a
   // quarter of the cost of the whole length.
-  const double length = std::fabs(Dot(b - a, u));
+  const double length = hi - lo;
   const double reach = std::max(length / 8, 8.0);
   CentreProfile centre{c, u, -reach, {}};
   if (!centre.Measure(image, static_cast<int>(2 * reach) + 1)) return;
@@ -188,7 +280,7 @@ void MeasureLinearSymbol(const CodeImage& image, CodeHit* hit) {
   const Vec bars = height >= 1 ? (1 / height) * (bottom - top) : v;
   const Vec across{bars.y, -bars.x};
   const Vec mid = 0.5 * (top + bottom);
-  const double half = std::fabs(Dot(b - a, across)) / 2;
+  const double half = length * std::fabs(Dot(u, across)) / 2;
   const Vec corners[4] = {mid - half * across - 0.5 * height * bars,
                           mid + half * across - 0.5 * height * bars,
                           mid + half * across + 0.5 * height * bars,

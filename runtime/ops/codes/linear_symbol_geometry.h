@@ -5,7 +5,12 @@
 // rows, not across the bars) nor their height. Both are measured here on
 // the image. The reading direction is first the dominant gradient
 // direction along the scan line (the structure tensor of the gray
-// values), which can be a degree or two off at small modules. The bars
+// values), which can be a degree or two off at small modules. The engine
+// may report only a part of a code (a GS1 DataBar code now and then), so
+// the line is first extended along that direction to the symbol's ends:
+// as far as the gray profile keeps turning at the pace of the decoded
+// part's bars (turning points at most five mean spacings apart), which a
+// quiet zone stops. The bars
 // then reach as far to either side as a gray profile parallel to the scan
 // line (over the code's middle quarter) still matches the decoded one
 // (normalised correlation of at least 0.7) at its best sideways shift,
