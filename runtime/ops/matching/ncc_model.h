@@ -16,7 +16,7 @@
 
 #include "gray_patch.h"
 #include "handle_registry.h"
-#include "locked_model.h"
+#include "locked_tool.h"
 
 namespace vexa {
 namespace matching {
@@ -32,11 +32,11 @@ struct NccModelData {
   double origin_row = 0, origin_col = 0;
 };
 
-class NccModel : public LockedModel<NccModelData> {
+class NccModel : public LockedTool<NccModelData> {
  public:
   static constexpr ToolKind kKind = ToolKind::kNccModel;
   static constexpr ItemKind kItemKind = ItemKind::kNccModel;
-  using LockedModel::LockedModel;
+  using LockedTool::LockedTool;
   ItemBytes Payload() const;
   static Vresult FromPayload(ByteReader* r, std::shared_ptr<NccModel>* model);
 };

@@ -25,11 +25,11 @@
 
 #include <cmath>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "handle_registry.h"
+#include "locked_tool.h"
 
 namespace vexa {
 namespace matching {
@@ -88,23 +88,11 @@ struct ShapeModel {
   bool from_contours = false;
 };
 
-class ShapeModelTool : public Tool {
+// Get gives a copy of the model; the point lists are shared and immutable.
+class ShapeModelTool : public LockedTool<ShapeModel> {
  public:
   static constexpr ToolKind kKind = ToolKind::kShapeModel;
-  explicit ShapeModelTool(ShapeModel m) : model_(std::move(m)) {}
-  // A copy of the model; the point lists are shared and immutable.
-  ShapeModel Get() const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return model_;
-  }
-  void Set(ShapeModel m) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    model_ = std::move(m);
-  }
-
- private:
-  mutable std::mutex mutex_;
-  ShapeModel model_;
+  using LockedTool::LockedTool;
 };
 
 // The model whose handle is input control `par`.

@@ -20,7 +20,7 @@
 
 #include "gray_patch.h"
 #include "handle_registry.h"
-#include "locked_model.h"
+#include "locked_tool.h"
 
 namespace vexa {
 namespace matching {
@@ -44,11 +44,11 @@ struct TemplateData {
   double ref_row = 0, ref_col = 0, report_row = 0, report_col = 0;
 };
 
-class TemplateModel : public LockedModel<TemplateData> {
+class TemplateModel : public LockedTool<TemplateData> {
  public:
   static constexpr ToolKind kKind = ToolKind::kTemplate;
   static constexpr ItemKind kItemKind = ItemKind::kTemplate;
-  using LockedModel::LockedModel;
+  using LockedTool::LockedTool;
   ItemBytes Payload() const;
   static Vresult FromPayload(ByteReader* r, std::shared_ptr<TemplateModel>* model);
 };

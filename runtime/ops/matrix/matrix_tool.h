@@ -7,9 +7,9 @@
 
 #include <Eigen/Dense>
 #include <memory>
-#include <mutex>
 
 #include "handle_registry.h"
+#include "locked_tool.h"
 
 namespace vexa {
 
@@ -19,22 +19,10 @@ using Matrix = Eigen::MatrixXd;
 // doubles), so that absurd sizes are refused instead of exhausting memory.
 constexpr Vlong kMaxMatrixElements = Vlong{1} << 27;
 
-class MatrixTool : public Tool {
+class MatrixTool : public LockedTool<Matrix> {
  public:
   static constexpr ToolKind kKind = ToolKind::kMatrix;
-  explicit MatrixTool(Matrix m) : m_(std::move(m)) {}
-  Matrix Get() const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return m_;
-  }
-  void Set(Matrix m) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    m_.swap(m);
-  }
-
- private:
-  mutable std::mutex mutex_;
-  Matrix m_;
+  using LockedTool::LockedTool;
 };
 
 // VERR_TOO_LARGE beyond kMaxMatrixElements, VERR_CTRL_VALUE(par) for a

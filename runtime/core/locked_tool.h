@@ -1,7 +1,6 @@
-// A matching model whose whole state is one value, read and replaced under
-// a lock: a search copies the state out and runs without holding the lock,
-// so that several threads can search with one model while another changes
-// its parameters.
+// A tool whose whole state is one value, read and replaced under a lock:
+// an operator copies the state out and works without holding the lock, so
+// that several threads can use one tool while another changes it.
 #pragma once
 
 #include <mutex>
@@ -12,9 +11,9 @@
 namespace vexa {
 
 template <class Data>
-class LockedModel : public Tool {
+class LockedTool : public Tool {
  public:
-  explicit LockedModel(Data d) : data_(std::move(d)) {}
+  explicit LockedTool(Data d) : data_(std::move(d)) {}
   Data Get() const {
     std::lock_guard<std::mutex> lock(mutex_);
     return data_;
