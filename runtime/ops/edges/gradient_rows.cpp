@@ -2,6 +2,7 @@
 #include "ops/edges/gradient_rows.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <vector>
 
@@ -22,12 +23,16 @@ constexpr int kLanes = 8, kStep = 2 * kLanes, kAcross = 4 * kLanes, kBlock = 256
 
 int WholeBlocks(int n) { return (n + kBlock - 1) / kBlock * kBlock; }
 
-inline Floats8 Load8(const float* p) {
-  Floats8 v;
-  std::memcpy(&v, p, sizeof v);
-  return v;
-}
-inline void Store8(float* p, Floats8 v) { std::memcpy(p, &v, sizeof v); }
+// Loads as an expression, not a call, and stores by reference: a vector
+// passed or returned by value follows a calling convention that depends on
+// the instruction set, which the AVX2 and baseline clones do not share.
+#define VEXA_LOAD8(p)                                \
+  ({                                                 \
+    Floats8 loaded_;                                 \
+    std::memcpy(&loaded_, (p), sizeof loaded_);      \
+    loaded_;                                         \
+  })
+inline void Store8(float* p, const Floats8& v) { std::memcpy(p, &v, sizeof v); }
 
 // Along a row: deriv_out[c] from deriv_src and smooth_out[c] from
 // smooth_src, for the pixel at index c + radius of either, c <
@@ -39,14 +44,14 @@ void HorizontalPass(const float* deriv_src, const float* smooth_src, const float
   for (int c = 0; c < n; c += kStep) {
     const float* dc = deriv_src + c + radius;
     const float* sc = smooth_src + c + radius;
-    Floats8 s0 = smooth[0] * Load8(sc), s1 = smooth[0] * Load8(sc + kLanes);
+    Floats8 s0 = smooth[0] * VEXA_LOAD8(sc), s1 = smooth[0] * VEXA_LOAD8(sc + kLanes);
     Floats8 d0{}, d1{};
     for (int k = 1; k <= radius; ++k) {
       const float td = deriv[k], ts = smooth[k];
-      d0 += td * (Load8(dc + k) - Load8(dc - k));
-      d1 += td * (Load8(dc + k + kLanes) - Load8(dc - k + kLanes));
-      s0 += ts * (Load8(sc + k) + Load8(sc - k));
-      s1 += ts * (Load8(sc + k + kLanes) + Load8(sc - k + kLanes));
+      d0 += td * (VEXA_LOAD8(dc + k) - VEXA_LOAD8(dc - k));
+      d1 += td * (VEXA_LOAD8(dc + k + kLanes) - VEXA_LOAD8(dc - k + kLanes));
+      s0 += ts * (VEXA_LOAD8(sc + k) + VEXA_LOAD8(sc - k));
+      s1 += ts * (VEXA_LOAD8(sc + k + kLanes) + VEXA_LOAD8(sc - k + kLanes));
     }
     Store8(deriv_out + c, d0);
     Store8(deriv_out + c + kLanes, d1);
@@ -67,8 +72,8 @@ void VerticalPass(const float* const* rows, const float* deriv, const float* smo
     Floats8 d[kVectors], s[kVectors];
     for (int v = 0; v < kVectors; ++v) {
       const int i = c + v * kLanes;
-      const Floats8 l = Load8(rows[radius - 1] + i), h = Load8(rows[radius + 1] + i);
-      s[v] = smooth[0] * Load8(rows[radius] + i);
+      const Floats8 l = VEXA_LOAD8(rows[radius - 1] + i), h = VEXA_LOAD8(rows[radius + 1] + i);
+      s[v] = smooth[0] * VEXA_LOAD8(rows[radius] + i);
       d[v] = deriv[1] * (h - l);
       s[v] += smooth[1] * (h + l);
     }
@@ -76,7 +81,7 @@ void VerticalPass(const float* const* rows, const float* deriv, const float* smo
       const float td = deriv[k], ts = smooth[k];
       const float *lo = rows[radius - k] + c, *hi = rows[radius + k] + c;
       for (int v = 0; v < kVectors; ++v) {
-        const Floats8 l = Load8(lo + v * kLanes), h = Load8(hi + v * kLanes);
+        const Floats8 l = VEXA_LOAD8(lo + v * kLanes), h = VEXA_LOAD8(hi + v * kLanes);
         d[v] += td * (h - l);
         s[v] += ts * (h + l);
       }
@@ -97,11 +102,16 @@ std::vector<float> HalfTaps(const cv::Mat& mask) {
   return taps;
 }
 
-// n values of `row` from `first` on as float.
+// n values of `row` as float, one set of clones per pixel type (clang does
+// not multiversion function templates).
 template <class T>
-VEXA_ROW_CLONES void ToFloat(const T* row, int n, float* out) {
+inline __attribute__((always_inline)) void ToFloatLoop(const T* row, int n, float* out) {
   ForChunks(n, [&](int i) { out[i] = static_cast<float>(row[i]); });
 }
+VEXA_ROW_CLONES void ToFloat(const uint8_t* row, int n, float* out) { ToFloatLoop(row, n, out); }
+VEXA_ROW_CLONES void ToFloat(const uint16_t* row, int n, float* out) { ToFloatLoop(row, n, out); }
+VEXA_ROW_CLONES void ToFloat(const int16_t* row, int n, float* out) { ToFloatLoop(row, n, out); }
+VEXA_ROW_CLONES void ToFloat(const float* row, int n, float* out) { ToFloatLoop(row, n, out); }
 
 // Row `r` of `window` over columns [c0, c0 + n), mirrored at the window's
 // sides, as float.
@@ -143,8 +153,8 @@ int ColumnsAbove(const float* gx, const float* gy, int n, float limit, int32_t* 
   typedef int32_t Ints8 __attribute__((vector_size(32)));
   int count = 0;
   for (int c0 = 0; c0 < n; c0 += kStep) {
-    const Floats8 x0 = Load8(gx + c0), x1 = Load8(gx + c0 + kLanes);
-    const Floats8 y0 = Load8(gy + c0), y1 = Load8(gy + c0 + kLanes);
+    const Floats8 x0 = VEXA_LOAD8(gx + c0), x1 = VEXA_LOAD8(gx + c0 + kLanes);
+    const Floats8 y0 = VEXA_LOAD8(gy + c0), y1 = VEXA_LOAD8(gy + c0 + kLanes);
     const Floats8 sq0 = x0 * x0 + y0 * y0, sq1 = x1 * x1 + y1 * y1;
     const Ints8 above = (sq0 > limit) | (sq1 > limit);
     uint64_t lanes[4];
