@@ -5,7 +5,11 @@
 // -O2, and finish the remainder one by one.
 #pragma once
 
-#if defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__))
+// Not under ThreadSanitizer: the loader runs the clones' resolvers while
+// it relocates the library, before the sanitizer's runtime is ready, and
+// the instrumented resolvers crash there.
+#if defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__)) && \
+    !defined(__SANITIZE_THREAD__)
 #define VEXA_ROW_CLONES __attribute__((target_clones("avx2", "default")))
 #else
 #define VEXA_ROW_CLONES

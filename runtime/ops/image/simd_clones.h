@@ -5,7 +5,11 @@
 // while the library itself stays built for the baseline.
 #pragma once
 
-#if defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__))
+// Not under ThreadSanitizer: the loader runs the clones' resolvers while
+// it relocates the library, before the sanitizer's runtime is ready, and
+// the instrumented resolvers crash there.
+#if defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__)) && \
+    !defined(__SANITIZE_THREAD__)
 #define VEXA_SIMD_CLONES __attribute__((target_clones("arch=x86-64-v4", "avx2", "default")))
 #else
 #define VEXA_SIMD_CLONES
