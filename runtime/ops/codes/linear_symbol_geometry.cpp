@@ -77,13 +77,24 @@ struct CentreProfile {
     return norm > 0;
   }
 
-  // Normalised correlation with p[0..gray.size()).
-  double Correlation(const double* p) const {
+  // Normalised correlations with the windows p[k..k + gray.size()) for k
+  // in [0, num): the windows' sums and sums of squares slide from one
+  // window to the next, so only the products with `gray` cost a pass
+  // each. (`gray` has mean 0, so its products need no centring of p.)
+  void Correlations(const double* p, int num, double* corr) const {
     const size_t n = gray.size();
-    double sp = 0, spp = 0, sgp = 0;
-    for (size_t i = 0; i < n; ++i) sp += p[i], spp += p[i] * p[i], sgp += gray[i] * p[i];
-    const double spread = spp - sp * sp / n;
-    return spread > 0 ? sgp / (norm * std::sqrt(spread)) : 0;
+    double sp = 0, spp = 0;
+    for (size_t i = 0; i < n; ++i) sp += p[i], spp += p[i] * p[i];
+    for (int k = 0; k < num; ++k) {
+      if (k > 0) {
+        const double out = p[k - 1], in = p[k - 1 + n];
+        sp += in - out, spp += in * in - out * out;
+      }
+      double sgp = 0;
+      for (size_t i = 0; i < n; ++i) sgp += gray[i] * p[k + i];
+      const double spread = spp - sp * sp / n;
+      corr[k] = spread > 0 ? sgp / (norm * std::sqrt(spread)) : 0;
+    }
   }
 };
 
@@ -105,11 +116,10 @@ BarPlace PlaceBars(const CodeImage& image, const CentreProfile& centre, Vec v, d
                n + 2 * kSlack, p))
     return place;
   double corr[2 * kSlack + 1];
+  centre.Correlations(p->data(), 2 * kSlack + 1, corr);
   int best = 0;
-  for (int k = 0; k <= 2 * kSlack; ++k) {
-    corr[k] = centre.Correlation(p->data() + k);
+  for (int k = 1; k <= 2 * kSlack; ++k)
     if (corr[k] > corr[best]) best = k;
-  }
   double frac = 0;
   if (best > 0 && best < 2 * kSlack) {
     const double curve = corr[best - 1] - 2 * corr[best] + corr[best + 1];
