@@ -1,14 +1,16 @@
 // Packed bit rows (painting, reading back, set operations and morphology
-// on 64-bit row words) against per-pixel masks: fragmented regions with
-// short and long runs, at negative coordinates, wider than a word and not
-// aligned to one, empty and disjoint operands; and the choice between the
-// packed path and the run merges.
+// on 64-bit row words) and the run merges of the set operations against
+// per-pixel masks: fragmented regions with short and long runs, runs that
+// overlap, touch and cancel exactly, at negative coordinates, wider than a
+// word and not aligned to one, empty and disjoint operands; and the choice
+// between the packed path and the run merges.
 #include <random>
 #include <vector>
 
 #include "../ops/region/kernels/bit_morph.h"
 #include "../ops/region/kernels/bit_rows.h"
 #include "../ops/region/kernels/bit_set_ops.h"
+#include "region_algebra.h"
 #include "region_algebra_support.h"
 
 namespace {
@@ -57,6 +59,16 @@ Chords Reference(SetOp op, const Mask& a, const Mask& b) {
   }));
 }
 
+// The run merge of op.
+Chords RunMerge(SetOp op, const Chords& a, const Chords& b) {
+  switch (op) {
+    case SetOp::kUnion: return vexa::ChordUnion(a, b);
+    case SetOp::kIntersection: return vexa::ChordIntersection(a, b);
+    case SetOp::kDifference: return vexa::ChordDifference(a, b);
+    default: return vexa::ChordSymmDifference(a, b);
+  }
+}
+
 constexpr SetOp kOps[] = {SetOp::kUnion, SetOp::kIntersection, SetOp::kDifference,
                           SetOp::kSymmDifference};
 
@@ -74,7 +86,33 @@ TEST(PackedSetOps, FragmentedAndLongRunsAtAnyOffset) {
     const Chords ca = ChordsOf(a), cb = ChordsOf(b);
     for (SetOp op : kOps) {
       SCOPED_TRACE(static_cast<int>(op));
-      EXPECT_EQ(vexa::CombineByBitRows(op, ca, cb), Reference(op, a, b));
+      const Chords want = Reference(op, a, b);
+      EXPECT_EQ(vexa::CombineByBitRows(op, ca, cb), want);
+      EXPECT_EQ(RunMerge(op, ca, cb), want);
+    }
+  }
+}
+
+// Operands cut from one random mask, so that their runs share edges:
+// runs that coincide (and cancel in the symmetric difference), start or end
+// together, touch end to start, or lie one inside the other.
+TEST(PackedSetOps, RunsSharingEdges) {
+  std::mt19937 rng(44);
+  std::bernoulli_distribution keep(0.6);
+  for (int round = 0; round < 40; ++round) {
+    const Mask base = RandomRuns(rng, -3, -20, 8, 90, round % 2 ? 2 : 12);
+    const Mask cut = RandomRuns(rng, -3, -20, 8, 90, 5);
+    const Mask a = MaskOf(-3, -20, 8, 90, [&](int r, int c) { return base.Get(r, c); });
+    const Mask b = MaskOf(-3, -20, 8, 90, [&](int r, int c) {
+      return base.Get(r, c) ? (cut.Get(r, c) || keep(rng)) : cut.Get(r, c) && !keep(rng);
+    });
+    const Chords ca = ChordsOf(a), cb = ChordsOf(b);
+    for (SetOp op : kOps) {
+      SCOPED_TRACE(static_cast<int>(op));
+      const Chords want = Reference(op, a, b);
+      EXPECT_EQ(vexa::CombineByBitRows(op, ca, cb), want);
+      EXPECT_EQ(RunMerge(op, ca, cb), want);
+      EXPECT_EQ(RunMerge(op, cb, ca), Reference(op, b, a));
     }
   }
 }
@@ -91,6 +129,10 @@ TEST(PackedSetOps, EmptyAndDisjointOperands) {
     EXPECT_EQ(vexa::CombineByBitRows(op, empty, ca), Reference(op, none, a));
     EXPECT_EQ(vexa::CombineByBitRows(op, empty, empty), empty);
     EXPECT_EQ(vexa::CombineByBitRows(op, ca, cfar), Reference(op, a, far));
+    EXPECT_EQ(RunMerge(op, ca, empty), Reference(op, a, none));
+    EXPECT_EQ(RunMerge(op, empty, ca), Reference(op, none, a));
+    EXPECT_EQ(RunMerge(op, ca, cfar), Reference(op, a, far));
+    EXPECT_EQ(RunMerge(op, cfar, ca), Reference(op, far, a));
   }
 }
 

@@ -2,92 +2,13 @@
 
 #include <algorithm>
 #include <limits>
+#include <memory>
 #include <numeric>
 
 namespace vexa {
 
 namespace {
 
-constexpr int64_t kNoEdge = std::numeric_limits<int64_t>::max();
-
-// One row's runs of a list: [begin, end).
-struct RowSpan {
-  const Chord* begin;
-  const Chord* end;
-};
-
-// The runs of row `row` starting at *p; advances *p past them.
-RowSpan TakeRow(const Chord** p, const Chord* end, int32_t row) {
-  RowSpan s{*p, *p};
-  while (s.end != end && s.end->r == row) ++s.end;
-  *p = s.end;
-  return s;
-}
-
-// Combines the runs of one row of both lists: a pixel is in the result when
-// keep(in_a, in_b). The runs' edges (first column, one past the last) are
-// walked in order; because runs of one list neither overlap nor touch, an
-// edge where one run ends and the next (of the other list) starts at once
-// keeps the state and the output comes out merged.
-template <class Keep>
-void CombineRow(int32_t row, RowSpan a, RowSpan b, Keep keep, ChordList* out) {
-  bool in_a = false, in_b = false, in_out = false;
-  int64_t start = 0;
-  for (;;) {
-    const int64_t ea = a.begin == a.end ? kNoEdge
-                       : in_a          ? int64_t{a.begin->ce} + 1
-                                       : a.begin->cb;
-    const int64_t eb = b.begin == b.end ? kNoEdge
-                       : in_b          ? int64_t{b.begin->ce} + 1
-                                       : b.begin->cb;
-    const int64_t x = std::min(ea, eb);
-    if (x == kNoEdge) break;
-    if (ea == x) {
-      if (in_a) ++a.begin;
-      in_a = !in_a;
-    }
-    if (eb == x) {
-      if (in_b) ++b.begin;
-      in_b = !in_b;
-    }
-    const bool now = keep(in_a, in_b);
-    if (now == in_out) continue;
-    if (now) {
-      start = x;
-    } else {
-      out->push_back({row, static_cast<int32_t>(start),
-                      static_cast<int32_t>(x - 1)});
-    }
-    in_out = now;
-  }
-}
-
-// Walks both lists row by row. Rows present in only one list are copied or
-// skipped whole, as keep() says for that side alone, without the edge walk.
-template <class Keep>
-ChordList Combine(const ChordList& la, const ChordList& lb, Keep keep) {
-  ChordList out;
-  const bool keep_a_only = keep(true, false);
-  const bool keep_b_only = keep(false, true);
-  out.reserve(std::max(la.size(), lb.size()));
-  const Chord *pa = la.data(), *ea = pa + la.size();
-  const Chord *pb = lb.data(), *eb = pb + lb.size();
-  while (pa != ea || pb != eb) {
-    const int32_t row = pa == ea   ? pb->r
-                        : pb == eb ? pa->r
-                                   : std::min(pa->r, pb->r);
-    const RowSpan a = TakeRow(&pa, ea, row);
-    const RowSpan b = TakeRow(&pb, eb, row);
-    if (b.begin == b.end) {
-      if (keep_a_only) out.insert(out.end(), a.begin, a.end);
-    } else if (a.begin == a.end) {
-      if (keep_b_only) out.insert(out.end(), b.begin, b.end);
-    } else {
-      CombineRow(row, a, b, keep, &out);
-    }
-  }
-  return out;
-}
 
 // Whether two runs of adjacent rows belong to one component.
 inline bool Adjacent(const Chord& up, const Chord& down, int64_t reach) {
@@ -127,24 +48,13 @@ inline uint64_t OrderKey(int32_t row, int32_t col) {
 // would dominate the cost. Outputs are sized for the worst case once and
 // trimmed at the end.
 
-// A merge in canonical order that joins overlapping and touching runs.
-ChordList ChordUnion(const ChordList& a, const ChordList& b) {
-  if (a.empty() || b.empty()) return a.empty() ? b : a;
-  ChordList out(a.size() + b.size());
-  Chord* o = out.data();
+// Feeds the chords of both lists to add() in canonical order. Which list
+// goes next is chosen by a comparison, not a branch: on fragmented scenes
+// that choice is random and would be mispredicted half the time.
+template <class Add>
+void InCanonicalOrder(const ChordList& a, const ChordList& b, Add&& add) {
   const Chord *pa = a.data(), *ea = pa + a.size();
   const Chord *pb = b.data(), *eb = pb + b.size();
-  // cur: the run being built; it is stored at *o on every step, and o
-  // moves on only when the next chord starts a new run.
-  Chord cur = OrderKey(pa->r, pa->cb) < OrderKey(pb->r, pb->cb) ? *pa++ : *pb++;
-  auto add = [&](const Chord& c) {
-    const bool join = c.r == cur.r && int64_t{cur.ce} + 1 >= c.cb;
-    *o = cur;
-    o += !join;
-    cur.r = c.r;
-    cur.cb = join ? cur.cb : c.cb;
-    cur.ce = join ? std::max(cur.ce, c.ce) : c.ce;
-  };
   while (pa != ea && pb != eb) {
     const bool take_a = OrderKey(pa->r, pa->cb) < OrderKey(pb->r, pb->cb);
     const Chord c = take_a ? *pa : *pb;
@@ -154,6 +64,24 @@ ChordList ChordUnion(const ChordList& a, const ChordList& b) {
   }
   for (; pa != ea; ++pa) add(*pa);
   for (; pb != eb; ++pb) add(*pb);
+}
+
+// A merge in canonical order that joins overlapping and touching runs.
+ChordList ChordUnion(const ChordList& a, const ChordList& b) {
+  if (a.empty() || b.empty()) return a.empty() ? b : a;
+  ChordList out(a.size() + b.size());
+  Chord* o = out.data();
+  // cur: the run being built; it is stored at *o on every step, and o
+  // moves on only when the next chord starts a new run.
+  Chord cur = OrderKey(a[0].r, a[0].cb) < OrderKey(b[0].r, b[0].cb) ? a[0] : b[0];
+  InCanonicalOrder(a, b, [&](const Chord& c) {
+    const bool join = c.r == cur.r && int64_t{cur.ce} + 1 >= c.cb;
+    *o = cur;
+    o += !join;
+    cur.r = c.r;
+    cur.cb = join ? cur.cb : c.cb;
+    cur.ce = join ? std::max(cur.ce, c.ce) : c.ce;
+  });
   *o++ = cur;
   out.resize(static_cast<size_t>(o - out.data()));
   return out;
@@ -161,11 +89,15 @@ ChordList ChordUnion(const ChordList& a, const ChordList& b) {
 
 // Two cursors: every step stores the overlap of the current chords (kept
 // when they share a row and overlap) and moves past the one that ends
-// first, so the output comes out canonical.
+// first, so the output comes out canonical. A step writes one slot whether
+// or not it keeps it, and the walk takes fewer steps than the lists have
+// chords; the room for that is left uninitialised (the kept chords, few
+// on most scenes, are copied out), since clearing it would cost as much
+// as a tenth of the walk.
 ChordList ChordIntersection(const ChordList& a, const ChordList& b) {
   if (a.empty() || b.empty()) return {};
-  ChordList out(a.size() + b.size());
-  Chord* o = out.data();
+  std::unique_ptr<Chord[]> room(new Chord[a.size() + b.size()]);
+  Chord* o = room.get();
   const Chord *pa = a.data(), *ea = pa + a.size();
   const Chord *pb = b.data(), *eb = pb + b.size();
   while (pa != ea && pb != eb) {
@@ -177,8 +109,7 @@ ChordList ChordIntersection(const ChordList& a, const ChordList& b) {
     pa += next_a;
     pb += !next_a;
   }
-  out.resize(static_cast<size_t>(o - out.data()));
-  return out;
+  return ChordList(room.get(), o);
 }
 
 // Every chord of a loses the runs of b that overlap it; b's cursor stays
@@ -204,8 +135,36 @@ ChordList ChordDifference(const ChordList& a, const ChordList& b) {
   return out;
 }
 
+// A merge in canonical order that keeps one pending run, the part of the
+// result not yet closed. A chord that starts past its end closes it; one
+// that touches it extends it; one that overlaps it (always a chord of the
+// other list: chords of one list neither overlap nor touch) cuts the
+// overlap out, closing what lies before and leaving the longer tail
+// pending. Each chord adds at most one run, which bounds the output.
 ChordList ChordSymmDifference(const ChordList& a, const ChordList& b) {
-  return Combine(a, b, [](bool x, bool y) { return x != y; });
+  if (a.empty() || b.empty()) return a.empty() ? b : a;
+  ChordList out(a.size() + b.size());
+  Chord* o = out.data();
+  Chord cur{};
+  bool pending = false;
+  InCanonicalOrder(a, b, [&](const Chord& c) {
+    if (!pending || c.r != cur.r || c.cb > int64_t{cur.ce} + 1) {
+      *o = cur;
+      o += pending;
+      cur = c;
+      pending = true;
+    } else if (c.cb == int64_t{cur.ce} + 1) {
+      cur.ce = c.ce;
+    } else {
+      if (c.cb > cur.cb) *o++ = {cur.r, cur.cb, c.cb - 1};
+      const int32_t end = cur.ce;
+      pending = c.ce != end;
+      cur = c.ce < end ? Chord{cur.r, c.ce + 1, end} : Chord{cur.r, end + 1, c.ce};
+    }
+  });
+  if (pending) *o++ = cur;
+  out.resize(static_cast<size_t>(o - out.data()));
+  return out;
 }
 
 ChordList ChordUnionMany(const std::vector<const ChordList*>& lists) {

@@ -65,6 +65,18 @@ Frame ResultFrame(SetOp op, const std::vector<Chord>& a, const std::vector<Chord
   }
 }
 
+// The number of rows of ResultFrame, from the lists' first and last rows
+// alone (0 when the frame is empty).
+int64_t FrameRows(SetOp op, const std::vector<Chord>& a, const std::vector<Chord>& b) {
+  int64_t r1 = a.front().r, r2 = a.back().r;
+  if (op == SetOp::kIntersection) {
+    r1 = std::max<int64_t>(r1, b.front().r), r2 = std::min<int64_t>(r2, b.back().r);
+  } else if (op != SetOp::kDifference) {
+    r1 = std::min<int64_t>(r1, b.front().r), r2 = std::max<int64_t>(r2, b.back().r);
+  }
+  return std::max<int64_t>(r2 - r1 + 1, 0);
+}
+
 BitRows PlaneOf(const Frame& f) {
   return BitRows(f.r1, f.r2 - f.r1 + 1, f.c1, WordsFor(f.c1, f.c2), 0);
 }
@@ -125,12 +137,16 @@ int64_t CombineEdges(SetOp op, const std::vector<Chord>& a,
 
 bool PreferBitRows(SetOp op, const std::vector<Chord>& a, const std::vector<Chord>& b) {
   if (a.empty() || b.empty()) return false;
+  const double budget = WordsPerChord(op) * static_cast<double>(a.size() + b.size());
+  // Every row of the frame costs at least one word: where the rows alone
+  // exceed the budget (regions of few runs per row), the columns need not
+  // be scanned for the frame's width.
+  if (static_cast<double>(FrameRows(op, a, b)) >= budget) return false;
   const Frame f = ResultFrame(op, a, b);
   if (f.empty()) return false;
   const int64_t words = f.Words();
   if (words > kMaxPlaneWords) return false;
-  return static_cast<double>(words) <
-         WordsPerChord(op) * static_cast<double>(a.size() + b.size());
+  return static_cast<double>(words) < budget;
 }
 
 std::vector<Chord> CombineByBitRows(SetOp op, const std::vector<Chord>& a,
