@@ -12,84 +12,81 @@
 namespace vexa {
 namespace {
 
-// Both passes sum eight floats at a time (GCC vector types, which become
-// AVX2 or SSE2 instructions as the clone is compiled); the buffers they
-// read and write are padded to whole blocks of kBlock columns. The smoothing
-// mask is symmetric and the derivative mask antisymmetric, so each pass
-// adds (smoothing) or subtracts (derivative) the two values at +-k before
-// weighting them: taps[k] is the mask's value at centre + k.
-typedef float Floats8 __attribute__((vector_size(32)));
-constexpr int kLanes = 8, kStep = 2 * kLanes, kAcross = 4 * kLanes, kBlock = 256;
+// Both passes sum sixteen floats at a time (GCC vector types, which become
+// one AVX-512, two AVX2 or four SSE2 instructions as the clone is
+// compiled); the buffers they read and write are padded to whole blocks of
+// kBlock columns. The smoothing mask is symmetric and the derivative mask
+// antisymmetric, so each pass adds (smoothing) or subtracts (derivative)
+// the two values at +-k before weighting them: taps[k] is the mask's value
+// at centre + k.
+typedef float Floats16 __attribute__((vector_size(64)));
+constexpr int kLanes = 16, kStep = 2 * kLanes, kBlock = 256;
 
 int WholeBlocks(int n) { return (n + kBlock - 1) / kBlock * kBlock; }
 
-// Loads as an expression, not a call, and stores by reference: a vector
+// Loads as an expression, not a call, and stores as a statement: a vector
 // passed or returned by value follows a calling convention that depends on
-// the instruction set, which the AVX2 and baseline clones do not share.
-#define VEXA_LOAD8(p)                                \
+// the instruction set, which the clones do not share.
+#define VEXA_LOAD16(p)                               \
   ({                                                 \
-    Floats8 loaded_;                                 \
+    Floats16 loaded_;                                \
     std::memcpy(&loaded_, (p), sizeof loaded_);      \
     loaded_;                                         \
   })
-inline void Store8(float* p, const Floats8& v) { std::memcpy(p, &v, sizeof v); }
+#define VEXA_STORE16(p, v) std::memcpy((p), &(v), sizeof(Floats16))
 
 // Along a row: deriv_out[c] from deriv_src and smooth_out[c] from
 // smooth_src, for the pixel at index c + radius of either, c <
 // WholeBlocks(n). Two vectors of each result per step stay in registers
 // over all taps; the rows lie in L1.
-VEXA_ROW_CLONES
+VEXA_ROW_CLONES VEXA_NO_CONTRACT
 void HorizontalPass(const float* deriv_src, const float* smooth_src, const float* deriv,
                     const float* smooth, int radius, int n, float* deriv_out, float* smooth_out) {
   for (int c = 0; c < n; c += kStep) {
     const float* dc = deriv_src + c + radius;
     const float* sc = smooth_src + c + radius;
-    Floats8 s0 = smooth[0] * VEXA_LOAD8(sc), s1 = smooth[0] * VEXA_LOAD8(sc + kLanes);
-    Floats8 d0{}, d1{};
+    Floats16 s0 = smooth[0] * VEXA_LOAD16(sc), s1 = smooth[0] * VEXA_LOAD16(sc + kLanes);
+    Floats16 d0{}, d1{};
     for (int k = 1; k <= radius; ++k) {
       const float td = deriv[k], ts = smooth[k];
-      d0 += td * (VEXA_LOAD8(dc + k) - VEXA_LOAD8(dc - k));
-      d1 += td * (VEXA_LOAD8(dc + k + kLanes) - VEXA_LOAD8(dc - k + kLanes));
-      s0 += ts * (VEXA_LOAD8(sc + k) + VEXA_LOAD8(sc - k));
-      s1 += ts * (VEXA_LOAD8(sc + k + kLanes) + VEXA_LOAD8(sc - k + kLanes));
+      d0 += td * (VEXA_LOAD16(dc + k) - VEXA_LOAD16(dc - k));
+      d1 += td * (VEXA_LOAD16(dc + k + kLanes) - VEXA_LOAD16(dc - k + kLanes));
+      s0 += ts * (VEXA_LOAD16(sc + k) + VEXA_LOAD16(sc - k));
+      s1 += ts * (VEXA_LOAD16(sc + k + kLanes) + VEXA_LOAD16(sc - k + kLanes));
     }
-    Store8(deriv_out + c, d0);
-    Store8(deriv_out + c + kLanes, d1);
-    Store8(smooth_out + c, s0);
-    Store8(smooth_out + c + kLanes, s1);
+    VEXA_STORE16(deriv_out + c, d0);
+    VEXA_STORE16(deriv_out + c + kLanes, d1);
+    VEXA_STORE16(smooth_out + c, s0);
+    VEXA_STORE16(smooth_out + c + kLanes, s1);
   }
 }
 
 // Across rows: the derivative and the smoothing of the 2 * radius + 1
-// rows around the output row, for c < n rounded up to kAcross. The sums of
-// kAcross columns stay in registers over all taps, added in the same order
+// rows around the output row, for c < n rounded up to kStep. The sums of
+// kStep columns stay in registers over all taps, added in the same order
 // as along the rows: centre, then the pairs at +-1, +-2, ...
-VEXA_ROW_CLONES
+VEXA_ROW_CLONES VEXA_NO_CONTRACT
 void VerticalPass(const float* const* rows, const float* deriv, const float* smooth, int radius,
                   int n, float* deriv_out, float* smooth_out) {
-  constexpr int kVectors = kAcross / kLanes;
-  for (int c = 0; c < n; c += kAcross) {
-    Floats8 d[kVectors], s[kVectors];
-    for (int v = 0; v < kVectors; ++v) {
-      const int i = c + v * kLanes;
-      const Floats8 l = VEXA_LOAD8(rows[radius - 1] + i), h = VEXA_LOAD8(rows[radius + 1] + i);
-      s[v] = smooth[0] * VEXA_LOAD8(rows[radius] + i);
-      d[v] = deriv[1] * (h - l);
-      s[v] += smooth[1] * (h + l);
-    }
+  for (int c = 0; c < n; c += kStep) {
+    const float *l = rows[radius - 1] + c, *m = rows[radius] + c, *h = rows[radius + 1] + c;
+    Floats16 s0 = smooth[0] * VEXA_LOAD16(m), s1 = smooth[0] * VEXA_LOAD16(m + kLanes);
+    Floats16 d0 = deriv[1] * (VEXA_LOAD16(h) - VEXA_LOAD16(l));
+    Floats16 d1 = deriv[1] * (VEXA_LOAD16(h + kLanes) - VEXA_LOAD16(l + kLanes));
+    s0 += smooth[1] * (VEXA_LOAD16(h) + VEXA_LOAD16(l));
+    s1 += smooth[1] * (VEXA_LOAD16(h + kLanes) + VEXA_LOAD16(l + kLanes));
     for (int k = 2; k <= radius; ++k) {
       const float td = deriv[k], ts = smooth[k];
       const float *lo = rows[radius - k] + c, *hi = rows[radius + k] + c;
-      for (int v = 0; v < kVectors; ++v) {
-        const Floats8 l = VEXA_LOAD8(lo + v * kLanes), h = VEXA_LOAD8(hi + v * kLanes);
-        d[v] += td * (h - l);
-        s[v] += ts * (h + l);
-      }
+      d0 += td * (VEXA_LOAD16(hi) - VEXA_LOAD16(lo));
+      d1 += td * (VEXA_LOAD16(hi + kLanes) - VEXA_LOAD16(lo + kLanes));
+      s0 += ts * (VEXA_LOAD16(hi) + VEXA_LOAD16(lo));
+      s1 += ts * (VEXA_LOAD16(hi + kLanes) + VEXA_LOAD16(lo + kLanes));
     }
-    for (int v = 0; v < kVectors; ++v) {
-      Store8(deriv_out + c + v * kLanes, d[v]);
-      Store8(smooth_out + c + v * kLanes, s[v]);
-    }
+    VEXA_STORE16(deriv_out + c, d0);
+    VEXA_STORE16(deriv_out + c + kLanes, d1);
+    VEXA_STORE16(smooth_out + c, s0);
+    VEXA_STORE16(smooth_out + c + kLanes, s1);
   }
 }
 
@@ -128,45 +125,41 @@ void LoadRow(const cv::Mat& window, int r, int c0, int n, float* out) {
 
 }  // namespace
 
-VEXA_ROW_CLONES
-float LargestMagnitude(const float* values, int n) {
-  // The bits of |x| order like the values; NaN lies above infinity.
-  uint32_t top[kChunk] = {};
-  auto keep_larger = [&](uint32_t& t, const float* p) {
+VEXA_ROW_CLONES VEXA_NO_CONTRACT
+int ScanRow(const float* gx, const float* gy, int n, float limit, int32_t* cols,
+            float* largest) {
+  // The bits of |x| order like the values; NaN lies above infinity. The
+  // loops over a step have a constant trip count, which the compiler
+  // vectorises; a step none of whose pixels passes is not visited again.
+  constexpr uint32_t kAbs = 0x7fffffffu;
+  auto magnitude_bits = [](const float* p) {
     uint32_t bits;
     std::memcpy(&bits, p, sizeof bits);
-    bits &= 0x7fffffffu;
-    t = bits > t ? bits : t;
+    return bits & kAbs;
   };
-  int i = 0;
-  for (; i + kChunk <= n; i += kChunk)
-    for (int k = 0; k < kChunk; ++k) keep_larger(top[k], values + i + k);
-  for (; i < n; ++i) keep_larger(top[0], values + i);
-  const uint32_t largest_bits = *std::max_element(top, top + kChunk);
-  float largest;
-  std::memcpy(&largest, &largest_bits, sizeof largest);
-  return largest;
-}
-
-VEXA_ROW_CLONES
-int ColumnsAbove(const float* gx, const float* gy, int n, float limit, int32_t* cols) {
-  typedef int32_t Ints8 __attribute__((vector_size(32)));
+  uint32_t top[kStep] = {};
   int count = 0;
-  for (int c0 = 0; c0 < n; c0 += kStep) {
-    const Floats8 x0 = VEXA_LOAD8(gx + c0), x1 = VEXA_LOAD8(gx + c0 + kLanes);
-    const Floats8 y0 = VEXA_LOAD8(gy + c0), y1 = VEXA_LOAD8(gy + c0 + kLanes);
-    const Floats8 sq0 = x0 * x0 + y0 * y0, sq1 = x1 * x1 + y1 * y1;
-    const Ints8 above = (sq0 > limit) | (sq1 > limit);
-    uint64_t lanes[4];
-    std::memcpy(lanes, &above, sizeof lanes);
-    if ((lanes[0] | lanes[1] | lanes[2] | lanes[3]) == 0) continue;
-    float sq[kStep];
-    std::memcpy(sq, &sq0, sizeof sq0);
-    std::memcpy(sq + kLanes, &sq1, sizeof sq1);
-    const int m = std::min(kStep, n - c0);
-    for (int k = 0; k < m; ++k)
-      if (sq[k] > limit) cols[count++] = c0 + k;
+  int c0 = 0;
+  for (; c0 + kStep <= n; c0 += kStep) {
+    int above = 0;
+    for (int k = 0; k < kStep; ++k) {
+      const float x = gx[c0 + k], y = gy[c0 + k];
+      top[k] = std::max({top[k], magnitude_bits(gx + c0 + k), magnitude_bits(gy + c0 + k)});
+      above |= x * x + y * y > limit;
+    }
+    if (above == 0) continue;
+    for (int k = 0; k < kStep; ++k) {
+      const float x = gx[c0 + k], y = gy[c0 + k];
+      if (x * x + y * y > limit) cols[count++] = c0 + k;
+    }
   }
+  for (; c0 < n; ++c0) {
+    top[0] = std::max({top[0], magnitude_bits(gx + c0), magnitude_bits(gy + c0)});
+    if (gx[c0] * gx[c0] + gy[c0] * gy[c0] > limit) cols[count++] = c0;
+  }
+  uint32_t top_bits = magnitude_bits(largest);
+  for (const uint32_t t : top) top_bits = std::max(top_bits, t);
+  std::memcpy(largest, &top_bits, sizeof top_bits);
   return count;
 }
 

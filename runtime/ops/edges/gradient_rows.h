@@ -34,9 +34,6 @@ bool HasSymmetricMasks(const GradientMasks& masks);
 void GradientRows(const PixelBuffer& in, const cv::Rect& box, const GradientMasks& masks,
                   const std::function<void(int, const float*, const float*)>& consume);
 
-// The largest |value| of n values (NaN above infinity).
-float LargestMagnitude(const float* values, int n);
-
 // value * scale rounded to the nearest integer (ties to even), as
 // cv::Mat::convertTo to 16 bits rounds: adding and removing 1.5 * 2^23
 // does it in float. |value * scale| must stay below 32768.
@@ -46,8 +43,9 @@ inline int16_t Quantize(float value, float scale) {
 }
 
 // Writes to cols, in increasing order, the c < n where gx[c]^2 + gy[c]^2
-// exceeds `limit`; returns their number. gx and gy must be readable up to
-// a multiple of 16 beyond n.
-int ColumnsAbove(const float* gx, const float* gy, int n, float limit, int32_t* cols);
+// exceeds `limit`, returns their number, and raises *largest (>= 0) to the
+// largest |gx[c]| or |gy[c]| (NaN above infinity).
+int ScanRow(const float* gx, const float* gy, int n, float limit, int32_t* cols,
+            float* largest);
 
 }  // namespace vexa

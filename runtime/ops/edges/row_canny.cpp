@@ -83,8 +83,7 @@ bool RowCannyEdges(const PixelBuffer& in, const FilterArea& area, const Gradient
   possible.reserve(static_cast<size_t>(w) * static_cast<size_t>(grown.height) / 8);
   std::vector<int32_t> cols(static_cast<size_t>(w));
   GradientRows(in, grown, masks, [&](int row, const float* gx, const float* gy) {
-    bound = std::max({bound, LargestMagnitude(gx, w), LargestMagnitude(gy, w)});
-    const int n = ColumnsAbove(gx, gy, w, reach * reach, cols.data());
+    const int n = ScanRow(gx, gy, w, reach * reach, cols.data(), &bound);
     for (int i = 0; i < n; ++i) {
       const int32_t c = cols[static_cast<size_t>(i)];
       possible.push_back({row * w + c, gx[c], gy[c]});
