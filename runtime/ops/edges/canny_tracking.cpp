@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -21,20 +23,52 @@ int SquaredThreshold(double t) {
   return static_cast<int>(std::floor(t));
 }
 
-// A zeroed byte block; calloc takes fresh zero pages for large blocks
-// without writing them.
-uint8_t* ZeroBytes(size_t n) {
-  void* p = std::calloc(n, 1);
-  if (p == nullptr) throw std::bad_alloc();
-  return static_cast<uint8_t*>(p);
-}
+// The zeroed map a tracker of this thread left, kept up to kKeptMapBytes
+// (a 8192 x 8192 image) so that large images do not pin their memory.
+constexpr size_t kKeptMapBytes = size_t{64} << 20;
+struct KeptMap {
+  uint8_t* bytes = nullptr;
+  size_t size = 0;
+  ~KeptMap() { std::free(bytes); }
+};
+thread_local KeptMap kept_map;
 
 }  // namespace
 
+CannyTracker::ZeroMap::ZeroMap(size_t n) {
+  if (kept_map.bytes != nullptr && kept_map.size >= n) {
+    size = std::exchange(kept_map.size, 0);
+    bytes = std::exchange(kept_map.bytes, nullptr);
+    return;
+  }
+  bytes = static_cast<uint8_t*>(std::calloc(n, 1));
+  if (bytes == nullptr) throw std::bad_alloc();
+  size = n;
+}
+
+CannyTracker::ZeroMap::~ZeroMap() {
+  if (size > kKeptMapBytes || size <= kept_map.size) {
+    std::free(bytes);
+    return;
+  }
+  std::free(kept_map.bytes);
+  kept_map = {bytes, size};
+}
+
 CannyTracker::CannyTracker(int width, int height, double low, double high)
     : width_(width), height_(height), low_(SquaredThreshold(low)), high_(SquaredThreshold(high)),
-      map_(ZeroBytes(static_cast<size_t>(height + 2) * static_cast<size_t>(width + 2))) {
+      map_(static_cast<size_t>(height + 2) * static_cast<size_t>(width + 2)),
+      first_marked_(static_cast<size_t>(height), width),
+      last_marked_(static_cast<size_t>(height), -1) {
   for (auto& m : mag_) m.assign(static_cast<size_t>(width + 2), 0);
+}
+
+CannyTracker::~CannyTracker() {
+  for (int r = 0; r < height_; ++r) {
+    const int32_t first = first_marked_[static_cast<size_t>(r)];
+    const int32_t last = last_marked_[static_cast<size_t>(r)];
+    if (first <= last) std::memset(Row(r) + first, 0, static_cast<size_t>(last - first + 1));
+  }
 }
 
 void CannyTracker::AddRow(const int32_t* cols, const int16_t* dx, const int16_t* dy, int n) {
@@ -68,7 +102,9 @@ void CannyTracker::Suppress(int r) {
   const int32_t* ma = mag_[1].data() + 1;
   const int32_t* mn = mag_[2].data() + 1;
   const SparseRow& row = rows_[1];
-  uint8_t* map = map_.get() + static_cast<size_t>(r + 1) * static_cast<size_t>(width_ + 2) + 1;
+  uint8_t* map = Row(r);
+  int32_t& first_marked = first_marked_[static_cast<size_t>(r)];
+  int32_t& last_marked = last_marked_[static_cast<size_t>(r)];
   for (size_t i = 0; i < row.cols.size(); ++i) {
     const int32_t j = row.cols[i];
     const int32_t m = ma[j];
@@ -86,6 +122,10 @@ void CannyTracker::Suppress(int r) {
       peak = m > mp[j - s] && m > mn[j + s];
     }
     if (!peak) continue;
+    // Recorded before the mark, so that the map is cleaned even if the
+    // stack fails to grow.
+    first_marked = std::min(first_marked, j);
+    last_marked = j;
     if (m > high_) {
       map[j] = kEdge;
       stack_.push_back(map + j);

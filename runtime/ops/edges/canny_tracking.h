@@ -6,15 +6,14 @@
 // along horizontal and vertical gradients, strict comparisons along the
 // diagonals, 8-connected tracking. Rows come sparse: the derivatives are
 // zero but at a list of columns, and only those are visited. Only the byte
-// map of the decisions covers the whole area; it starts as zero pages, and
-// only the pixels that pass low and their neighbours in the tracking are
-// touched.
+// map of the decisions covers the whole area. A tracker marks only the
+// peaks in it, returns those cells to zero when it ends and leaves the map
+// to the next tracker of its thread: a fresh map would fault in every page
+// again, since peaks lie on nearly every row.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 #include <vector>
 
 namespace vexa {
@@ -24,6 +23,9 @@ class CannyTracker {
   // `low` and `high` in units of the derivatives, as cv::Canny takes them;
   // low must be at least 1, so that a zero derivative never passes it.
   CannyTracker(int width, int height, double low, double high);
+  ~CannyTracker();
+  CannyTracker(const CannyTracker&) = delete;
+  CannyTracker& operator=(const CannyTracker&) = delete;
 
   // Adds the next row, whose derivatives are zero but at the n columns
   // cols[i] (increasing), where they are dx[i] and dy[i]; this completes
@@ -38,7 +40,7 @@ class CannyTracker {
   // to an edge) or kEdge, once Track has run.
   static constexpr uint8_t kNone = 0, kCandidate = 1, kEdge = 2;
   const uint8_t* MapRow(int r) const {
-    return map_.get() + static_cast<size_t>(r + 1) * static_cast<size_t>(width_ + 2) + 1;
+    return map_.bytes + static_cast<size_t>(r + 1) * static_cast<size_t>(width_ + 2) + 1;
   }
 
  private:
@@ -47,16 +49,27 @@ class CannyTracker {
     std::vector<int32_t> cols;
     std::vector<int16_t> dx, dy;
   };
-  struct Free {
-    void operator()(uint8_t* p) const { std::free(p); }
+  // A zeroed block of at least n bytes (size bytes), taken from and given
+  // back to the thread's kept map; zero again when it is given back.
+  struct ZeroMap {
+    explicit ZeroMap(size_t n);
+    ~ZeroMap();
+    ZeroMap(const ZeroMap&) = delete;
+    ZeroMap& operator=(const ZeroMap&) = delete;
+    uint8_t* bytes;
+    size_t size;
   };
 
+  uint8_t* Row(int r) { return const_cast<uint8_t*>(MapRow(r)); }
   void Suppress(int r);
 
   int width_, height_, rows_added_ = 0;
   int low_, high_;  // thresholds on squared amplitudes
   // (height + 2) x (width + 2), kNone (zero) where nothing was decided.
-  std::unique_ptr<uint8_t[], Free> map_;
+  ZeroMap map_;
+  // The columns of the first and the last peak marked in each row
+  // (first > last: none).
+  std::vector<int32_t> first_marked_, last_marked_;
   std::vector<uint8_t*> stack_;
   // The previous, current and next row: their nonzero derivatives, and
   // their squared amplitudes padded by one zero on either side, zero
