@@ -141,16 +141,21 @@ int ScanRow(const float* gx, const float* gy, int n, float limit, int32_t* cols,
   int count = 0;
   int c0 = 0;
   for (; c0 + kStep <= n; c0 += kStep) {
-    int above = 0;
+    uint8_t above[kStep];
     for (int k = 0; k < kStep; ++k) {
       const float x = gx[c0 + k], y = gy[c0 + k];
       top[k] = std::max({top[k], magnitude_bits(gx + c0 + k), magnitude_bits(gy + c0 + k)});
-      above |= x * x + y * y > limit;
+      above[k] = x * x + y * y > limit;
     }
-    if (above == 0) continue;
+    uint64_t words[kStep / 8];
+    std::memcpy(words, above, sizeof words);
+    uint64_t any = 0;
+    for (const uint64_t word : words) any |= word;
+    if (any == 0) continue;
+    // Without branches: whether a pixel passes is hard to predict.
     for (int k = 0; k < kStep; ++k) {
-      const float x = gx[c0 + k], y = gy[c0 + k];
-      if (x * x + y * y > limit) cols[count++] = c0 + k;
+      cols[count] = c0 + k;
+      count += above[k];
     }
   }
   for (; c0 < n; ++c0) {

@@ -38,21 +38,32 @@ void StoreEdges(const FilterArea& area, const cv::Rect& tracked, const CannyTrac
                 const std::vector<Candidate>& candidates, O* amp, uint8_t* dir, size_t stride) {
   size_t next = 0;
   const size_t n = candidates.size();
+  // The candidates of one chord that became edges, by index.
+  std::vector<size_t> edges(static_cast<size_t>(tracked.width));
   for (const Chord& ch : area.domain.chords()) {
     O* a = amp + static_cast<size_t>(ch.r) * stride;
     uint8_t* d = dir + static_cast<size_t>(ch.r) * stride;
     std::fill(a + ch.cb, a + ch.ce + 1, O{0});
     std::fill(d + ch.cb, d + ch.ce + 1, uint8_t{255});
     const int32_t r = ch.r - tracked.y;
-    const uint8_t* decided = tracker.MapRow(r);
+    const uint8_t* decided = tracker.MapRow(r) - r * tracked.width;
     const int32_t first = r * tracked.width + ch.cb - tracked.x;
     const int32_t last = first + ch.ce - ch.cb;
     while (next < n && candidates[next].pos < first) ++next;
+    // Without branches: which candidates became edges is hard to predict.
+    // The map is read too sparsely for the hardware to fetch ahead: each
+    // read asks for the same column of the next row.
+    const size_t row_step = static_cast<size_t>(tracked.width) + 2;
+    size_t found = 0;
     for (; next < n && candidates[next].pos <= last; ++next) {
-      const Candidate& e = candidates[next];
-      const int32_t c = e.pos - r * tracked.width;
-      if (decided[c] != CannyTracker::kEdge) continue;
-      const int32_t col = c + tracked.x;
+      const uint8_t* at = decided + candidates[next].pos;
+      __builtin_prefetch(at + row_step);
+      edges[found] = next;
+      found += *at == CannyTracker::kEdge;
+    }
+    for (size_t i = 0; i < found; ++i) {
+      const Candidate& e = candidates[edges[i]];
+      const int32_t col = e.pos - r * tracked.width + tracked.x;
       a[col] = AmplitudeValue<O>(std::sqrt(e.gx * e.gx + e.gy * e.gy));
       d[col] = static_cast<uint8_t>(DirectionCode(e.gx, e.gy));
     }
