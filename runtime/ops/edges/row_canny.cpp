@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "ops/edges/canny_tracking.h"
@@ -70,6 +71,11 @@ void StoreEdges(const FilterArea& area, const cv::Rect& tracked, const CannyTrac
   }
 }
 
+// The candidate list of this thread's last call, kept for the next up to
+// kKeptCandidateBytes: a fresh list faults in its pages on every call.
+constexpr size_t kKeptCandidateBytes = size_t{64} << 20;
+thread_local std::vector<Candidate> kept_candidates;
+
 }  // namespace
 
 bool RowCannyEdges(const PixelBuffer& in, const FilterArea& area, const GradientMasks& masks,
@@ -90,7 +96,8 @@ bool RowCannyEdges(const PixelBuffer& in, const FilterArea& area, const Gradient
   float bound = 0;
   // Capacity for one pixel in eight: the pages are touched only as far as
   // candidates come, and a typical image never copies them to grow.
-  std::vector<Candidate> possible;
+  std::vector<Candidate> possible = std::move(kept_candidates);
+  possible.clear();
   possible.reserve(static_cast<size_t>(w) * static_cast<size_t>(grown.height) / 8);
   std::vector<int32_t> cols(static_cast<size_t>(w));
   GradientRows(in, grown, masks, [&](int row, const float* gx, const float* gy) {
@@ -131,6 +138,8 @@ bool RowCannyEdges(const PixelBuffer& in, const FilterArea& area, const Gradient
   DispatchPixelType(outs[0]->type(), [&](auto tag) {
     StoreEdges(area, grown, tracker, possible, PixelsOf(outs[0], tag), dir, stride);
   });
+  if (possible.capacity() * sizeof(Candidate) <= kKeptCandidateBytes)
+    kept_candidates = std::move(possible);
   return true;
 }
 
