@@ -1,6 +1,6 @@
 // Edge-word kernels in three forms: AVX-512BW, AVX2 and the baseline
 // (SSE2), each form with the bit count and bit scan it can use. The form is
-// picked once, from what the processor reports. The kernels use intrinsics,
+// picked once, from what the processor reports (tests pick the others). The kernels use intrinsics,
 // which only compile in functions built for their instruction set, so
 // each form is its own function; the parts they share are inline helpers
 // compiled into each of them.
@@ -15,7 +15,7 @@
 namespace vexa {
 namespace {
 
-enum class Isa { kBaseline, kAvx2, kAvx512 };
+using Isa = EdgeKernelForm;
 
 Isa DetectIsa() {
 #if defined(__x86_64__)
@@ -28,7 +28,8 @@ Isa DetectIsa() {
   return Isa::kBaseline;
 }
 
-const Isa kIsa = DetectIsa();
+const Isa kBestIsa = DetectIsa();
+Isa used_isa = kBestIsa;  // changed by tests only
 
 // The number of set bits: the popcnt instruction where the form has it;
 // otherwise a few arithmetic steps, as the builtin would be a library call.
@@ -212,12 +213,67 @@ inline __attribute__((always_inline)) size_t DecodeColumns(const uint64_t* words
   return m;
 }
 
+// Runs from edge columns, two a run: the first column and one past the
+// last. The vector forms below write whole vectors of runs, past the last
+// run into the slack.
+inline void PairColumns(const int32_t* cols, size_t num_runs, int32_t r, Chord* runs) {
+  for (size_t k = 0; k < num_runs; ++k) runs[k] = {r, cols[2 * k], cols[2 * k + 1] - 1};
+}
+
 #if defined(__x86_64__)
+// Four runs from eight columns at a time, as eight and four ints: each
+// vector permutes the columns into place (the ends less one) and blends in
+// the row.
+__attribute__((target("avx2"), always_inline)) inline void PairColumnsAvx2(
+    const int32_t* cols, size_t num_runs, int32_t r, Chord* runs) {
+  const __m256i row = _mm256_set1_epi32(r);
+  const __m256i ends = _mm256_setr_epi32(0, 1, 0, 1, 0, 1, 0, 1);
+  const __m256i first = _mm256_setr_epi32(0, 0, 1, 0, 2, 3, 0, 4);
+  const __m256i second = _mm256_setr_epi32(5, 0, 6, 7, 0, 0, 0, 0);
+  int32_t* out = reinterpret_cast<int32_t*>(runs);
+  for (size_t k = 0; k < num_runs; k += 4, cols += 8, out += 12) {
+    const __m256i c = _mm256_sub_epi32(
+        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(cols)), ends);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out),
+                        _mm256_blend_epi32(_mm256_permutevar8x32_epi32(c, first), row, 0x49));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 8),
+                     _mm256_castsi256_si128(_mm256_blend_epi32(
+                         _mm256_permutevar8x32_epi32(c, second), row, 0x02)));
+  }
+}
+
+// Sixteen runs from 32 columns at a time, as three vectors of 16 ints:
+// each picks its columns from the two column vectors by one two-source
+// permute and blends in the row.
+__attribute__((target("avx512f"), always_inline)) inline void PairColumnsAvx512(
+    const int32_t* cols, size_t num_runs, int32_t r, Chord* runs) {
+  alignas(64) int32_t index[48];
+  for (int j = 0; j < 48; ++j) index[j] = 2 * (j / 3) + (j % 3 == 2 ? 1 : 0);
+  const __m512i pick0 = _mm512_load_si512(index);
+  const __m512i pick1 = _mm512_load_si512(index + 16);
+  const __m512i pick2 = _mm512_load_si512(index + 32);
+  // Lanes of the row: every third int, from lane 0, 1 and 2 of the vectors.
+  const __mmask16 row0 = 0x9249, row1 = 0x4924, row2 = 0x2492;
+  const __m512i row = _mm512_set1_epi32(r);
+  const __m512i ends = _mm512_set1_epi64(int64_t{1} << 32);
+  int32_t* out = reinterpret_cast<int32_t*>(runs);
+  for (size_t k = 0; k < num_runs; k += 16, cols += 32, out += 48) {
+    const __m512i a = _mm512_sub_epi32(_mm512_loadu_si512(cols), ends);
+    const __m512i b = _mm512_sub_epi32(_mm512_loadu_si512(cols + 16), ends);
+    _mm512_storeu_si512(out, _mm512_mask_blend_epi32(
+                                 row0, _mm512_permutex2var_epi32(a, pick0, b), row));
+    _mm512_storeu_si512(out + 16, _mm512_mask_blend_epi32(
+                                      row1, _mm512_permutex2var_epi32(a, pick1, b), row));
+    _mm512_storeu_si512(out + 32, _mm512_mask_blend_epi32(
+                                      row2, _mm512_permutex2var_epi32(a, pick2, b), row));
+  }
+}
+
 // The AVX-512 decoder: the edge positions of a word are packed to the
 // front of a vector by one compress instruction and widened to columns 16
 // at a time (stores past the word's edges land in the slack, as above).
-__attribute__((target("avx512f,avx512bw,avx512vbmi2,popcnt,bmi"))) size_t DecodeColumnsAvx512(
-    const uint64_t* words, size_t num_words, int32_t cb, int32_t* cols) {
+__attribute__((target("avx512f,avx512bw,avx512vbmi2,popcnt,bmi"), always_inline)) inline size_t
+DecodeColumnsAvx512(const uint64_t* words, size_t num_words, int32_t cb, int32_t* cols) {
   alignas(64) uint8_t iota[64];
   for (int j = 0; j < 64; ++j) iota[j] = static_cast<uint8_t>(j);
   const __m512i positions = _mm512_load_si512(iota);
@@ -230,9 +286,8 @@ __attribute__((target("avx512f,avx512bw,avx512vbmi2,popcnt,bmi"))) size_t Decode
     int32_t* out = cols + m;
     _mm512_storeu_si512(out, _mm512_add_epi32(
                                  _mm512_cvtepu8_epi32(_mm512_castsi512_si128(packed)), base));
-    if (count > 16)
-      _mm512_storeu_si512(out + 16, _mm512_add_epi32(_mm512_cvtepu8_epi32(
-                                        _mm512_extracti32x4_epi32(packed, 1)), base));
+    _mm512_storeu_si512(out + 16, _mm512_add_epi32(_mm512_cvtepu8_epi32(
+                                      _mm512_extracti32x4_epi32(packed, 1)), base));
     if (count > 32)
       _mm512_storeu_si512(out + 32, _mm512_add_epi32(_mm512_cvtepu8_epi32(
                                         _mm512_extracti32x4_epi32(packed, 2)), base));
@@ -244,10 +299,21 @@ __attribute__((target("avx512f,avx512bw,avx512vbmi2,popcnt,bmi"))) size_t Decode
   return m;
 }
 
-__attribute__((target("popcnt,bmi"))) size_t DecodeColumnsBitOps(const uint64_t* words,
-                                                                 size_t num_words, int32_t cb,
-                                                                 int32_t* cols) {
-  return DecodeColumns<true>(words, num_words, cb, cols);
+__attribute__((target("avx512f,avx512bw,avx512vbmi2,popcnt,bmi"))) size_t RunsAvx512(
+    const uint64_t* words, size_t num_words, int32_t r, int32_t cb, int32_t* cols,
+    Chord* runs) {
+  const size_t num_runs = DecodeColumnsAvx512(words, num_words, cb, cols) / 2;
+  PairColumnsAvx512(cols, num_runs, r, runs);
+  return num_runs;
+}
+
+__attribute__((target("avx2,popcnt,bmi"))) size_t RunsAvx2(const uint64_t* words,
+                                                             size_t num_words, int32_t r,
+                                                             int32_t cb, int32_t* cols,
+                                                             Chord* runs) {
+  const size_t num_runs = DecodeColumns<true>(words, num_words, cb, cols) / 2;
+  PairColumnsAvx2(cols, num_runs, r, runs);
+  return num_runs;
 }
 
 __attribute__((target("popcnt"))) size_t MaskWordsPopcnt(uint8_t* mask, size_t n,
@@ -260,7 +326,7 @@ __attribute__((target("popcnt"))) size_t MaskWordsPopcnt(uint8_t* mask, size_t n
 
 size_t MaskEdgeWords(uint8_t* mask, size_t n, uint64_t* words) {
 #if defined(__x86_64__)
-  if (kIsa != Isa::kBaseline) return MaskWordsPopcnt(mask, n, words);
+  if (used_isa != Isa::kBaseline) return MaskWordsPopcnt(mask, n, words);
 #endif
   return MaskWords<false>(mask, n, words);
 }
@@ -269,18 +335,25 @@ size_t ByteRangeEdgeWords(const uint8_t* pixels, size_t n, uint8_t lo, uint8_t h
                           uint64_t* words) {
   const uint8_t span = static_cast<uint8_t>(hi - lo);
 #if defined(__x86_64__)
-  if (kIsa == Isa::kAvx512) return RangeWordsAvx512(pixels, n, lo, span, words);
-  if (kIsa == Isa::kAvx2) return RangeWordsAvx2(pixels, n, lo, span, words);
+  if (used_isa == Isa::kAvx512) return RangeWordsAvx512(pixels, n, lo, span, words);
+  if (used_isa == Isa::kAvx2) return RangeWordsAvx2(pixels, n, lo, span, words);
 #endif
   return RangeWordsBaseline(pixels, n, lo, span, words);
 }
 
-size_t EdgeColumns(const uint64_t* words, size_t num_words, int32_t cb, int32_t* cols) {
+size_t EdgeRuns(const uint64_t* words, size_t num_words, int32_t r, int32_t cb,
+                int32_t* cols, Chord* runs) {
 #if defined(__x86_64__)
-  if (kIsa == Isa::kAvx512) return DecodeColumnsAvx512(words, num_words, cb, cols);
-  if (kIsa != Isa::kBaseline) return DecodeColumnsBitOps(words, num_words, cb, cols);
+  if (used_isa == Isa::kAvx512) return RunsAvx512(words, num_words, r, cb, cols, runs);
+  if (used_isa == Isa::kAvx2) return RunsAvx2(words, num_words, r, cb, cols, runs);
 #endif
-  return DecodeColumns<false>(words, num_words, cb, cols);
+  const size_t num_runs = DecodeColumns<false>(words, num_words, cb, cols) / 2;
+  PairColumns(cols, num_runs, r, runs);
+  return num_runs;
 }
+
+EdgeKernelForm BestEdgeKernelForm() { return kBestIsa; }
+
+void UseEdgeKernelForm(EdgeKernelForm form) { used_isa = form; }
 
 }  // namespace vexa

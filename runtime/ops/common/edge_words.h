@@ -1,5 +1,5 @@
 // Kernels that turn a pixel test along one chord into edge words, and edge
-// words into edge columns (mask_runs.h drives them over a domain).
+// words into runs (mask_runs.h drives them over a domain).
 //
 // Bit j of edge word i is set where the test result of pixel 64 i + j
 // differs from that of the pixel before it (the pixel before the chord
@@ -17,6 +17,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "region_store.h"
+
 namespace vexa {
 
 constexpr size_t kEdgeWordBits = 64;
@@ -33,13 +35,23 @@ size_t MaskEdgeWords(uint8_t* mask, size_t n, uint64_t* words);
 size_t ByteRangeEdgeWords(const uint8_t* pixels, size_t n, uint8_t lo, uint8_t hi,
                           uint64_t* words);
 
-// Room the edge decoder may write past the edges it finds.
-constexpr size_t kEdgeColumnSlack = 16;
+// Room the run decoder may use past the edge columns of a chord in its
+// column scratch, and past the runs it finds in its output.
+constexpr size_t kEdgeColumnSlack = 32;
+constexpr size_t kEdgeRunSlack = 16;
 
-// The columns of the edges of a chord starting at column cb, from its
-// num_words edge words, written to cols, which needs room for them plus
-// kEdgeColumnSlack; returns their number. Runs are pairs of consecutive
-// edges: the first column and one past the last.
-size_t EdgeColumns(const uint64_t* words, size_t num_words, int32_t cb, int32_t* cols);
+// The runs of a chord of n pixels in row r starting at column cb, from its
+// num_words = EdgeWordCount(n) edge words, written to runs; returns their
+// number. cols is scratch for the edge columns, with room for n + 1 +
+// kEdgeColumnSlack; runs needs room for the runs plus kEdgeRunSlack.
+size_t EdgeRuns(const uint64_t* words, size_t num_words, int32_t r, int32_t cb,
+                int32_t* cols, Chord* runs);
+
+// The instruction-set forms of the kernels. The processor's best form is
+// used; tests switch to the others to check them on the same machine.
+enum class EdgeKernelForm { kBaseline, kAvx2, kAvx512 };
+EdgeKernelForm BestEdgeKernelForm();
+// Uses `form` from now on (one the processor runs); not thread-safe.
+void UseEdgeKernelForm(EdgeKernelForm form);
 
 }  // namespace vexa
