@@ -1,9 +1,8 @@
-// edges_image with "nms" and the amplitude as the gradient's length, in
-// two streaming passes over the rows of the gradient: the first finds the
-// largest derivative (which sets the 16-bit scale of the tracking), the
-// second quantises, suppresses and collects the candidates with their float
-// gradient; tracking then decides the edges, and only their amplitude and
-// direction are computed.
+// edges_image with "nms" and the amplitude as the gradient's length. One
+// streaming pass over the rows of the gradient finds the largest derivative
+// (which sets the 16-bit scale of the tracking) and keeps the pixels that
+// may pass low with their float gradient; tracking then quantises and
+// decides them, and only the edges' amplitude and direction are computed.
 #pragma once
 
 #include "ops/edges/edge_support.h"
