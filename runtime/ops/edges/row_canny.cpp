@@ -7,6 +7,9 @@
 #include <utility>
 #include <vector>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include "ops/edges/canny_tracking.h"
 #include "ops/edges/gradient_rows.h"
 
@@ -76,6 +79,22 @@ void StoreEdges(const FilterArea& area, const cv::Rect& tracked, const CannyTrac
 constexpr size_t kKeptCandidateBytes = size_t{64} << 20;
 thread_local std::vector<Candidate> kept_candidates;
 
+// Maps the whole pages of a result that will be written in full with one
+// call, instead of one page fault per page as the writes reach them (about
+// a fifth of the time on a large image). Where the system cannot, the
+// pages fault in as before.
+void PrefaultPages(unsigned char* p, size_t n) {
+#ifdef MADV_POPULATE_WRITE
+  const uintptr_t page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+  const uintptr_t begin = (reinterpret_cast<uintptr_t>(p) + page - 1) & ~(page - 1);
+  const uintptr_t end = (reinterpret_cast<uintptr_t>(p) + n) & ~(page - 1);
+  if (end > begin) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_POPULATE_WRITE);
+#else
+  (void)p;
+  (void)n;
+#endif
+}
+
 }  // namespace
 
 bool RowCannyEdges(const PixelBuffer& in, const FilterArea& area, const GradientMasks& masks,
@@ -133,6 +152,8 @@ bool RowCannyEdges(const PixelBuffer& in, const FilterArea& area, const Gradient
   tracker.FinishRows();
   tracker.Track();
 
+  if (area.domain.area() == static_cast<int64_t>(in.width()) * in.height())
+    for (int i = 0; i < 2; ++i) PrefaultPages(outs[i]->data(), outs[i]->pixel_bytes());
   uint8_t* dir = PixelsOf(outs[1], PixelTag<PixelType::kDirection>{});
   const size_t stride = static_cast<size_t>(in.width());
   DispatchPixelType(outs[0]->type(), [&](auto tag) {
