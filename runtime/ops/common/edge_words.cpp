@@ -286,8 +286,9 @@ DecodeColumnsAvx512(const uint64_t* words, size_t num_words, int32_t cb, int32_t
     int32_t* out = cols + m;
     _mm512_storeu_si512(out, _mm512_add_epi32(
                                  _mm512_cvtepu8_epi32(_mm512_castsi512_si128(packed)), base));
-    _mm512_storeu_si512(out + 16, _mm512_add_epi32(_mm512_cvtepu8_epi32(
-                                      _mm512_extracti32x4_epi32(packed, 1)), base));
+    if (count > 16)
+      _mm512_storeu_si512(out + 16, _mm512_add_epi32(_mm512_cvtepu8_epi32(
+                                        _mm512_extracti32x4_epi32(packed, 1)), base));
     if (count > 32)
       _mm512_storeu_si512(out + 32, _mm512_add_epi32(_mm512_cvtepu8_epi32(
                                         _mm512_extracti32x4_epi32(packed, 2)), base));
