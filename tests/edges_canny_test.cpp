@@ -228,6 +228,33 @@ TEST_F(CannyEdges, FullDomainResultsOverwriteReusedMemory) {
   }
 }
 
+TEST_F(CannyEdges, DecisionsOfOneCallDoNotReachTheNext) {
+  // The decision map is kept between calls of a thread and returned to zero
+  // where a call marked it: after a busy image, images whose rows lie
+  // differently over the same memory (other widths, a box inside, a low
+  // threshold that marks almost every peak) still equal the reference.
+  std::mt19937 gen(45);
+  const std::vector<double> deriv = {-0.5, 0, 0.5}, smooth = {0.25, 0.5, 0.25};
+  struct Case {
+    int w, h;
+    bool inner_box;
+    double noise;
+    Vlong low, high;
+  } cases[] = {{160, 120, false, 30, 1, 4}, {119, 160, false, 2, 10, 20},
+               {160, 120, true, 30, 1, 4},  {97, 61, false, 0, 10, 20}};
+  for (const Case& k : cases) {
+    const std::vector<uint8_t> domain =
+        k.inner_box ? RectMask(k.w, k.h, cv::Rect(k.w / 3, k.h / 4, k.w / 3, k.h / 2))
+                    : std::vector<uint8_t>(static_cast<size_t>(k.w) * k.h, 1);
+    const TestImage t = Blocks(k.w, k.h, domain, gen, k.noise);
+    const Expected e = Reference(t, deriv, smooth, static_cast<double>(k.low),
+                                 static_cast<double>(k.high));
+    int edges = 0;
+    EXPECT_EQ(Mismatches(t, "sobel_fast", 1.0, k.low, k.high, e, &edges), 0)
+        << k.w << "x" << k.h << " noise " << k.noise;
+  }
+}
+
 TEST_F(CannyEdges, GaussianEdgesAgreeWithOpenCvCannyUpToRoundingTies) {
   std::mt19937 gen(42);
   for (const double sigma : {1.0, 1.7}) {
