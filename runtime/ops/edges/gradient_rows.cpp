@@ -147,16 +147,14 @@ int ScanRow(const float* gx, const float* gy, int n, float limit, int32_t* cols,
       top[k] = std::max({top[k], magnitude_bits(gx + c0 + k), magnitude_bits(gy + c0 + k)});
       above[k] = x * x + y * y > limit;
     }
+    // The flags (bytes of 0 or 1) as bits: the product moves byte i's
+    // bit to bit 56 + i, and no two partial products meet.
     uint64_t words[kStep / 8];
     std::memcpy(words, above, sizeof words);
-    uint64_t any = 0;
-    for (const uint64_t word : words) any |= word;
-    if (any == 0) continue;
-    // Without branches: whether a pixel passes is hard to predict.
-    for (int k = 0; k < kStep; ++k) {
-      cols[count] = c0 + k;
-      count += above[k];
-    }
+    uint32_t mask = 0;
+    for (int i = 0; i < kStep / 8; ++i)
+      mask |= static_cast<uint32_t>((words[i] * 0x0102040810204080ull) >> 56) << (8 * i);
+    for (; mask != 0; mask &= mask - 1) cols[count++] = c0 + __builtin_ctz(mask);
   }
   for (; c0 < n; ++c0) {
     top[0] = std::max({top[0], magnitude_bits(gx + c0), magnitude_bits(gy + c0)});
