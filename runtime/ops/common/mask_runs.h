@@ -65,13 +65,11 @@ std::vector<Chord> RunsOfEdges(const DomainScan& scan, EdgesOf&& edges_of) {
   runs.reserve(num_edges / 2);
   const size_t width = static_cast<size_t>(scan.width());
   std::vector<int32_t> cols(width + 1 + kEdgeColumnSlack);
-  std::unique_ptr<Chord[]> chord_runs(new Chord[width / 2 + 1 + kEdgeRunSlack + 6]);
+  std::unique_ptr<Chord[]> chord_runs(new Chord[kLineChords + width / 2 + 1 + kEdgeRunSlack]);
   const uint64_t* read = words.get();
   scan.ForEachChord([&](int32_t r, int32_t cb, int32_t ce, size_t) {
     const size_t num_words = EdgeWordCount(static_cast<size_t>(ce - cb + 1));
-    const uintptr_t dst = reinterpret_cast<uintptr_t>(runs.data() + runs.size());
-    const uintptr_t src = reinterpret_cast<uintptr_t>(chord_runs.get());
-    Chord* stage = reinterpret_cast<Chord*>(src + ((dst - src) & 63));
+    Chord* stage = AlignedLike(chord_runs.get(), runs.data() + runs.size());
     const size_t m = EdgeRuns(read, num_words, r, cb, cols.data(), stage);
     read += num_words;
     runs.insert(runs.end(), stage, stage + m);
