@@ -181,6 +181,42 @@ TEST_F(TransformAffineTest, ZoomScalesPixelSquares) {
   }
 }
 
+// A reduced domain is zoomed over a box around it only; its pixels must be
+// those of the whole image's zoom: exactly so where the scale is a ratio of
+// small integers that floating point holds exactly (2x, 1/2), within one
+// gray value (the kernel's fixed-point weights) elsewhere. Odd sizes, so
+// that the box's steps of the scale do not divide the image evenly.
+TEST_F(TransformAffineTest, ZoomOfAReducedDomainMatchesTheWholeZoom) {
+  const int w = 97, h = 61;
+  const TestImage whole = RandomImage("byte", w, h, rng_, true);
+  std::vector<uint8_t> mask = RandomMask(w, h, rng_, false);
+  for (int r = 0; r < h; ++r)
+    for (int c = 0; c < w; ++c)
+      if (r < 9 || r > 40 || c < 30 || c > 77) mask[static_cast<size_t>(r) * w + c] = 0;
+  Vobject reduced;
+  ASSERT_EQ(reduce_domain(whole.image, image_test::RegionOf(mask, w, h), &reduced), VRESULT_OK);
+  struct Case {
+    int width, height;
+    const char* interp;
+    double tolerance;
+  };
+  for (const Case& k : {Case{194, 122, "bilinear", 0.0}, Case{194, 122, "nearest_neighbor", 0.0},
+                        Case{145, 91, "bilinear", 1.0}, Case{48, 30, "bilinear", 1.0},
+                        Case{300, 7, "bilinear", 1.0}}) {
+    SCOPED_TRACE(std::to_string(k.width) + "x" + std::to_string(k.height) + " " + k.interp);
+    Vobject all, part;
+    ASSERT_EQ(zoom_image_size(whole.image, &all, k.width, k.height, k.interp), VRESULT_OK);
+    ASSERT_EQ(zoom_image_size(reduced, &part, k.width, k.height, k.interp), VRESULT_OK);
+    vexa::RegionPtr domain;
+    const vexa::PixelBuffer* pa = image_test::Pixels(all);
+    const vexa::PixelBuffer* pp = image_test::Pixels(part, &domain);
+    ASSERT_GT(domain->area(), 0);
+    for (const vexa::Chord& ch : domain->chords())
+      for (int c = ch.cb; c <= ch.ce; ++c)
+        ASSERT_NEAR(pp->Get(ch.r, c), pa->Get(ch.r, c), k.tolerance) << ch.r << ", " << c;
+  }
+}
+
 // "weighted" to half the size averages each 2 x 2 block.
 TEST_F(TransformAffineTest, WeightedZoomAveragesBlocks) {
   for (const char* type : {"byte", "int4"}) {

@@ -2,6 +2,8 @@
 #include "ops/transform/warp.h"
 
 #include <algorithm>
+#include <cmath>
+#include <numeric>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -69,6 +71,30 @@ bool IsAngle(PixelType type) {
   return type == PixelType::kDirection || type == PixelType::kCyclic;
 }
 
+// One axis of a resize of n source pixels to m output pixels restricted to
+// the output pixels lo..hi: the output range [dst_begin, dst_end) and the
+// source range [src_begin, src_end) that the resize kernel maps onto each
+// other with the whole image's scale. With g = gcd(n, m), every m / g output
+// pixels cover exactly n / g source pixels, so both ranges run between
+// multiples of these steps; they are grown by two source pixels beyond
+// those the interpolation of lo and hi reads, so that the kernel's
+// repeated border at the range's ends (where they are not the image's)
+// never reaches the pixels lo..hi.
+struct ResizeSpan {
+  int src_begin, src_end, dst_begin, dst_end;
+
+  ResizeSpan(int n, int m, int lo, int hi) {
+    const int g = std::gcd(n, m), src_step = n / g, dst_step = m / g;
+    const double scale = static_cast<double>(n) / m;
+    const double first = std::floor((lo + 0.5) * scale - 0.5) - 2;
+    const double last = std::floor((hi + 0.5) * scale - 0.5) + 3;
+    const int k1 = static_cast<int>(std::max(0.0, std::floor(first / src_step)));
+    const int k2 = static_cast<int>(std::min<double>(g, std::ceil((last + 1) / src_step)));
+    src_begin = k1 * src_step, src_end = k2 * src_step;
+    dst_begin = k1 * dst_step, dst_end = k2 * dst_step;
+  }
+};
+
 // Resamples one channel with the OpenCV kernels; false when they do not
 // apply to this channel and map.
 bool FastWarp(const PixelBuffer& in, const Warp& w, PixelBuffer* out) {
@@ -87,9 +113,18 @@ bool FastWarp(const PixelBuffer& in, const Warp& w, PixelBuffer* out) {
     const cv::Mat src(in.height(), in.width(), cv_type,
                       const_cast<unsigned char*>(in.data()) + plane * in.num_pixels() * elem);
     unsigned char* base = out->data() + plane * out->num_pixels() * elem;
-    if (w.whole_resize) {
-      cv::Mat dst(out->height(), out->width(), cv_type, base);
-      cv::resize(src, dst, dst.size(), 0, 0,
+    if (w.pixel_scale) {
+      // The box, grown to whole steps of the scale (see ResizeSpan), maps
+      // onto a box of the source with the same scale: the resize kernel
+      // gives its pixels exactly as over the whole image.
+      const ResizeSpan rows(in.height(), out->height(), r1, r2);
+      const ResizeSpan cols(in.width(), out->width(), c1, c2);
+      const cv::Mat src_box = src(cv::Range(rows.src_begin, rows.src_end),
+                                  cv::Range(cols.src_begin, cols.src_end));
+      cv::Mat dst(rows.dst_end - rows.dst_begin, cols.dst_end - cols.dst_begin, cv_type,
+                  base + (static_cast<size_t>(rows.dst_begin) * out->width() + cols.dst_begin) * elem,
+                  static_cast<size_t>(out->width()) * elem);
+      cv::resize(src_box, dst, dst.size(), 0, 0,
                  interp == Interp::kNearest ? cv::INTER_NEAREST_EXACT : cv::INTER_LINEAR);
       continue;
     }

@@ -38,8 +38,9 @@ struct Warp {
   bool projective = false;
   Mat2D inverse = Mat2D::Identity();
   // The map scales the whole image to the output size, pixel squares onto
-  // pixel squares, and the domain is full: the resize kernel applies.
-  bool whole_resize = false;
+  // pixel squares: the resize kernel applies, over the whole output or a
+  // box around the domain.
+  bool pixel_scale = false;
 };
 
 // A Warp for the projective map `inverse`, output domain and sampling

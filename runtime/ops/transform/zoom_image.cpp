@@ -28,9 +28,9 @@ Vresult ZoomImages(OpContext& ctx, Interp interp, SizeOf&& size_of) {
     Warp w = ProjectiveWarp(inv, width, height);
     w.interp = interp;
     w.samples = SamplesForSpan(std::max(1.0 / sx, 1.0 / sy));
+    w.pixel_scale = true;
     if (image.domain->area() == in.num_pixels()) {
       w.domain = Region::Rectangle(0, 0, height - 1, width - 1);
-      w.whole_resize = true;
     } else {
       w.domain = Region::FromCanonicalChords(ChordZoom(image.domain->chords(), sx, sy))
                      ->ClipToRectangle(0, 0, height - 1, width - 1);
