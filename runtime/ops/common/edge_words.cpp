@@ -1,9 +1,9 @@
 // Edge-word kernels in three forms: AVX-512BW, AVX2 and the baseline
 // (SSE2), each form with the bit count and bit scan it can use. The form is
-// picked once, from what the processor reports (tests pick the others). The kernels use intrinsics,
-// which only compile in functions built for their instruction set, so
-// each form is its own function; the parts they share are inline helpers
-// compiled into each of them.
+// picked once, from what the processor reports (tests pick the others).
+// The kernels use intrinsics, which only compile in functions built for
+// their instruction set, so each form is its own function; the parts they
+// share are inline helpers compiled into each of them.
 #include "ops/common/edge_words.h"
 
 #include <cstring>
