@@ -29,6 +29,10 @@ constexpr size_t kKeptMapBytes = size_t{64} << 20;
 struct KeptMap {
   uint8_t* bytes = nullptr;
   size_t size = 0;
+  KeptMap() = default;
+  // It owns its bytes: a copy would free them twice.
+  KeptMap(const KeptMap&) = delete;
+  KeptMap& operator=(const KeptMap&) = delete;
   ~KeptMap() { std::free(bytes); }
 };
 thread_local KeptMap kept_map;
@@ -52,7 +56,8 @@ CannyTracker::ZeroMap::~ZeroMap() {
     return;
   }
   std::free(kept_map.bytes);
-  kept_map = {bytes, size};
+  kept_map.bytes = bytes;
+  kept_map.size = size;
 }
 
 CannyTracker::CannyTracker(int width, int height, double low, double high)
