@@ -136,10 +136,17 @@ struct BarEnd {
   double reach, drift;
 };
 
+// The first offset of the doubling search below: bars are rarely shorter,
+// so the searches at 1, 2, 4 and 8 pixels would only confirm what the
+// centre shows; and the drift a degree or two of error in the reading
+// direction builds up over it stays within kSlack.
+constexpr double kFirstReach = 16;
+
 // How far the bars reach from the centre in direction v (to a pixel, at
-// most `limit`), in about 2 log2(reach) profile searches: doubling the
-// offset, then halving the last step, each search expecting the drift
-// the last matching offset showed, scaled to the new one.
+// most `limit`), in about 2 log2(reach / kFirstReach) + log2(kFirstReach)
+// profile searches: doubling the offset from kFirstReach, then halving
+// the last step, each search expecting the drift the last matching offset
+// showed, scaled to the new one.
 BarEnd BarReach(const CodeImage& image, const CentreProfile& centre, Vec v, double limit) {
   std::vector<double> p;
   BarPlace good;  // at offset `reached`
@@ -151,7 +158,7 @@ BarEnd BarReach(const CodeImage& image, const CentreProfile& centre, Vec v, doub
     return place.matches;
   };
   double bad = limit + 1;
-  for (double d = 1; d <= limit; d *= 2) {
+  for (double d = std::min(kFirstReach, limit); d <= limit; d *= 2) {
     if (!step(d)) {
       bad = d;
       break;
