@@ -155,9 +155,20 @@ std::vector<uint8_t> RectMask(int w, int h, const cv::Rect& rect) {
   return m;
 }
 
+// Mismatches of "sobel_fast" Canny on a blocks image of w x h with the
+// given domain and noise against the reference on the same Sobel
+// derivatives; *edges counts the reference's edges.
+int SobelMismatches(int w, int h, const std::vector<uint8_t>& domain, double noise, Vlong low,
+                    Vlong high, std::mt19937& gen, int* edges) {
+  const std::vector<double> deriv = {-0.5, 0, 0.5}, smooth = {0.25, 0.5, 0.25};
+  const TestImage t = Blocks(w, h, domain, gen, noise);
+  const Expected e =
+      Reference(t, deriv, smooth, static_cast<double>(low), static_cast<double>(high));
+  return Mismatches(t, "sobel_fast", 1.0, low, high, e, edges);
+}
+
 TEST_F(CannyEdges, SobelEdgesEqualOpenCvCannyOnTheSameDerivatives) {
   std::mt19937 gen(41);
-  const std::vector<double> deriv = {-0.5, 0, 0.5}, smooth = {0.25, 0.5, 0.25};
   struct Case {
     int w, h;
     int domain;  // 0 full, 1 random holes, 2 rectangle inside
@@ -171,11 +182,8 @@ TEST_F(CannyEdges, SobelEdgesEqualOpenCvCannyOnTheSameDerivatives) {
         k.domain == 0   ? std::vector<uint8_t>(static_cast<size_t>(k.w) * k.h, 1)
         : k.domain == 1 ? RandomMask(k.w, k.h, gen, false)
                         : RectMask(k.w, k.h, cv::Rect(k.w / 4, k.h / 3, k.w / 2, k.h / 3));
-    const TestImage t = Blocks(k.w, k.h, domain, gen, k.noise);
-    const Expected e = Reference(t, deriv, smooth, static_cast<double>(k.low),
-                                 static_cast<double>(k.high));
     int edges = 0;
-    EXPECT_EQ(Mismatches(t, "sobel_fast", 1.0, k.low, k.high, e, &edges), 0)
+    EXPECT_EQ(SobelMismatches(k.w, k.h, domain, k.noise, k.low, k.high, gen, &edges), 0)
         << k.w << "x" << k.h << " domain " << k.domain;
     if (k.w > 10 && k.h > 10) EXPECT_GT(edges, 0) << k.w << "x" << k.h;
   }
@@ -234,7 +242,6 @@ TEST_F(CannyEdges, DecisionsOfOneCallDoNotReachTheNext) {
   // differently over the same memory (other widths, a box inside, a low
   // threshold that marks almost every peak) still equal the reference.
   std::mt19937 gen(45);
-  const std::vector<double> deriv = {-0.5, 0, 0.5}, smooth = {0.25, 0.5, 0.25};
   struct Case {
     int w, h;
     bool inner_box;
@@ -246,11 +253,8 @@ TEST_F(CannyEdges, DecisionsOfOneCallDoNotReachTheNext) {
     const std::vector<uint8_t> domain =
         k.inner_box ? RectMask(k.w, k.h, cv::Rect(k.w / 3, k.h / 4, k.w / 3, k.h / 2))
                     : std::vector<uint8_t>(static_cast<size_t>(k.w) * k.h, 1);
-    const TestImage t = Blocks(k.w, k.h, domain, gen, k.noise);
-    const Expected e = Reference(t, deriv, smooth, static_cast<double>(k.low),
-                                 static_cast<double>(k.high));
     int edges = 0;
-    EXPECT_EQ(Mismatches(t, "sobel_fast", 1.0, k.low, k.high, e, &edges), 0)
+    EXPECT_EQ(SobelMismatches(k.w, k.h, domain, k.noise, k.low, k.high, gen, &edges), 0)
         << k.w << "x" << k.h << " noise " << k.noise;
   }
 }
