@@ -1,14 +1,12 @@
 #include "region_algebra.h"
 
 #include <algorithm>
-#include <limits>
 #include <memory>
 #include <numeric>
 
 namespace vexa {
 
 namespace {
-
 
 // Whether two runs of adjacent rows belong to one component.
 inline bool Adjacent(const Chord& up, const Chord& down, int64_t reach) {
@@ -72,7 +70,8 @@ ChordList ChordUnion(const ChordList& a, const ChordList& b) {
   ChordList out(a.size() + b.size());
   Chord* o = out.data();
   // cur: the run being built; it is stored at *o on every step, and o
-  // moves on only when the next chord starts a new run.
+  // moves on only when the next chord starts a new run. It starts as the
+  // first chord, which the merge then feeds again and which joins itself.
   Chord cur = OrderKey(a[0].r, a[0].cb) < OrderKey(b[0].r, b[0].cb) ? a[0] : b[0];
   InCanonicalOrder(a, b, [&](const Chord& c) {
     const bool join = c.r == cur.r && int64_t{cur.ce} + 1 >= c.cb;
