@@ -15,7 +15,10 @@ namespace {
 using Vexa::Vlong;
 using Vexa::VTuple;
 
-constexpr Vlong kCount = 1000000;
+// Operand lengths: 1e6 elements, whose tuples (16 MB each) outgrow the
+// last-level cache while the plain arrays (8 MB each) fit it, and 1e5,
+// where both fit and only the work per element differs.
+constexpr Vlong kCounts[] = {1000000, 100000};
 
 // The i-th operand value of either type; the second operand differs from
 // the first so that no multiplication or sum is trivial.
@@ -25,43 +28,41 @@ T Value(Vlong i, int which) {
 }
 
 template <class T>
-const VTuple& TupleOperand(int which) {
-  static const VTuple operands[2] = {
-      [] {
-        VTuple t;
-        for (Vlong i = kCount - 1; i >= 0; --i) t[i] = Value<T>(i, 0);
-        return t;
-      }(),
-      [] {
-        VTuple t;
-        for (Vlong i = kCount - 1; i >= 0; --i) t[i] = Value<T>(i, 1);
-        return t;
-      }()};
-  return operands[which];
+VTuple MakeTuple(Vlong count, int which) {
+  VTuple t;
+  for (Vlong i = count - 1; i >= 0; --i) t[i] = Value<T>(i, which);
+  return t;
 }
 
 template <class T>
-const std::vector<T>& VectorOperand(int which) {
-  static const std::vector<T> operands[2] = {
-      [] {
-        std::vector<T> v(kCount);
-        for (Vlong i = 0; i < kCount; ++i) v[i] = Value<T>(i, 0);
-        return v;
-      }(),
-      [] {
-        std::vector<T> v(kCount);
-        for (Vlong i = 0; i < kCount; ++i) v[i] = Value<T>(i, 1);
-        return v;
-      }()};
-  return operands[which];
+const VTuple& TupleOperand(Vlong count, int which) {
+  static const VTuple operands[2][2] = {
+      {MakeTuple<T>(kCounts[0], 0), MakeTuple<T>(kCounts[0], 1)},
+      {MakeTuple<T>(kCounts[1], 0), MakeTuple<T>(kCounts[1], 1)}};
+  return operands[count == kCounts[0] ? 0 : 1][which];
+}
+
+template <class T>
+std::vector<T> MakeVector(Vlong count, int which) {
+  std::vector<T> v(count);
+  for (Vlong i = 0; i < count; ++i) v[i] = Value<T>(i, which);
+  return v;
+}
+
+template <class T>
+const std::vector<T>& VectorOperand(Vlong count, int which) {
+  static const std::vector<T> operands[2][2] = {
+      {MakeVector<T>(kCounts[0], 0), MakeVector<T>(kCounts[0], 1)},
+      {MakeVector<T>(kCounts[1], 0), MakeVector<T>(kCounts[1], 1)}};
+  return operands[count == kCounts[0] ? 0 : 1][which];
 }
 
 // --- Elementwise operations: a fresh result each time, as in the tuple ----
 
 template <class T>
 void TupleAdd(benchmark::State& state) {
-  const VTuple& a = TupleOperand<T>(0);
-  const VTuple& b = TupleOperand<T>(1);
+  const VTuple& a = TupleOperand<T>(state.range(0), 0);
+  const VTuple& b = TupleOperand<T>(state.range(0), 1);
   for (auto _ : state) {
     VTuple r = a + b;
     benchmark::DoNotOptimize(r);
@@ -70,8 +71,8 @@ void TupleAdd(benchmark::State& state) {
 
 template <class T>
 void TupleMul(benchmark::State& state) {
-  const VTuple& a = TupleOperand<T>(0);
-  const VTuple& b = TupleOperand<T>(1);
+  const VTuple& a = TupleOperand<T>(state.range(0), 0);
+  const VTuple& b = TupleOperand<T>(state.range(0), 1);
   for (auto _ : state) {
     VTuple r = a * b;
     benchmark::DoNotOptimize(r);
@@ -80,8 +81,8 @@ void TupleMul(benchmark::State& state) {
 
 template <class T, class Op>
 void VectorElementwise(benchmark::State& state, Op op) {
-  const std::vector<T>& a = VectorOperand<T>(0);
-  const std::vector<T>& b = VectorOperand<T>(1);
+  const std::vector<T>& a = VectorOperand<T>(state.range(0), 0);
+  const std::vector<T>& b = VectorOperand<T>(state.range(0), 1);
   for (auto _ : state) {
     std::vector<T> r(a.size());
     for (size_t i = 0; i < a.size(); ++i) r[i] = op(a[i], b[i]);
@@ -103,14 +104,14 @@ void VectorMul(benchmark::State& state) {
 
 template <class T>
 void TupleEqual(benchmark::State& state) {
-  const VTuple& a = TupleOperand<T>(0);
+  const VTuple& a = TupleOperand<T>(state.range(0), 0);
   const VTuple b = a;
   for (auto _ : state) benchmark::DoNotOptimize(a == b);
 }
 
 template <class T>
 void VectorEqual(benchmark::State& state) {
-  const std::vector<T>& a = VectorOperand<T>(0);
+  const std::vector<T>& a = VectorOperand<T>(state.range(0), 0);
   const std::vector<T> b = a;
   for (auto _ : state) {
     int equal = 1;
@@ -126,7 +127,7 @@ void VectorEqual(benchmark::State& state) {
 
 template <class T>
 void TupleLess(benchmark::State& state) {
-  const VTuple& a = TupleOperand<T>(0);
+  const VTuple& a = TupleOperand<T>(state.range(0), 0);
   const VTuple b = a;
   for (auto _ : state) benchmark::DoNotOptimize(a < b);
 }
@@ -135,7 +136,7 @@ void TupleLess(benchmark::State& state) {
 // order false, then the first difference or the lengths decide.
 template <class T>
 void VectorLess(benchmark::State& state) {
-  const std::vector<T>& a = VectorOperand<T>(0);
+  const std::vector<T>& a = VectorOperand<T>(state.range(0), 0);
   const std::vector<T> b = a;
   for (auto _ : state) {
     int less = -1;
@@ -153,21 +154,21 @@ void VectorLess(benchmark::State& state) {
   }
 }
 
-BENCHMARK_TEMPLATE(TupleAdd, Vlong)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(VectorAdd, Vlong)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(TupleAdd, double)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(VectorAdd, double)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(TupleMul, Vlong)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(VectorMul, Vlong)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(TupleMul, double)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(VectorMul, double)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(TupleEqual, Vlong)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(VectorEqual, Vlong)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(TupleEqual, double)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(VectorEqual, double)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(TupleLess, Vlong)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(VectorLess, Vlong)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(TupleLess, double)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(VectorLess, double)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(TupleAdd, Vlong)->Arg(kCounts[0])->Arg(kCounts[1])->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(VectorAdd, Vlong)->Arg(kCounts[0])->Arg(kCounts[1])->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(TupleAdd, double)->Arg(kCounts[0])->Arg(kCounts[1])->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(VectorAdd, double)->Arg(kCounts[0])->Arg(kCounts[1])->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(TupleMul, Vlong)->Arg(kCounts[0])->Arg(kCounts[1])->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(VectorMul, Vlong)->Arg(kCounts[0])->Arg(kCounts[1])->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(TupleMul, double)->Arg(kCounts[0])->Arg(kCounts[1])->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(VectorMul, double)->Arg(kCounts[0])->Arg(kCounts[1])->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(TupleEqual, Vlong)->Arg(kCounts[0])->Arg(kCounts[1])->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(VectorEqual, Vlong)->Arg(kCounts[0])->Arg(kCounts[1])->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(TupleEqual, double)->Arg(kCounts[0])->Arg(kCounts[1])->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(VectorEqual, double)->Arg(kCounts[0])->Arg(kCounts[1])->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(TupleLess, Vlong)->Arg(kCounts[0])->Arg(kCounts[1])->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(VectorLess, Vlong)->Arg(kCounts[0])->Arg(kCounts[1])->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(TupleLess, double)->Arg(kCounts[0])->Arg(kCounts[1])->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(VectorLess, double)->Arg(kCounts[0])->Arg(kCounts[1])->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -173,6 +173,37 @@ TEST_F(TupleBlocksTest, RoomBeyondAResultIsUndefinedWhenMadeLive) {
   EXPECT_EQ(trace.Leaked(), 0) << trace.Report();
 }
 
+// A result made of numbers alone is released without a look at its
+// elements; every way of writing a text into it afterwards must undo that,
+// or the text leaks.
+TEST_F(TupleBlocksTest, TextsWrittenIntoANumericResultAreReleased) {
+  using Write = std::function<void(VTuple&)>;
+  const Write writes[] = {
+      [](VTuple& t) { t[3] = "indexed"; },
+      [](VTuple& t) { t[Tup({kLength + 2})] = "grown"; },
+      [](VTuple& t) { t += VCtrlVal("appended to each"); },
+      [](VTuple& t) { t += Tup({"spread"}); },
+      [](VTuple& t) { t.Append(Tup({"a", "b"})); },
+      [](VTuple& t) { t.ReplaceElements(Tup({0, 5}), Tup({"r"})); },
+      [](VTuple& t) { t = Tup({"assigned"}) + t; },
+      [](VTuple& t) {
+        VTuple one = t(0, 0) + Tup({1});
+        one += Tup({"x", "y"});
+        t = one;
+      },
+  };
+  control_test::ScopedMemTrace trace;
+  for (size_t k = 0; k < std::size(writes); ++k) {
+    SCOPED_TRACE("write " + std::to_string(k));
+    VTuple result = Numbers(false, 2) + Numbers(false, 3);
+    EXPECT_EQ(result.State(), VTuple().State());
+    writes[k](result);
+    const VTuple copy = result;
+    EXPECT_EQ(Show(copy), Show(result));
+  }
+  EXPECT_EQ(trace.Leaked(), 0) << trace.Report();
+}
+
 TEST_F(TupleBlocksTest, ComparisonsDecideInAnyBlock) {
   const VTuple longs = Numbers(false, 4);
   const VTuple reals = Numbers(true, 4);

@@ -23,6 +23,7 @@ VCtrlVal& Sink() {
 }  // namespace
 
 VCtrlVal& VTuple::operator[](Vlong index) {
+  MayHoldStrings();
   if (index < 0) {
     VEXA_RAISE("VCtrlVal & VTuple::operator [] (long index)",
                "index out of range: index = %" PRId64 "\n", index);

@@ -7,6 +7,7 @@
 #include <math.h>
 #include <string.h>
 
+#include "tag_scan.h"
 #include "tuple_kernel.h"
 #include "value_compare.h"
 
@@ -29,10 +30,42 @@ bool ElementsEqual(const VCtrlVal& x, const VCtrlVal& y) {
   return equal > 0 || (equal < 0 && !(x != y));
 }
 
+#if VEXAOBJ_ENTRY_VECTORS
+// Whether the `count` pairs from x and y are all of type `kType` and equal
+// as numbers, the tags checked in the same pass as the values: integers
+// by their bits, reals by the processor's comparison (a not-a-number
+// equals nothing, and zero equals minus zero).
+template <int kType>
+bool SameTypeEqualBlock(const VCtrlVal* x, const VCtrlVal* y, Vlong count) {
+  const __m128i tag_lane = _mm_set_epi32(0, kType, 0, 0);
+  __m128i tags = _mm_setzero_si128();
+  __m128i unequal = tags;
+  for (Vlong i = 0; i < count; ++i) {
+    const __m128i ex = internal::LoadEntry(x + i);
+    const __m128i ey = internal::LoadEntry(y + i);
+    tags = _mm_or_si128(tags, _mm_or_si128(_mm_xor_si128(ex, tag_lane), _mm_xor_si128(ey, tag_lane)));
+    if constexpr (kType == VPAR_LONG) {
+      unequal = _mm_or_si128(unequal, _mm_xor_si128(ex, ey));
+    } else {
+      unequal = _mm_or_si128(
+          unequal, _mm_castpd_si128(_mm_cmpneq_sd(_mm_castsi128_pd(ex), _mm_castsi128_pd(ey))));
+    }
+  }
+  return internal::TagLane(tags) == 0 && _mm_cvtsi128_si64(unequal) == 0;
+}
+#endif
+
 // Whether the `count` pairs from x and y, each side all integers or all
 // reals, are equal as numbers throughout; false for any other block. A
 // not-a-number equals nothing, so a true block holds none.
 bool BlockOfEqualNumbers(const VCtrlVal* x, const VCtrlVal* y, Vlong count) {
+#if VEXAOBJ_ENTRY_VECTORS
+  const int type = K::Tag(x[0]);
+  if (type == K::Tag(y[0])) {
+    if (type == VPAR_LONG) return SameTypeEqualBlock<VPAR_LONG>(x, y, count);
+    if (type == VPAR_DOUBLE) return SameTypeEqualBlock<VPAR_DOUBLE>(x, y, count);
+  }
+#endif
   const int tx = K::UniformType<true, true>(x, count);
   const int ty = K::UniformType<true, true>(y, count);
   if (tx == VPAR_UNDEF || ty == VPAR_UNDEF) return false;

@@ -88,6 +88,7 @@ VTuple VTuple::Remove(const VTuple& index) const {
 void VTuple::ReplaceElements(const VTuple& Index, const VTuple& ReplaceValue) {
   static const char proc[] =
       "void VTuple::ReplaceElements(const VTuple &Index,const VTuple &ReplaceValue)";
+  MayHoldStrings();
   const bool single = ReplaceValue.num == 1;
   if (Index.num != ReplaceValue.num && !single) {
     VEXA_RAISE(proc,

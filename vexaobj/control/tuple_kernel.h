@@ -22,6 +22,7 @@
 #include <vexaobj/VTuple.h>
 
 #include "raise.h"
+#include "tag_scan.h"
 #include "runtime_alloc.h"
 
 namespace Vexa {
@@ -100,6 +101,7 @@ struct TupleKernel {
   // live: entries made live within the capacity may hold anything and are
   // made undefined values; a reallocated array comes cleared.
   static void Extend(VTuple& t, Vlong index) {
+    t.MayHoldStrings();
     const Vlong old_num = t.num;
     const Vlong old_capacity = t.num_alloc;
     t.Extend(index);
@@ -120,6 +122,7 @@ struct TupleKernel {
   // ones for the loops to write, the rest for Extend to clear.
   // False when the storage could not be had; the failure has been raised.
   static bool GrowUncleared(VTuple& t, Vlong length) {
+    t.MayHoldStrings();
     const Vlong capacity = GrowthCapacity(length - 1).value();
     VCtrlVal* fresh = RuntimeAllocArray<VCtrlVal>(capacity, Fill::kNone, kNewLengthProc,
                                                   __FILE__, __LINE__);
@@ -172,11 +175,7 @@ struct TupleKernel {
   static int UniformType(const VCtrlVal* v, Vlong count) {
     const int tag = Tag(v[0]);
     if (!IsNumber(tag)) return VPAR_UNDEF;
-    if (kSteps) {
-      int differs = 0;
-      for (Vlong k = 0; k < count; ++k) differs |= Tag(v[kUp ? k : count - 1 - k]) ^ tag;
-      if (differs != 0) return VPAR_UNDEF;
-    }
+    if (kSteps && CombinedTags<kUp>(v, count, tag) != 0) return VPAR_UNDEF;
     return tag;
   }
 
@@ -207,8 +206,9 @@ struct TupleKernel {
   // Whether the element operation `Op` has a typed path for blocks:
   // `template <bool kLeftSteps, bool kRightSteps> bool Block(left, right,
   // out, count) const`, which either writes all `count` uncleared entries
-  // of `out` whole (PutLong, PutReal), as the element operation would, and
-  // returns true, or returns false having written nothing.
+  // of `out` whole with numbers, as the element operation would, and
+  // returns true, or returns false having written at most numbers, which
+  // the element path overwrites.
   template <class Op, class = void>
   struct HasBlockPath : std::false_type {};
   template <class Op>
@@ -226,25 +226,30 @@ struct TupleKernel {
                     bool right_steps, Vlong n, Op op) {
     VTuple result;
     if (n <= 0 || !GrowUncleared(result, n)) return result;
+    bool numbers_only;
     if (left_steps && right_steps) {
-      ZipLoop<true, true>(left, right, result.elems, n, op);
+      numbers_only = ZipLoop<true, true>(left, right, result.elems, n, op);
     } else if (left_steps) {
-      ZipLoop<true, false>(left, right, result.elems, n, op);
+      numbers_only = ZipLoop<true, false>(left, right, result.elems, n, op);
     } else {
-      ZipLoop<false, true>(left, right, result.elems, n, op);
+      numbers_only = ZipLoop<false, true>(left, right, result.elems, n, op);
     }
+    if (numbers_only) result.state |= VTuple::kNoStrings;
     return result;
   }
 
   // The inner loop, with the operands' stepping fixed at compile time. It
   // walks down in blocks. An operation with a typed path for blocks
   // (HasBlockPath) is offered each block first; what it declines goes
-  // element by element as in FillDown. If a write throws, the entries not
-  // yet reached are cleared as well, so that the array can be released.
+  // element by element as in FillDown. True when every block took the
+  // typed path, so that the result holds numbers only. If a write throws,
+  // the entries not yet reached are cleared as well, so that the array can
+  // be released.
   template <bool kLeftSteps, bool kRightSteps, class Op>
-  static void ZipLoop(const VCtrlVal* left, const VCtrlVal* right, VCtrlVal* out,
+  static bool ZipLoop(const VCtrlVal* left, const VCtrlVal* right, VCtrlVal* out,
                       Vlong n, Op op) {
     Vlong i = n - 1;
+    bool numbers_only = HasBlockPath<Op>::value;
     try {
       while (i >= 0) {
         const Vlong begin = i >= kBlockLength ? i + 1 - kBlockLength : 0;
@@ -256,6 +261,7 @@ struct TupleKernel {
             continue;
           }
         }
+        numbers_only = false;
         for (; i >= begin; --i) {
           ClearEntries(out + i, 1);
           op(left[kLeftSteps ? i : 0], right[kRightSteps ? i : 0], out[i]);
@@ -265,6 +271,7 @@ struct TupleKernel {
       ClearEntries(out, i);
       throw;
     }
+    return numbers_only;
   }
 
   // The broadcast rule of two tuples, tested in this order: an empty
@@ -297,6 +304,7 @@ struct TupleKernel {
   // throws leaves the higher indexes changed and the others as they were.
   template <class Op>
   static void Update(VTuple& t, const VCtrlVal* right, bool right_steps, Op op) {
+    t.MayHoldStrings();
     const Vlong right_stride = right_steps ? 1 : 0;
     for (Vlong i = t.num - 1; i >= 0; --i) {
       VCtrlVal value;
@@ -309,6 +317,7 @@ struct TupleKernel {
   // `left` must not live in t.
   template <class Op>
   static void Spread(VTuple& t, const VCtrlVal& left, const VTuple& right, Op op) {
+    t.MayHoldStrings();
     const Vlong n = right.num;
     if (n <= 0 || !Grow(t, n)) return;
     for (Vlong i = n - 1; i >= 0; --i) {

@@ -8,6 +8,7 @@
 
 #include <stdint.h>
 
+#include "tag_scan.h"
 #include "tuple_kernel.h"
 
 namespace Vexa {
@@ -43,6 +44,57 @@ inline double RealArith(double a, double b) {
   }
   return 0.0;
 }
+
+#if VEXAOBJ_ENTRY_VECTORS
+// Whether SameTypeBlock takes `kOp` on two operands of type `kType`: the
+// operations that cannot fault on whatever bits a slot of another type
+// holds (an integer division by such bits could).
+template <Arith kOp, int kType>
+constexpr bool kSameTypeOp =
+    kType == VPAR_LONG ? kOp == Arith::kAdd || kOp == Arith::kSub || kOp == Arith::kMul
+                       : kOp != Arith::kMod;
+
+// out[i] = x[i] op y[i] (or the single x[0], y[0] of a side that does not
+// step) for a block whose operands are taken to be all of type `kType`,
+// each result entry written whole with one store. The tags are checked in the same pass, from the same
+// loads: the result is the or of every tag's difference from `kType`, so
+// zero when the block really was of that type; otherwise the entries
+// written are numbers made of other bits, for the caller to overwrite.
+template <Arith kOp, int kType, bool kXSteps, bool kYSteps>
+uint32_t SameTypeBlock(const VCtrlVal* x, const VCtrlVal* y, VCtrlVal* out, Vlong count) {
+  const __m128i tag_lane = _mm_set_epi32(0, kType, 0, 0);
+  const __m128i tag_low = _mm_cvtsi32_si128(kType);
+  __m128i differences = _mm_setzero_si128();
+  for (Vlong i = count - 1; i >= 0; --i) {
+    const __m128i ex = LoadEntry(x + (kXSteps ? i : 0));
+    const __m128i ey = LoadEntry(y + (kYSteps ? i : 0));
+    differences = _mm_or_si128(
+        differences, _mm_or_si128(_mm_xor_si128(ex, tag_lane), _mm_xor_si128(ey, tag_lane)));
+    __m128i value;
+    if constexpr (kType == VPAR_LONG && kOp == Arith::kAdd) {
+      value = _mm_add_epi64(ex, ey);
+    } else if constexpr (kType == VPAR_LONG && kOp == Arith::kSub) {
+      value = _mm_sub_epi64(ex, ey);
+    } else if constexpr (kType == VPAR_LONG) {
+      value = _mm_cvtsi64_si128(LongArith<kOp>(_mm_cvtsi128_si64(ex), _mm_cvtsi128_si64(ey)));
+    } else {
+      // The scalar forms leave the upper lane (the tag) out of the
+      // arithmetic; their low lane is exactly RealArith's result.
+      const __m128d a = _mm_castsi128_pd(ex);
+      const __m128d b = _mm_castsi128_pd(ey);
+      __m128d r;
+      if constexpr (kOp == Arith::kAdd) r = _mm_add_sd(a, b);
+      if constexpr (kOp == Arith::kSub) r = _mm_sub_sd(a, b);
+      if constexpr (kOp == Arith::kMul) r = _mm_mul_sd(a, b);
+      if constexpr (kOp == Arith::kDiv) r = _mm_div_sd(a, b);
+      value = _mm_castpd_si128(r);
+    }
+    const __m128i entry = _mm_unpacklo_epi64(value, tag_low);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), entry);
+  }
+  return TagLane(differences);
+}
+#endif
 
 // Writes x op y into `out`, a slot holding no string, when both are
 // numbers the operator is defined on; false otherwise, with `out` as it
@@ -80,8 +132,33 @@ struct ArithElem {
   // The results NumericArith gives for such a block: integers of two
   // integers, else reals, where the one side that is integers is promoted.
   // A remainder with a real is declined, for the element path to raise.
+  // Two operands of one type go through SameTypeBlock where it takes the
+  // operation.
   template <bool kXSteps, bool kYSteps>
   bool Block(const VCtrlVal* x, const VCtrlVal* y, VCtrlVal* out, Vlong count) const {
+    using K = TupleKernel;
+#if VEXAOBJ_ENTRY_VECTORS
+    const int type = K::Tag(x[0]);
+    if (type == K::Tag(y[0])) {
+      const auto same = [&](auto type_constant) -> bool {
+        constexpr int kType = decltype(type_constant)::value;
+        if constexpr (kSameTypeOp<kOp, kType>) {
+          // Another type in the block: the element path writes it again.
+          return SameTypeBlock<kOp, kType, kXSteps, kYSteps>(x, y, out, count) == 0;
+        }
+        return SlowBlock<kXSteps, kYSteps>(x, y, out, count);
+      };
+      if (type == VPAR_LONG) return same(K::NumberType<VPAR_LONG>());
+      if (type == VPAR_DOUBLE) return same(K::NumberType<VPAR_DOUBLE>());
+    }
+#endif
+    return SlowBlock<kXSteps, kYSteps>(x, y, out, count);
+  }
+
+  // The typed loop after a scan of each side's tags, for any pair of
+  // number types.
+  template <bool kXSteps, bool kYSteps>
+  bool SlowBlock(const VCtrlVal* x, const VCtrlVal* y, VCtrlVal* out, Vlong count) const {
     using K = TupleKernel;
     const int tx = K::UniformType<kXSteps>(x, count);
     const int ty = K::UniformType<kYSteps>(y, count);

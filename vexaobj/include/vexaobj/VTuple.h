@@ -40,7 +40,7 @@ class VTuple : public VBaseArray {
   VTuple& operator=(const VTuple& in);
 
   const char* ClassName() const override { return "VTuple"; }
-  int State() const { return state; }
+  int State() const { return state & ~kNoStrings; }
 
   // Writable access; an index past the end grows the tuple.
   VCtrlVal& operator[](Vlong index);
@@ -289,7 +289,14 @@ class VTuple : public VBaseArray {
   // Makes `length` copies of value[0] (the two length constructors).
   void FillCopies(Vlong length, const VTuple& value, const char* proc);
 
+  // Bit of `state` set while no element can hold a string, so that the
+  // release need not look at the elements. Only a result the numeric loops
+  // wrote whole sets it; every write access to the elements clears it.
+  static constexpr unsigned char kNoStrings = 0x80;
+  void MayHoldStrings() { state &= static_cast<unsigned char>(~kNoStrings); }
+
   VCtrlVal* elems;
+  // The special state in the low seven bits, kNoStrings in the top one.
   unsigned char state;
 };
 

@@ -1,0 +1,67 @@
+// Scans of the type tags of an array of control values, the question every
+// tuple loop asks before it runs a typed path ("all integers?") and every
+// release asks before it frees ("any strings?"). Each entry is 16 bytes
+// with its tag in the third 32-bit word; with SSE2 one 128-bit load per
+// entry brings the tag, and the tags are combined in that lane only, so
+// the loop does two or three vector operations per entry instead of a
+// load, a compare and a branch.
+#ifndef VEXAOBJ_CONTROL_TAG_SCAN_H
+#define VEXAOBJ_CONTROL_TAG_SCAN_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(__SSE2__) && defined(__x86_64__)
+#include <emmintrin.h>
+// Whole entries are loaded into one SSE2 register each.
+#define VEXAOBJ_ENTRY_VECTORS 1
+#endif
+
+#include <vexa/types.h>
+#include <vexaobj/VCtrlVal.h>
+
+namespace Vexa {
+namespace internal {
+
+// The tags of `count` entries from `v`, each exclusive-or'ed with `flip`,
+// or'ed together: zero exactly when every tag equals `flip`; with `flip`
+// 0, the union of the tags (they are single bits). The entries are read
+// upward when kUp, else downward, so that a caller's walk through memory
+// stays one direction for the processor's prefetching.
+#if VEXAOBJ_ENTRY_VECTORS
+inline __m128i LoadEntry(const VCtrlVal* v) {
+  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(v));
+}
+
+// The third 32-bit word of `v`: the tag lane of an entry.
+inline uint32_t TagLane(__m128i v) {
+  return static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_shuffle_epi32(v, _MM_SHUFFLE(2, 2, 2, 2))));
+}
+#endif
+
+template <bool kUp>
+inline uint32_t CombinedTags(const VCtrlVal* v, Vlong count, int32_t flip) {
+  static_assert(offsetof(Vcpar, type) == 8, "the tag is the third 32-bit word of an entry");
+  const auto at = [&](Vlong k) { return kUp ? v + k : v + (count - 1 - k); };
+  Vlong k = 0;
+  uint32_t combined = 0;
+#if VEXAOBJ_ENTRY_VECTORS
+  const __m128i pattern = _mm_set_epi32(0, flip, 0, 0);
+  __m128i acc0 = _mm_setzero_si128();
+  __m128i acc1 = acc0;
+  for (; k + 2 <= count; k += 2) {
+    const __m128i e0 = LoadEntry(at(k));
+    const __m128i e1 = LoadEntry(at(k + 1));
+    acc0 = _mm_or_si128(acc0, _mm_xor_si128(e0, pattern));
+    acc1 = _mm_or_si128(acc1, _mm_xor_si128(e1, pattern));
+  }
+  combined = TagLane(_mm_or_si128(acc0, acc1));
+#endif
+  for (; k < count; ++k) combined |= static_cast<uint32_t>(at(k)->ValType() ^ flip);
+  return combined;
+}
+
+}  // namespace internal
+}  // namespace Vexa
+
+#endif  // VEXAOBJ_CONTROL_TAG_SCAN_H
