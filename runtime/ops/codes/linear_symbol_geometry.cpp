@@ -41,15 +41,17 @@ Vec ReadingDirection(const CodeImage& image, Vec a, Vec b) {
 }
 
 // Gray values at c + (first + i) * u for i in [0, count); false when a
-// point lies outside the crop.
+// point lies outside the crop. The crop is convex, so the points lie in it
+// when both ends do, and the samples between need no check.
 bool Profile(const CodeImage& image, Vec c, Vec u, double first, int count,
              std::vector<double>* p) {
   p->clear();
-  for (int i = 0; i < count; ++i) {
-    double v = 0;
-    if (!Sample(image, c + (first + i) * u, &v)) return false;
-    p->push_back(v);
-  }
+  if (count <= 0) return true;
+  const Vec start = c + first * u, end = c + (first + count - 1) * u;
+  if (!InsideCrop(image, start.y, start.x) || !InsideCrop(image, end.y, end.x)) return false;
+  p->resize(static_cast<size_t>(count));
+  const double x0 = start.x - image.col0, y0 = start.y - image.row0;
+  for (int i = 0; i < count; ++i) (*p)[i] = SampleInside(image, x0 + i * u.x, y0 + i * u.y);
   return true;
 }
 

@@ -152,16 +152,25 @@ ChordList RasterConvexPolygon(const std::vector<double>& rows,
   const auto col_range = std::minmax_element(cols.begin(), cols.end());
   const double col_min = *col_range.first, col_max = *col_range.second;
   const double mid = 0.5 * (*rmin + *rmax);
+  // Each edge as side * cross(edge, point - start) >= 0, linear in the
+  // column c of a point in row r: a c + b0 + b1 r >= -tol, where
+  // a = -side er and b = side (ec (r - r_i) + er c_i).
+  struct Edge {
+    double a, b0, b1, tol;
+  };
+  std::vector<Edge> edges;
+  edges.reserve(n);
+  for (size_t i = 0; i < n; ++i) {
+    const size_t j = (i + 1) % n;
+    const double er = rows[j] - rows[i], ec = cols[j] - cols[i];
+    if (er == 0 && ec == 0) continue;
+    edges.push_back({-side * er, side * (er * cols[i] - ec * rows[i]), side * ec,
+                     kEps * std::hypot(er, ec)});
+  }
   ForRows(mid, 0.5 * (*rmax - *rmin), [&](int32_t r, double) {
     double lo = col_min - kEps, hi = col_max + kEps;
-    for (size_t i = 0; i < n; ++i) {
-      const size_t j = (i + 1) % n;
-      const double er = rows[j] - rows[i], ec = cols[j] - cols[i];
-      if (er == 0 && ec == 0) continue;
-      // side * cross(edge, point - start) >= 0, linear in the column c:
-      // side * (ec * (r - r_i) - er * (c - c_i)) >= 0.
-      const double a = -side * er, b = side * (ec * (r - rows[i]) + er * cols[i]);
-      const double tol = kEps * std::hypot(er, ec);
+    for (const Edge& e : edges) {
+      const double a = e.a, b = e.b0 + e.b1 * r, tol = e.tol;
       if (std::fabs(a) < 1e-12) {
         if (b < -tol) hi = -kInf;
       } else if (a > 0) {
