@@ -16,15 +16,21 @@ namespace {
 
 using ZXing::BarcodeFormat;
 
-// The step between the turned views a format needs: the engine reads QR
-// codes at any angle (one upright view), linear codes and Data Matrix
-// within about 15 degrees of a quarter turn, PDF417 within about 8 and
-// Aztec codes only within about 4.
-double TurnStep(ZXing::BarcodeFormats formats) {
-  if (!(formats & BarcodeFormat::Aztec).empty()) return 6;
-  if (!(formats & BarcodeFormat::PDF417).empty()) return 15;
-  if (formats == ZXing::BarcodeFormats(BarcodeFormat::QRCode)) return 90;
-  return 30;
+// The turned views a format needs: the step between them, and whether
+// each is also read turned by a quarter turn. The engine reads QR codes
+// at any angle, but modules of two pixels near a diagonal only in a view
+// turned by 45 degrees; linear codes and Data Matrix within about 15
+// degrees of a quarter turn, PDF417 within about 8 and Aztec codes only
+// within about 4.
+struct Turns {
+  double step;
+  bool quarters;
+};
+Turns TurnsOf(ZXing::BarcodeFormats formats) {
+  if (!(formats & BarcodeFormat::Aztec).empty()) return {6, true};
+  if (!(formats & BarcodeFormat::PDF417).empty()) return {15, true};
+  if (formats == ZXing::BarcodeFormats(BarcodeFormat::QRCode)) return {45, false};
+  return {30, true};
 }
 
 // Pixels the engine reads and the map from their (x, y) to image
@@ -321,16 +327,17 @@ Vresult InpCodeImage(OpContext& ctx, int par, CodeImage* image) {
 
 std::vector<CodeHit> ReadCodes(const CodeImage& image, const CodeReadOptions& options) {
   if (image.width == 0) return {};
-  // Upright and its quarter turn first, then each tilted view and its
-  // quarter turn.
-  const double step = TurnStep(options.formats);
-  const int views = step >= 90 ? 1 : 2 * static_cast<int>(std::lround(90 / step));
+  // Upright (and its quarter turn) first, then each tilted view (and its
+  // quarter turn).
+  const Turns turns = TurnsOf(options.formats);
+  const int per_turn = turns.quarters ? 2 : 1;
+  const int views = per_turn * static_cast<int>(std::lround(90 / turns.step));
   return ReadViews(
       options, views,
       [&](int i) {
-        const double turn = (i / 2) * step;
+        const double turn = (i / per_turn) * turns.step;
         View v = turn == 0 ? UprightView(image) : TurnedView(image, turn);
-        v.quarter = i % 2 == 1;
+        v.quarter = i % per_turn == 1;
         return v;
       },
       [&](std::vector<CodeHit>* hits) { FinishLinear(image, options, hits); });
