@@ -148,10 +148,17 @@ constexpr double kMaxEnlargedPixels = 4e6;
 // threshold for the whole view (which assumes even lighting across it).
 struct Enhancement {
   double sharpening;  // weight of the difference to the blurred pixels
-  bool binarize;      // at EdgeThreshold, read as binary pixels
+  bool binarize;      // read as binary pixels (Threshold)
 };
 constexpr Enhancement kLinearEnhancement = {1, false};
 constexpr Enhancement kMatrixEnhancement = {4, true};
+
+// The thresholds a binarized view is read at, in this order: the view's
+// edge threshold (EdgeThreshold), then Otsu's threshold of the sharpened
+// pixels, which some symbols of two-pixel modules need where the edge
+// threshold lies too far to one side of their grey values.
+enum class Threshold { kEdge, kOtsu };
+constexpr Threshold kThresholds[] = {Threshold::kEdge, Threshold::kOtsu};
 
 // The grey value between a symbol's dark and light modules: the mean of
 // the pixels that differ most from their blurred neighbourhood (by at least
@@ -166,56 +173,82 @@ double EdgeThreshold(const cv::Mat& pixels, const cv::Mat& blurred) {
   return cv::mean(pixels, difference > largest / 2)[0];
 }
 
-// The pixels the engine reads for `view`: as they are (a header, never
-// written) or inverted, and with `enhance` enlarged twice (bicubic, for
-// views of at most kMaxEnlargedPixels), sharpened against a blur of one
+// The pixels of `view` for the enhanced pass: enlarged twice (bicubic, for
+// views of at most kMaxEnlargedPixels) and sharpened against a blur of one
 // original pixel (the pixels plus `sharpening` times their difference to
-// their Gaussian blur of that sigma) and, for 2D codes, binarized at the
-// view's edge threshold (EdgeThreshold).
-// This restores modules of two pixels that a blur of sigma 1 has brought
-// to under a third of their contrast. `scale` is the enlargement.
-cv::Mat Prepared(const View& view, bool inverted, const Enhancement* enhance, double* scale) {
+// their Gaussian blur of that sigma). This restores modules of two pixels
+// that a blur of sigma 1 has brought to under a third of their contrast.
+// `scale` is the enlargement; `edge` the view's EdgeThreshold when the
+// enhancement binarizes.
+cv::Mat Sharpened(const View& view, const Enhancement& enhance, double* edge, double* scale) {
+  cv::Mat source = view.pixels, blurred, out;
   *scale = 1;
-  if (!inverted && !enhance) return view.pixels;
-  cv::Mat out;
-  if (enhance) {
-    cv::Mat source = view.pixels, blurred;
-    if (static_cast<double>(view.pixels.total()) <= kMaxEnlargedPixels) {
-      cv::resize(view.pixels, source, cv::Size(), 2, 2, cv::INTER_CUBIC);
-      *scale = 2;
-    }
-    cv::GaussianBlur(source, blurred, cv::Size(0, 0), *scale);
-    const double threshold = enhance->binarize ? EdgeThreshold(source, blurred) : 0;
-    cv::addWeighted(source, 1 + enhance->sharpening, blurred, -enhance->sharpening, 0, out);
-    if (enhance->binarize) cv::threshold(out, out, threshold, 255, cv::THRESH_BINARY);
+  if (static_cast<double>(view.pixels.total()) <= kMaxEnlargedPixels) {
+    cv::resize(view.pixels, source, cv::Size(), 2, 2, cv::INTER_CUBIC);
+    *scale = 2;
   }
-  if (inverted) cv::bitwise_not(enhance ? out : view.pixels, out);
+  cv::GaussianBlur(source, blurred, cv::Size(0, 0), *scale);
+  *edge = enhance.binarize ? EdgeThreshold(source, blurred) : 0;
+  cv::addWeighted(source, 1 + enhance.sharpening, blurred, -enhance.sharpening, 0, out);
   return out;
 }
 
-// Reads one view; true when it gave a decoded symbol. In the enhanced
-// pass binarized pixels are read as they are.
-bool ReadView(const View& view, const std::vector<ZXing::DecodeHints>& calls, bool inverted,
-              bool enhanced, std::vector<CodeHit>* hits) {
-  const bool linear = std::any_of(calls.begin(), calls.end(),
-                                  [](const ZXing::DecodeHints& h) { return IsLinear(h.formats()); });
-  const Enhancement* enhance =
-      !enhanced ? nullptr : linear ? &kLinearEnhancement : &kMatrixEnhancement;
-  double scale = 1;
-  const cv::Mat pixels = Prepared(view, inverted, enhance, &scale);
+cv::Mat Binarized(const cv::Mat& sharpened, Threshold threshold, double edge) {
+  cv::Mat out;
+  if (threshold == Threshold::kEdge) {
+    cv::threshold(sharpened, out, edge, 255, cv::THRESH_BINARY);
+  } else {
+    cv::threshold(sharpened, out, 0, 255, cv::THRESH_BINARY | cv::THRESH_OTSU);
+  }
+  return out;
+}
+
+// Reads `pixels` (the view's, prepared as `enhance` says, `scale` times
+// enlarged); true when that gave a decoded symbol. Binarized pixels are
+// read as they are.
+bool ReadPixels(const View& view, const cv::Mat& pixels, double scale, bool binary,
+                const std::vector<ZXing::DecodeHints>& calls, std::vector<CodeHit>* hits) {
   ZXing::ImageView zx(pixels.ptr<uint8_t>(), pixels.cols, pixels.rows, ZXing::ImageFormat::Lum,
                       static_cast<int>(pixels.step[0]));
   if (view.quarter) zx = zx.rotated(90);
   bool decoded = false;
   for (ZXing::DecodeHints hints : calls) {
     if (decoded && IsLinear(hints.formats())) break;  // one linear code per read
-    if (enhance && enhance->binarize) hints.setBinarizer(ZXing::Binarizer::FixedThreshold);
+    if (binary) hints.setBinarizer(ZXing::Binarizer::FixedThreshold);
     for (const ZXing::Result& r : ZXing::ReadBarcodes(zx, hints)) {
       hits->push_back(HitOf(r, view, pixels, scale));
       decoded = decoded || hits->back().valid;
     }
   }
   return decoded;
+}
+
+cv::Mat Inverted(const cv::Mat& pixels) {
+  cv::Mat out;
+  cv::bitwise_not(pixels, out);
+  return out;
+}
+
+// Reads one view, as it is or (`enhanced`) enlarged, sharpened and, for
+// 2D codes, binarized at each of kThresholds until one decodes; true when
+// a read gave a decoded symbol.
+bool ReadView(const View& view, const std::vector<ZXing::DecodeHints>& calls, bool inverted,
+              bool enhanced, std::vector<CodeHit>* hits) {
+  if (!enhanced)
+    return ReadPixels(view, inverted ? Inverted(view.pixels) : view.pixels, 1, false, calls, hits);
+  const bool linear = std::any_of(calls.begin(), calls.end(),
+                                  [](const ZXing::DecodeHints& h) { return IsLinear(h.formats()); });
+  const Enhancement& enhance = linear ? kLinearEnhancement : kMatrixEnhancement;
+  double edge = 0, scale = 1;
+  const cv::Mat sharpened = Sharpened(view, enhance, &edge, &scale);
+  if (!enhance.binarize)
+    return ReadPixels(view, inverted ? Inverted(sharpened) : sharpened, scale, false, calls, hits);
+  for (Threshold threshold : kThresholds) {
+    const cv::Mat binary = Binarized(sharpened, threshold, edge);
+    if (ReadPixels(view, inverted ? Inverted(binary) : binary, scale, true, calls, hits))
+      return true;
+  }
+  return false;
 }
 
 std::vector<bool> InversionsOf(CodePolarity p) {
