@@ -19,9 +19,10 @@ using ZXing::BarcodeFormat;
 // The turned views a format needs: the step between them, and whether
 // each is also read turned by a quarter turn. The engine reads QR codes
 // at any angle, but modules of two pixels near a diagonal only in a view
-// turned by 45 degrees; linear codes and Data Matrix within about 15
-// degrees of a quarter turn, PDF417 within about 8 and Aztec codes only
-// within about 4.
+// turned by 45 degrees; Data Matrix within about 15 degrees of a quarter
+// turn, linear codes as well but those of two pixels per module (Code 93
+// above all) only within about 8, PDF417 within about 8 and Aztec codes
+// only within about 4.
 struct Turns {
   double step;
   bool quarters;
@@ -30,6 +31,7 @@ Turns TurnsOf(ZXing::BarcodeFormats formats) {
   if (!(formats & BarcodeFormat::Aztec).empty()) return {6, true};
   if (!(formats & BarcodeFormat::PDF417).empty()) return {15, true};
   if (formats == ZXing::BarcodeFormats(BarcodeFormat::QRCode)) return {45, false};
+  if (!(formats & BarcodeFormat::LinearCodes).empty()) return {15, true};
   return {30, true};
 }
 
@@ -54,10 +56,11 @@ View UprightView(const CodeImage& image) {
 
 // The view whose pixel (x, y) lies at crop coordinates
 // (x, y) -> (a[0] x + a[1] y + a[2], a[3] x + a[4] y + a[5]) as (col, row).
-View ResampledView(const CodeImage& image, const cv::Matx23d& to_crop, cv::Size size) {
+View ResampledView(const CodeImage& image, const cv::Matx23d& to_crop, cv::Size size,
+                   int interpolation = cv::INTER_LINEAR) {
   View v;
   cv::warpAffine(UprightView(image).pixels, v.pixels, cv::Mat(to_crop), size,
-                 cv::INTER_LINEAR | cv::WARP_INVERSE_MAP, cv::BORDER_REPLICATE);
+                 interpolation | cv::WARP_INVERSE_MAP, cv::BORDER_REPLICATE);
   v.m[0] = to_crop(1, 0), v.m[1] = to_crop(1, 1), v.m[2] = to_crop(1, 2) + image.row0;
   v.m[3] = to_crop(0, 0), v.m[4] = to_crop(0, 1), v.m[5] = to_crop(0, 2) + image.col0;
   return v;
@@ -284,20 +287,28 @@ std::vector<CodeHit> ReadViews(const CodeReadOptions& options, int num_views, Ma
 
 // The view of the rectangle with centre (row, col), half lengths len1
 // along phi and len2 across: view x runs along phi, view y across it
-// (clockwise from phi on screen), both centred on (row, col).
+// (clockwise from phi on screen), both centred on (row, col), with
+// `density` view pixels per image pixel (bicubic when above 1).
 View RectangleView(const CodeImage& image, double row, double col, double phi, double len1,
-                   double len2) {
-  const double c = std::cos(phi), s = std::sin(phi);
-  const int out_w = static_cast<int>(std::floor(2 * len1)) + 1;
-  const int out_h = static_cast<int>(std::floor(2 * len2)) + 1;
+                   double len2, double density = 1) {
+  const double c = std::cos(phi) / density, s = std::sin(phi) / density;
+  const int out_w = static_cast<int>(std::floor(2 * len1 * density)) + 1;
+  const int out_h = static_cast<int>(std::floor(2 * len2 * density)) + 1;
   const double x0 = (out_w - 1) / 2.0, y0 = (out_h - 1) / 2.0;
   const double cc = col - image.col0, rc = row - image.row0;
   const cv::Matx23d to_crop(c, s, cc - c * x0 - s * y0,  //
                             -s, c, rc + s * x0 - c * y0);
-  return ResampledView(image, to_crop, cv::Size(out_w, out_h));
+  return ResampledView(image, to_crop, cv::Size(out_w, out_h),
+                       density > 1 ? cv::INTER_CUBIC : cv::INTER_LINEAR);
 }
 
 double Gap(double a, double b) { return std::fabs(std::remainder(a - b, 2 * M_PI)); }
+
+// Pixels per image pixel of the view a skewed linear code is read again
+// in: bars of two pixels, turned by a bilinear resampling at the image's
+// own density, lose the contrast the engine needs; a bicubic view at twice
+// the density keeps it.
+constexpr double kRereadDensity = 2;
 
 // Outlines the linear codes among `hits`. A code that was read along a
 // scan line more than 2 degrees off its measured axis may be misread: a
@@ -319,7 +330,7 @@ void FinishLinear(const CodeImage& image, const CodeReadOptions& options,
     const double half = std::hypot(hit.rows[1] - hit.rows[0], hit.cols[1] - hit.cols[0]) / 2;
     const double high = std::hypot(hit.rows[3] - hit.rows[0], hit.cols[3] - hit.cols[0]);
     const View view = RectangleView(image, row, col, hit.Orientation(), 3 * half + 20,
-                                    std::max(high / 2, 8.0));
+                                    std::max(high / 2, 8.0), kRereadDensity);
     const std::vector<CodeHit> again =
         ReadViews(options, 1, [&](int) { return view; }, [](std::vector<CodeHit>*) {});
     if (!again.empty() && again.front().valid) {
