@@ -142,10 +142,8 @@ inline double AngleGap(double a, double b) { return std::fabs(std::remainder(a -
 
 constexpr double kMaxModule = 6;
 
-// Ten turns (fixed seed) paired with module sizes spread over
-// min_module..kMaxModule pixels: 2 for every code type but Aztec, whose
-// bull's eye the engine does not find below about 3 pixels per module
-// under this blur and noise (docs/operators/codes.md).
+// Ten turns (fixed seed) paired with module sizes spread evenly over
+// min_module..kMaxModule pixels.
 inline std::vector<std::pair<double, double>> TurnsAndModules(unsigned seed, double min_module) {
   std::mt19937 rng(seed);
   std::uniform_real_distribution<double> turn(-180, 180);

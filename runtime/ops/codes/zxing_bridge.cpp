@@ -8,6 +8,7 @@
 #include <utility>
 #include <opencv2/imgproc.hpp>
 
+#include "ops/codes/aztec_restoration.h"
 #include "ops/codes/linear_symbol_geometry.h"
 #include "ops/common/op_objects.h"
 
@@ -254,6 +255,10 @@ bool ReadView(const View& view, const std::vector<ZXing::DecodeHints>& calls, bo
   return false;
 }
 
+bool AnyValid(const std::vector<CodeHit>& hits) {
+  return std::any_of(hits.begin(), hits.end(), [](const CodeHit& h) { return h.valid; });
+}
+
 std::vector<bool> InversionsOf(CodePolarity p) {
   if (p == CodePolarity::kAny) return {false, true};
   return {p == CodePolarity::kLightOnDark};
@@ -276,8 +281,7 @@ std::vector<CodeHit> ReadViews(const CodeReadOptions& options, int num_views, Ma
         std::vector<CodeHit> hits;
         if (ReadView(view, hints, inverted, pass == 1, &hits)) {
           finish(&hits);
-          if (std::any_of(hits.begin(), hits.end(), [](const CodeHit& h) { return h.valid; }))
-            return hits;
+          if (AnyValid(hits)) return hits;
         }
         undecoded.insert(undecoded.end(), hits.begin(), hits.end());
       }
@@ -342,6 +346,27 @@ void FinishLinear(const CodeImage& image, const CodeReadOptions& options,
   }
 }
 
+// The Aztec codes in the crop that only a restoration of their modules
+// makes readable (aztec_restoration.h): each restored drawing is read as
+// a binary view mapped onto the crop.
+std::vector<CodeHit> ReadRestoredAztec(const CodeImage& image, const CodeReadOptions& options) {
+  const std::vector<ZXing::DecodeHints> calls = {HintsOf(options, BarcodeFormat::Aztec, 1)};
+  const View upright = UprightView(image);
+  for (bool inverted : InversionsOf(options.polarity)) {
+    const cv::Mat gray = inverted ? Inverted(upright.pixels) : upright.pixels;
+    for (const RestoredSymbol& restored : RestoreAztecSymbols(gray)) {
+      View view;
+      view.pixels = restored.pixels;
+      const double m[6] = {restored.m[3], restored.m[4], restored.m[5] + image.row0,
+                           restored.m[0], restored.m[1], restored.m[2] + image.col0};
+      std::copy(m, m + 6, view.m);
+      std::vector<CodeHit> hits;
+      if (ReadPixels(view, view.pixels, 1, true, calls, &hits)) return hits;
+    }
+  }
+  return {};
+}
+
 }  // namespace
 
 double CodeHit::Orientation() const {
@@ -376,7 +401,7 @@ std::vector<CodeHit> ReadCodes(const CodeImage& image, const CodeReadOptions& op
   const Turns turns = TurnsOf(options.formats);
   const int per_turn = turns.quarters ? 2 : 1;
   const int views = per_turn * static_cast<int>(std::lround(90 / turns.step));
-  return ReadViews(
+  std::vector<CodeHit> hits = ReadViews(
       options, views,
       [&](int i) {
         const double turn = (i / per_turn) * turns.step;
@@ -385,6 +410,9 @@ std::vector<CodeHit> ReadCodes(const CodeImage& image, const CodeReadOptions& op
         return v;
       },
       [&](std::vector<CodeHit>* hits) { FinishLinear(image, options, hits); });
+  if (AnyValid(hits) || (options.formats & BarcodeFormat::Aztec).empty()) return hits;
+  std::vector<CodeHit> restored = ReadRestoredAztec(image, options);
+  return restored.empty() ? hits : restored;
 }
 
 std::vector<CodeHit> ReadDrawnCodes(const CodeImage& image, const CodeReadOptions& options) {
