@@ -179,7 +179,7 @@ TEST_F(CodeDescrTest, GenericDescriptionsSelectTypesAndElementSizes) {
 TEST_F(CodeDescrTest, RefusesBadLinearDescriptionsAndElements) {
   VTuple descr, out, out2, out3;
   EXPECT_EQ(gen_1d_bar_code_descr("EAN-13", 5, 4, &descr), VERR_CTRL_VALUE(2));
-  EXPECT_EQ(gen_1d_bar_code_descr("Micro QR Code", 1, 0, &descr), VERR_SYMBOLOGY);
+  EXPECT_EQ(gen_1d_bar_code_descr("Micro QR Code", 1, 0, &descr), VERR_CTRL_VALUE(0));
   EXPECT_EQ(gen_1d_bar_code_descr("EAN-14", 1, 0, &descr), VERR_CTRL_VALUE(0));
   // No type has seven elements per character; element sizes upside down.
   EXPECT_EQ(gen_1d_bar_code_descr_gen(1, 0, 1, 8, 7, 0.5, "absent", &descr), VERR_CTRL_VALUE(4));
@@ -296,7 +296,7 @@ TEST_F(CodeDescrTest, RefusesBad2dDescriptionsAndGrids) {
   VTuple descr, out[5];
   EXPECT_EQ(gen_2d_bar_code_descr("QR Code", 4.0, 2.0, &descr), VERR_CTRL_VALUE(2));
   EXPECT_EQ(gen_2d_bar_code_descr("QR Code", 0.0, 2.0, &descr), VERR_CTRL_VALUE(1));
-  EXPECT_EQ(gen_2d_bar_code_descr("Micro QR Code", 2.0, 4.0, &descr), VERR_SYMBOLOGY);
+  EXPECT_EQ(gen_2d_bar_code_descr("Maxi Code", 2.0, 4.0, &descr), VERR_CTRL_VALUE(0));
   ASSERT_EQ(gen_2d_bar_code_descr("QR Code", 2.0, 8.0, &descr), VRESULT_OK);
   ASSERT_EQ(descr.Num(), 4);
   // A grid of modules that is no symbol decodes to nothing.

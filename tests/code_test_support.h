@@ -8,6 +8,7 @@
 #define ZX_USE_UTF8 1
 #include <ZXing/BitMatrix.h>
 #include <ZXing/MultiFormatWriter.h>
+#include <ZXing/ReadBarcode.h>
 #include <gtest/gtest.h>
 #include <vexaobj.h>
 
@@ -19,6 +20,7 @@
 #include <vector>
 
 #include "databar_expanded_encoder.h"
+#include "micro_qr_encoder.h"
 #include "vexa/errors.h"
 
 namespace code_test {
@@ -49,9 +51,18 @@ inline Vobject ByteImage(const std::vector<uint8_t>& pixels, int width, int heig
 }
 
 // The symbol's modules: written by the engine's encoder, or by ours for
-// GS1 DataBar Omnidirectional (13 digits) and Expanded (a GS1 element
-// string), which the engine cannot write.
+// the types the engine cannot write: GS1 DataBar Omnidirectional (13
+// digits) and Expanded (a GS1 element string), Micro QR Code (the smallest
+// symbol at level L).
 inline ZXing::BitMatrix EncodeSymbol(ZXing::BarcodeFormat format, const std::string& content) {
+  if (format == ZXing::BarcodeFormat::MicroQRCode) {
+    const micro_qr::Symbol symbol = micro_qr::Encode(content);
+    ZXing::BitMatrix bits(symbol.size, symbol.size);
+    for (int r = 0; r < symbol.size; ++r)
+      for (int c = 0; c < symbol.size; ++c)
+        if (symbol.At(r, c)) bits.set(c, r);
+    return bits;
+  }
   if (format != ZXing::BarcodeFormat::DataBar && format != ZXing::BarcodeFormat::DataBarExpanded)
     return ZXing::MultiFormatWriter(format).setMargin(0).encode(content, 0, 0);
   const std::vector<bool> modules = format == ZXing::BarcodeFormat::DataBar

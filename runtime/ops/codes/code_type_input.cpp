@@ -9,7 +9,6 @@ namespace vexa {
 namespace {
 
 Vresult Lookup(const Symbology* table, int n, int par, const char* name, int* index) {
-  if (IsUnsupportedSymbology(name)) return VERR_SYMBOLOGY;
   *index = FindSymbology(table, n, name);
   return *index >= 0 ? VRESULT_OK : VERR_CTRL_VALUE(par);
 }

@@ -52,15 +52,17 @@ std::vector<Size> AztecSizes() {
 
 const std::vector<Size>* SizesOf(BarcodeFormat format) {
   static const std::vector<Size> qr = QrSizes(), dm = DataMatrixSizes(), aztec = AztecSizes();
+  static const std::vector<Size> micro_qr = Squares({11, 13, 15, 17});  // versions M1..M4
   if (format == BarcodeFormat::QRCode) return &qr;
+  if (format == BarcodeFormat::MicroQRCode) return &micro_qr;
   if (format == BarcodeFormat::DataMatrix) return &dm;
   if (format == BarcodeFormat::Aztec) return &aztec;
   return nullptr;
 }
 
 // A module that is set in every symbol of the type: the outer corner of
-// the top-left finder pattern (QR Code), the corner of the L-shaped finder
-// (Data Matrix), the bullseye's centre (Aztec).
+// the top-left finder pattern (QR Code, Micro QR Code), the corner of the
+// L-shaped finder (Data Matrix), the bullseye's centre (Aztec).
 std::pair<int, int> SetModule(BarcodeFormat format, Size size) {
   if (format == BarcodeFormat::DataMatrix) return {size.first - 1, 0};
   if (format == BarcodeFormat::Aztec) return {size.first / 2, size.second / 2};

@@ -2,8 +2,9 @@
 //
 // The engine reports a symbol's four outer corners but not its size in
 // modules. The size is fitted here: for each size the code type allows
-// (QR Code 21..177 in steps of 4, the Data Matrix ECC 200 squares and
-// rectangles, the Aztec compact and full-range sizes), the gray values at
+// (QR Code 21..177 in steps of 4, Micro QR Code 11..17 in steps of 2,
+// the Data Matrix ECC 200 squares and rectangles, the Aztec compact and
+// full-range sizes), the gray values at
 // the module centres of a grid spanned by the corners are sampled, and the
 // size whose samples lie farthest from their mid-gray (relative to their
 // contrast) wins. At a wrong size many samples fall on module edges, where

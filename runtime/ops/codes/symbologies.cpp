@@ -25,6 +25,7 @@ const Symbology kDataCodeTypes[kNumDataCodeTypes] = {
     {"Data Matrix ECC 200", BarcodeFormat::DataMatrix},
     {"PDF417", BarcodeFormat::PDF417},
     {"Aztec Code", BarcodeFormat::Aztec},
+    {"Micro QR Code", BarcodeFormat::MicroQRCode},
 };
 
 int FindSymbology(const Symbology* table, int n, const char* name) {
@@ -40,7 +41,5 @@ const char* SymbologyName(BarcodeFormat format) {
     if (s.format == format) return s.name;
   return "";
 }
-
-bool IsUnsupportedSymbology(const char* name) { return std::strcmp(name, "Micro QR Code") == 0; }
 
 }  // namespace vexa

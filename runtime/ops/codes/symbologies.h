@@ -15,17 +15,12 @@ struct Symbology {
 constexpr int kNumBarCodeTypes = 11;
 extern const Symbology kBarCodeTypes[kNumBarCodeTypes];
 // 2D data codes.
-constexpr int kNumDataCodeTypes = 4;
+constexpr int kNumDataCodeTypes = 5;
 extern const Symbology kDataCodeTypes[kNumDataCodeTypes];
 
 // Index of `name` in `table`, or -1.
 int FindSymbology(const Symbology* table, int n, const char* name);
 // The name of a format in either table ("" for another one).
 const char* SymbologyName(ZXing::BarcodeFormat format);
-
-// The name of a code type the engine cannot read ("Micro QR Code"): the
-// tools answer VERR_SYMBOLOGY for it instead of the code for an unknown
-// name.
-bool IsUnsupportedSymbology(const char* name);
 
 }  // namespace vexa
