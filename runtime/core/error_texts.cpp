@@ -77,7 +77,7 @@ const FixedText kFixedTexts[] = {
     {VERR_GRAB_SOURCE, "Image acquisition source holds no readable image"},
     {VERR_FILE_MODE, "File is not open for this kind of access"},
     {VERR_MODEL_POINTS, "Model has too few edge points: contrast too high or model region too small"},
-    {VERR_SYMBOLOGY, "Code type is not supported by the decoder (Micro QR Code cannot be read)"},
+    {VERR_SYMBOLOGY, "Code type is not supported by the decoder"},
     {VERR_CODE_DESCR, "Bar code description is invalid (make it with gen_1d_bar_code_descr or gen_2d_bar_code_descr)"},
     {VERR_CODE_RESULT_NA, "Result is not available for this code type"},
     {VERR_CODE_UNREADABLE, "Code elements or modules do not form a readable code"},
