@@ -8,7 +8,7 @@
 #include <utility>
 #include <opencv2/imgproc.hpp>
 
-#include "ops/codes/aztec_restoration.h"
+#include "ops/codes/symbol_restoration.h"
 #include "ops/codes/linear_symbol_geometry.h"
 #include "ops/common/op_objects.h"
 
@@ -349,15 +349,17 @@ void FinishLinear(const CodeImage& image, const CodeReadOptions& options,
   }
 }
 
-// The Aztec codes in the crop that only a restoration of their modules
-// makes readable (aztec_restoration.h): each restored drawing is read as
-// a binary view mapped onto the crop.
-std::vector<CodeHit> ReadRestoredAztec(const CodeImage& image, const CodeReadOptions& options) {
-  const std::vector<ZXing::DecodeHints> calls = {HintsOf(options, BarcodeFormat::Aztec, 1)};
+// The codes of `format` (Aztec or Micro QR) in the crop that only a
+// restoration of their modules makes readable (symbol_restoration.h),
+// found by `pattern`: each restored drawing is read as a binary view
+// mapped onto the crop.
+std::vector<CodeHit> ReadRestored(const CodeImage& image, const CodeReadOptions& options,
+                                  BarcodeFormat format, RingPattern pattern) {
+  const std::vector<ZXing::DecodeHints> calls = {HintsOf(options, format, 1)};
   const View upright = UprightView(image);
   for (bool inverted : InversionsOf(options.polarity)) {
     const cv::Mat gray = inverted ? Inverted(upright.pixels) : upright.pixels;
-    for (const RestoredSymbol& restored : RestoreAztecSymbols(gray)) {
+    for (const RestoredSymbol& restored : RestoreSymbols(gray, pattern)) {
       View view;
       view.pixels = restored.pixels;
       const double m[6] = {restored.m[3], restored.m[4], restored.m[5] + image.row0,
@@ -413,9 +415,16 @@ std::vector<CodeHit> ReadCodes(const CodeImage& image, const CodeReadOptions& op
         return v;
       },
       [&](std::vector<CodeHit>* hits) { FinishLinear(image, options, hits); });
-  if (AnyValid(hits) || (options.formats & BarcodeFormat::Aztec).empty()) return hits;
-  std::vector<CodeHit> restored = ReadRestoredAztec(image, options);
-  return restored.empty() ? hits : restored;
+  // Aztec and Micro QR codes of two-pixel modules that no view decoded.
+  const std::pair<BarcodeFormat, RingPattern> restorable[] = {
+      {BarcodeFormat::Aztec, RingPattern::kAztecBullsEye},
+      {BarcodeFormat::MicroQRCode, RingPattern::kMicroQrFinder}};
+  for (const auto& [format, pattern] : restorable) {
+    if (AnyValid(hits) || (options.formats & format).empty()) continue;
+    std::vector<CodeHit> restored = ReadRestored(image, options, format, pattern);
+    if (!restored.empty()) hits = std::move(restored);
+  }
+  return hits;
 }
 
 std::vector<CodeHit> ReadDrawnCodes(const CodeImage& image, const CodeReadOptions& options) {

@@ -31,10 +31,11 @@
 // of sigma 1 (Aztec codes from about 3). A search that finds nothing thus
 // reads every view twice, the second time at four times the pixels.
 //
-// Aztec codes of 2 pixels per module. When the search for Aztec codes
-// still has no decoded code, their bull's-eyes are looked for in the grey
-// values and each symbol is restored module by module and read as a crisp
-// drawing (aztec_restoration.h); its corners are mapped back to the image.
+// Aztec and Micro QR codes of 2 pixels per module. When the search for
+// such codes still has no decoded code, their bull's-eyes or finder
+// patterns are looked for in the grey values and each symbol is restored
+// module by module and read as a crisp drawing (symbol_restoration.h); its
+// corners are mapped back to the image.
 #pragma once
 
 #define ZX_USE_UTF8 1

@@ -1,4 +1,4 @@
-#include "ops/codes/aztec_restoration.h"
+#include "ops/codes/symbol_restoration.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,19 +11,47 @@
 namespace vexa {
 namespace {
 
-// The bull's-eye's rings that every Aztec symbol has: the modules within
-// this many of the centre (in the maximum norm) are dark at even
-// distances and light at odd ones.
-constexpr int kRings = 4;
+// The rings of a pattern out to `rings` modules from its centre (in the
+// maximum norm): ring d is dark when bit d of `dark_rings` is set. A line
+// through the centre crosses the rings at equal steps whatever its
+// direction; `crossings` are the run patterns such a line shows (see
+// CrossingsOf). `max_radius` bounds the modules a symbol of the type can
+// reach from its pattern's centre.
+struct RunPattern {
+  bool dark;     // the central run's colour
+  double steps;  // the central run's length in steps
+  int sides;     // runs of one step on each side, before a longer last one
+};
+struct PatternShape {
+  int rings;
+  unsigned dark_rings;
+  std::vector<RunPattern> crossings;
+  int max_radius;
 
-// The search for bull's-eyes runs on the image enlarged this many times,
+  bool Dark(int i, int j) const { return (dark_rings >> std::max(std::abs(i), std::abs(j))) & 1; }
+};
+
+// The Aztec bull's-eye: a dark central module, on each side three runs of
+// a module and a longer fourth (the outer dark ring, which may merge with
+// dark modules beyond it). Under blur the central module, alone in a light
+// ring, is often lost: then the central run is light and three steps
+// long, with two runs of one step and a longer third on each side.
+// The Micro QR finder: a dark core of three modules, on each side a light
+// and a dark run of one module and a longer light one (the separator or
+// the quiet zone). The symbol reaches 13 modules beyond the finder's
+// centre on two sides and 3 on the others.
+const PatternShape& ShapeOf(RingPattern pattern) {
+  static const PatternShape kAztec = {4, 0b10101, {{true, 1, 3}, {false, 3, 2}}, 75};
+  static const PatternShape kMicroQr = {4, 0b01011, {{true, 3, 2}}, 14};
+  return pattern == RingPattern::kAztecBullsEye ? kAztec : kMicroQr;
+}
+
+// The search for patterns runs on the image enlarged this many times,
 // so that rings of two pixels give runs long enough to compare.
 constexpr double kScanScale = 2;
 // Shortest ring width and grey margin of a dark pixel in the enlarged view.
 constexpr double kMinRun = 1.5 * kScanScale;
 constexpr double kNoiseMargin = 8;
-
-bool DarkRing(int i, int j) { return std::max(std::abs(i), std::abs(j)) % 2 == 0; }
 
 CodeImage ImageOf(const cv::Mat& gray) {
   CodeImage image;
@@ -34,28 +62,28 @@ CodeImage ImageOf(const cv::Mat& gray) {
 }
 
 // Grey value at the centre of module (i, j) of `g`; false outside the image.
-bool ModuleGray(const CodeImage& image, const AztecGrid& g, double i, double j, double* v) {
+bool ModuleGray(const CodeImage& image, const ModuleGrid& g, double i, double j, double* v) {
   const double c = std::cos(g.angle), s = std::sin(g.angle);
   return SampleGray(image, g.row + g.module * (i * s + j * c),
                     g.col + g.module * (i * c - j * s), v);
 }
 
-// Mean grey value of the bull's-eye's light rings minus that of its dark
-// rings; 0 when the bull's-eye leaves the image.
-double RingContrast(const CodeImage& image, const AztecGrid& g) {
+// Mean grey value of the pattern's light rings minus that of its dark
+// rings; 0 when the pattern leaves the image.
+double RingContrast(const CodeImage& image, const ModuleGrid& g, const PatternShape& shape) {
   double sums[2] = {0, 0};
   int counts[2] = {0, 0};
-  for (int j = -kRings; j <= kRings; ++j)
-    for (int i = -kRings; i <= kRings; ++i) {
+  for (int j = -shape.rings; j <= shape.rings; ++j)
+    for (int i = -shape.rings; i <= shape.rings; ++i) {
       double v = 0;
       if (!ModuleGray(image, g, i, j, &v)) return 0;
-      sums[DarkRing(i, j)] += v, ++counts[DarkRing(i, j)];
+      sums[shape.Dark(i, j)] += v, ++counts[shape.Dark(i, j)];
     }
   return sums[0] / counts[0] - sums[1] / counts[1];
 }
 
 // The grid `g` of an image in an image enlarged `scale` times.
-AztecGrid Enlarged(AztecGrid g, double scale) {
+ModuleGrid Enlarged(ModuleGrid g, double scale) {
   g.col = (g.col + 0.5) * scale - 0.5, g.row = (g.row + 0.5) * scale - 0.5;
   g.module *= scale;
   return g;
@@ -70,8 +98,8 @@ AztecGrid Enlarged(AztecGrid g, double scale) {
 // the grey values between pixels, which bilinear samples of the image
 // itself would flatten, drawing the grid towards pixel centres.
 constexpr int kDetailZero = 128;
-double GridSharpness(const CodeImage& detail, const AztecGrid& g, int radius) {
-  const AztecGrid enlarged = Enlarged(g, kScanScale);
+double GridSharpness(const CodeImage& detail, const ModuleGrid& g, int radius) {
+  const ModuleGrid enlarged = Enlarged(g, kScanScale);
   double sum = 0;
   int count = 0;
   for (int j = -radius; j <= radius; ++j)
@@ -93,14 +121,14 @@ cv::Mat Detail(const cv::Mat& enlarged, double sigma) {
 // halving the steps from `shift` pixels, `scale` (relative) and `turn`
 // radians `rounds` times.
 template <class Score>
-void Refine(AztecGrid* g, double shift, double scale, double turn, int rounds, Score score) {
+void Refine(ModuleGrid* g, double shift, double scale, double turn, int rounds, Score score) {
   double best = score(*g);
   for (int round = 0; round < rounds; ++round, shift /= 2, scale /= 2, turn /= 2)
     for (bool moved = true; moved;) {
       moved = false;
       for (int p = 0; p < 4; ++p)
         for (double sign : {-1.0, 1.0}) {
-          AztecGrid t = *g;
+          ModuleGrid t = *g;
           if (p == 0) t.col += sign * shift;
           if (p == 1) t.row += sign * shift;
           if (p == 2) t.module *= 1 + sign * scale;
@@ -128,27 +156,25 @@ std::vector<Run> RunsOf(const std::vector<uint8_t>& dark) {
   return runs;
 }
 
-// The crossings of bull's-eyes in a scan line. A line through the centre
-// crosses the rings at equal steps whatever its direction: the dark
-// central module, on each side three runs of about its length and a
-// longer fourth (the outer dark ring, which may merge with dark modules
-// beyond it). Under blur the central module, alone in a light ring, is
-// often lost: then the central run is light and three steps long, with
-// two runs of one step and a longer third on each side. Gives the centre
-// of the central run and the step.
+// The crossings of a pattern in a scan line: runs that match one of the
+// shape's run patterns (PatternShape::crossings). Gives the centre of the
+// central run and the step.
 struct Crossing {
   double centre, run;
 };
-std::vector<Crossing> CrossingsOf(const std::vector<Run>& runs) {
+std::vector<Crossing> CrossingsOf(const std::vector<Run>& runs, const PatternShape& shape) {
   std::vector<Crossing> out;
   const int n = static_cast<int>(runs.size());
   for (int k = 0; k < n; ++k) {
-    const int sides = runs[k].dark ? kRings - 1 : kRings - 2;  // runs of one step each side
+    const auto pattern = std::find_if(shape.crossings.begin(), shape.crossings.end(),
+                                      [&](const RunPattern& p) { return p.dark == runs[k].dark; });
+    if (pattern == shape.crossings.end()) continue;
+    const int sides = pattern->sides;
     if (k - sides - 1 < 0 || k + sides + 1 >= n) continue;
     double step = 0;
     for (int d = 1; d <= sides; ++d) step += runs[k - d].length + runs[k + d].length;
     step /= 2 * sides;
-    const double centre = runs[k].length / (runs[k].dark ? 1.0 : 3.0);
+    const double centre = runs[k].length / pattern->steps;
     bool equal = step >= kMinRun && centre >= step / 1.6 && centre <= step * 1.6 &&
                  runs[k - sides - 1].length >= step / 2 && runs[k + sides + 1].length >= step / 2;
     for (int d = 1; d <= sides && equal; ++d)
@@ -181,26 +207,26 @@ struct Candidate {
   double x, y, run;
   int votes;
 };
-std::vector<Candidate> LineCrossings(const cv::Mat& dark, bool columns) {
+std::vector<Candidate> LineCrossings(const cv::Mat& dark, bool columns, const PatternShape& shape) {
   std::vector<Candidate> out;
   for (int k = 0; k < (columns ? dark.cols : dark.rows); ++k)
-    for (const Crossing& c : CrossingsOf(RunsOf(Line(dark, k, columns))))
+    for (const Crossing& c : CrossingsOf(RunsOf(Line(dark, k, columns)), shape))
       out.push_back(columns ? Candidate{1.0 * k, c.centre, c.run, 1}
                             : Candidate{c.centre, 1.0 * k, c.run, 1});
   return out;
 }
 
-// Bull's-eye centres (x, y) and ring widths in the enlarged image, the one
+// Pattern centres (x, y) and ring widths in the enlarged image, the one
 // with most votes first: crossings of a row paired with crossings of a
 // column within a ring width of them (x from the row, y from the column).
-std::vector<Candidate> ScanBullsEyes(const cv::Mat& dark) {
-  const std::vector<Candidate> columns = LineCrossings(dark, true);
+std::vector<Candidate> ScanPatterns(const cv::Mat& dark, const PatternShape& shape) {
+  const std::vector<Candidate> columns = LineCrossings(dark, true, shape);
   std::vector<Candidate> found;
-  for (const Candidate& h : LineCrossings(dark, false))
+  for (const Candidate& h : LineCrossings(dark, false, shape))
     for (const Candidate& v : columns)
       if (std::fabs(v.x - h.x) <= h.run && std::fabs(v.y - h.y) <= h.run)
         found.push_back({h.x, v.y, (h.run + v.run) / 2, 1});
-  // Crossings of one bull's-eye merged: mean position, their count as votes.
+  // Crossings of one pattern merged: mean position, their count as votes.
   std::vector<Candidate> merged;
   for (const Candidate& c : found) {
     auto near = std::find_if(merged.begin(), merged.end(), [&](const Candidate& m) {
@@ -218,53 +244,54 @@ std::vector<Candidate> ScanBullsEyes(const cv::Mat& dark) {
   return merged;
 }
 
-// The grid of a bull's-eye candidate (centre and run length in image
+// The grid of a pattern candidate (centre and run length in image
 // pixels): the centre (whole pixels up to kCentreReach runs away: the scan
 // may meet a ring pattern off the centre), angle and module of the best
 // ring contrast over a coarse search (a line crosses the rings at between
 // one and sqrt 2 modules per run), then refined on the rings and on the
 // sharpness of the modules around them.
 constexpr double kCentreReach = 1.5;
-AztecGrid FitGrid(const cv::Mat& gray, const cv::Mat& enlarged, double x, double y, double run) {
+ModuleGrid FitGrid(const cv::Mat& gray, const cv::Mat& enlarged, double x, double y, double run,
+                  const PatternShape& shape) {
   const CodeImage image = ImageOf(gray);
-  AztecGrid best;
+  ModuleGrid best;
   const int reach = static_cast<int>(std::ceil(kCentreReach * run));
   for (double module = run / std::sqrt(2.0) * 0.85; module <= run * 1.15; module *= 1.05)
     for (double deg = 0; deg < 90; deg += 5)
       for (int dy = -reach; dy <= reach; ++dy)
         for (int dx = -reach; dx <= reach; ++dx) {
-          AztecGrid g;
+          ModuleGrid g;
           g.col = x + dx, g.row = y + dy, g.module = module, g.angle = deg * M_PI / 180;
-          g.contrast = RingContrast(image, g);
+          g.contrast = RingContrast(image, g, shape);
           if (g.contrast > best.contrast) best = g;
         }
   if (best.contrast <= 0) return best;
-  auto rings = [&](const AztecGrid& g) { return RingContrast(image, g); };
+  auto rings = [&](const ModuleGrid& g) { return RingContrast(image, g, shape); };
   Refine(&best, 0.5, 0.025, 2.5 * M_PI / 180, 5, rings);
-  best.contrast = RingContrast(image, best);
-  // The sharpness alone can drift to a grid that misses the bull's-eye
+  best.contrast = rings(best);
+  // The sharpness alone can drift to a grid that misses the pattern
   // (a neighbouring turn or module size that meets other points): grids
   // that lose a tenth of the rings' contrast are not taken.
   const cv::Mat detail = Detail(enlarged, best.module * kScanScale);
   const double rings_fit = best.contrast;
   for (int radius : {8, 16})
-    Refine(&best, 0.25, 0.01, 0.5 * M_PI / 180, 4, [&](const AztecGrid& g) {
-      if (RingContrast(image, g) < 0.9 * rings_fit) return 0.0;
+    Refine(&best, 0.25, 0.01, 0.5 * M_PI / 180, 4, [&](const ModuleGrid& g) {
+      if (rings(g) < 0.9 * rings_fit) return 0.0;
       return GridSharpness(ImageOf(detail), g, radius);
     });
-  best.contrast = RingContrast(image, best);
+  best.contrast = rings(best);
   return best;
 }
 
 // Least-squares fit of the blur model v = b + w0 s + w1 (sum of the 4 edge
 // neighbours' s) + w2 (sum of the 4 corner neighbours' s), s = 1 for dark
-// and -1 for light, on the bull's-eye's modules whose neighbours are all
+// and -1 for light, on the pattern's modules whose neighbours are all
 // known.
-cv::Vec4d BlurModel(const cv::Mat& grey, int radius) {
+cv::Vec4d BlurModel(const cv::Mat& grey, int radius, const PatternShape& shape) {
   cv::Mat a(0, 4, CV_64F), v(0, 1, CV_64F);
-  auto s = [](int i, int j) { return DarkRing(i, j) ? 1.0 : -1.0; };
-  for (int j = 1 - kRings; j < kRings; ++j)
-    for (int i = 1 - kRings; i < kRings; ++i) {
+  auto s = [&](int i, int j) { return shape.Dark(i, j) ? 1.0 : -1.0; };
+  for (int j = 1 - shape.rings; j < shape.rings; ++j)
+    for (int i = 1 - shape.rings; i < shape.rings; ++i) {
       const double row[4] = {1, s(i, j), s(i - 1, j) + s(i + 1, j) + s(i, j - 1) + s(i, j + 1),
                              s(i - 1, j - 1) + s(i + 1, j - 1) + s(i - 1, j + 1) + s(i + 1, j + 1)};
       a.push_back(cv::Mat(1, 4, CV_64F, const_cast<double*>(row)));
@@ -277,23 +304,25 @@ cv::Vec4d BlurModel(const cv::Mat& grey, int radius) {
 
 }  // namespace
 
-std::vector<AztecGrid> FindAztecGrids(const cv::Mat& gray) {
+std::vector<ModuleGrid> FindModuleGrids(const cv::Mat& gray, RingPattern pattern) {
+  const PatternShape& shape = ShapeOf(pattern);
   cv::Mat enlarged;
   cv::resize(gray, enlarged, cv::Size(), kScanScale, kScanScale, cv::INTER_CUBIC);
-  std::vector<AztecGrid> grids;
+  std::vector<ModuleGrid> grids;
   constexpr int kMaxCandidates = 4;
-  for (const Candidate& c : ScanBullsEyes(DarkPixels(enlarged, 3 * kScanScale, kNoiseMargin))) {
+  for (const Candidate& c : ScanPatterns(DarkPixels(enlarged, 3 * kScanScale, kNoiseMargin), shape)) {
     if (static_cast<int>(grids.size()) == kMaxCandidates) break;
     const double x = (c.x + 0.5) / kScanScale - 0.5, y = (c.y + 0.5) / kScanScale - 0.5;
-    const AztecGrid g = FitGrid(gray, enlarged, x, y, c.run / kScanScale);
+    const ModuleGrid g = FitGrid(gray, enlarged, x, y, c.run / kScanScale, shape);
     if (g.contrast > 0) grids.push_back(g);
   }
   std::sort(grids.begin(), grids.end(),
-            [](const AztecGrid& a, const AztecGrid& b) { return a.contrast > b.contrast; });
+            [](const ModuleGrid& a, const ModuleGrid& b) { return a.contrast > b.contrast; });
   return grids;
 }
 
-cv::Mat SampleAztecModules(const cv::Mat& gray, const AztecGrid& grid, int radius) {
+cv::Mat SampleModules(const cv::Mat& gray, const ModuleGrid& grid, int radius,
+                      RingPattern pattern) {
   const CodeImage image = ImageOf(gray);
   const int n = 2 * radius + 1;
   cv::Mat grey(n, n, CV_64F), inside(n, n, CV_8U);
@@ -303,7 +332,7 @@ cv::Mat SampleAztecModules(const cv::Mat& gray, const AztecGrid& grid, int radiu
       inside.at<uint8_t>(j, i) = ModuleGray(image, grid, i - radius, j - radius, &v);
       grey.at<double>(j, i) = v;
     }
-  const cv::Vec4d w = BlurModel(grey, radius);
+  const cv::Vec4d w = BlurModel(grey, radius, ShapeOf(pattern));
   // Each module from its grey value less its neighbours' share, with the
   // neighbours as classified so far (first against the light-dark
   // middle), until no module changes. Modules outside the image are light.
@@ -330,7 +359,7 @@ cv::Mat SampleAztecModules(const cv::Mat& gray, const AztecGrid& grid, int radiu
   return modules / 255;
 }
 
-RestoredSymbol DrawAztecModules(const cv::Mat& modules, const AztecGrid& grid) {
+RestoredSymbol DrawModules(const cv::Mat& modules, const ModuleGrid& grid) {
   constexpr int kQuiet = 4, P = kRestoredModulePixels;
   const int n = modules.rows, radius = n / 2;
   RestoredSymbol out;
@@ -348,14 +377,14 @@ RestoredSymbol DrawAztecModules(const cv::Mat& modules, const AztecGrid& grid) {
   return out;
 }
 
-std::vector<RestoredSymbol> RestoreAztecSymbols(const cv::Mat& gray) {
-  constexpr int kMaxRadius = 75;
+std::vector<RestoredSymbol> RestoreSymbols(const cv::Mat& gray, RingPattern pattern) {
+  const int max_radius = ShapeOf(pattern).max_radius;
   std::vector<RestoredSymbol> out;
-  for (const AztecGrid& g : FindAztecGrids(gray)) {
+  for (const ModuleGrid& g : FindModuleGrids(gray, pattern)) {
     const double reach = std::max(std::max(g.col, gray.cols - 1 - g.col),
                                   std::max(g.row, gray.rows - 1 - g.row));
-    const int radius = std::min(kMaxRadius, static_cast<int>(std::ceil(reach / g.module)));
-    out.push_back(DrawAztecModules(SampleAztecModules(gray, g, radius), g));
+    const int radius = std::min(max_radius, static_cast<int>(std::ceil(reach / g.module)));
+    out.push_back(DrawModules(SampleModules(gray, g, radius, pattern), g));
   }
   return out;
 }

@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "code_test_support.h"
-#include "ops/codes/aztec_restoration.h"
+#include "ops/codes/symbol_restoration.h"
 
 namespace {
 
@@ -53,16 +53,16 @@ TEST(AztecRestorationTest, SamplesTheEncodersModulesOnTheFittedGrid) {
     SCOPED_TRACE(std::to_string(angle) + " deg, module " + std::to_string(module));
     const Vobject scene = MakeScene({ZXing::BarcodeFormat::Aztec, kContent, module, angle}, &rng);
     const cv::Mat gray = GrayOf(scene);
-    const std::vector<vexa::AztecGrid> grids = vexa::FindAztecGrids(gray);
+    const std::vector<vexa::ModuleGrid> grids = vexa::FindModuleGrids(gray, vexa::RingPattern::kAztecBullsEye);
     ASSERT_FALSE(grids.empty());
-    const vexa::AztecGrid& g = grids.front();
+    const vexa::ModuleGrid& g = grids.front();
     // The symbol's centre is the scene's; the grid turns clockwise on
     // screen where the scene turns counter-clockwise.
     const double centre = (gray.cols - 1) / 2.0;
     EXPECT_LT(std::hypot(g.col - centre, g.row - centre), 1.0);
     EXPECT_NEAR(g.module, module, 0.03 * module);
     EXPECT_LT(std::fabs(std::remainder(g.angle * 180 / M_PI + angle, 90.0)), 1.5);
-    EXPECT_LE(ModuleErrors(vexa::SampleAztecModules(gray, g, bits.width() / 2), bits), 3);
+    EXPECT_LE(ModuleErrors(vexa::SampleModules(gray, g, bits.width() / 2, vexa::RingPattern::kAztecBullsEye), bits), 3);
   }
 }
 
@@ -70,17 +70,17 @@ TEST(AztecRestorationTest, EvenNoisyBackgroundHasNoBullsEye) {
   std::mt19937 rng(3);
   const std::vector<uint8_t> light(120 * 120, kLight);
   const Vobject noisy = AddNoise(ByteImage(light, 120, 120), 5, &rng);
-  EXPECT_TRUE(vexa::FindAztecGrids(GrayOf(noisy)).empty());
+  EXPECT_TRUE(vexa::FindModuleGrids(GrayOf(noisy), vexa::RingPattern::kAztecBullsEye).empty());
 }
 
 // Each drawn module's centre pixel maps to its module's centre on the grid.
 TEST(AztecRestorationTest, DrawingMapsModulesOntoTheGrid) {
-  vexa::AztecGrid g;
+  vexa::ModuleGrid g;
   g.col = 40.5, g.row = 31.25, g.module = 2.2, g.angle = 0.3;
   const int radius = 6;
   cv::Mat modules = cv::Mat::zeros(2 * radius + 1, 2 * radius + 1, CV_8U);
   modules.at<uint8_t>(1, 9) = 1;
-  const vexa::RestoredSymbol r = vexa::DrawAztecModules(modules, g);
+  const vexa::RestoredSymbol r = vexa::DrawModules(modules, g);
   const int p = vexa::kRestoredModulePixels, quiet = (r.pixels.cols / p - modules.cols) / 2;
   const double x = (quiet + 9 + 0.5) * p - 0.5, y = (quiet + 1 + 0.5) * p - 0.5;
   EXPECT_EQ(r.pixels.at<uint8_t>(static_cast<int>(y), static_cast<int>(x)), 0);
