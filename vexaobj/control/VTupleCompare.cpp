@@ -43,7 +43,7 @@ bool SameTypeEqualBlock(const VCtrlVal* x, const VCtrlVal* y, Vlong count) {
   for (Vlong i = 0; i < count; ++i) {
     const __m128i ex = internal::LoadEntry(x + i);
     const __m128i ey = internal::LoadEntry(y + i);
-    tags = _mm_or_si128(tags, _mm_or_si128(_mm_xor_si128(ex, tag_lane), _mm_xor_si128(ey, tag_lane)));
+    tags = internal::WithTagDifferences(tags, ex, ey, tag_lane);
     if constexpr (kType == VPAR_LONG) {
       unequal = _mm_or_si128(unequal, _mm_xor_si128(ex, ey));
     } else {

@@ -23,11 +23,6 @@
 namespace Vexa {
 namespace internal {
 
-// The tags of `count` entries from `v`, each exclusive-or'ed with `flip`,
-// or'ed together: zero exactly when every tag equals `flip`; with `flip`
-// 0, the union of the tags (they are single bits). The entries are read
-// upward when kUp, else downward, so that a caller's walk through memory
-// stays one direction for the processor's prefetching.
 #if VEXAOBJ_ENTRY_VECTORS
 inline __m128i LoadEntry(const VCtrlVal* v) {
   return _mm_loadu_si128(reinterpret_cast<const __m128i*>(v));
@@ -37,7 +32,21 @@ inline __m128i LoadEntry(const VCtrlVal* v) {
 inline uint32_t TagLane(__m128i v) {
   return static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_shuffle_epi32(v, _MM_SHUFFLE(2, 2, 2, 2))));
 }
+
+// `differences` or'ed with the differences of the entries `a` and `b` from
+// `tag_lane` (a type in the tag lane, zeros elsewhere): TagLane of the
+// result stays zero while every entry has that type.
+inline __m128i WithTagDifferences(__m128i differences, __m128i a, __m128i b, __m128i tag_lane) {
+  return _mm_or_si128(differences,
+                      _mm_or_si128(_mm_xor_si128(a, tag_lane), _mm_xor_si128(b, tag_lane)));
+}
 #endif
+
+// The tags of `count` entries from `v`, each exclusive-or'ed with `flip`,
+// or'ed together: zero exactly when every tag equals `flip`; with `flip`
+// 0, the union of the tags (they are single bits). The entries are read
+// upward when kUp, else downward, so that a caller's walk through memory
+// stays one direction for the processor's prefetching.
 
 template <bool kUp>
 inline uint32_t CombinedTags(const VCtrlVal* v, Vlong count, int32_t flip) {

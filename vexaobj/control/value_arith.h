@@ -68,8 +68,7 @@ uint32_t SameTypeBlock(const VCtrlVal* x, const VCtrlVal* y, VCtrlVal* out, Vlon
   for (Vlong i = count - 1; i >= 0; --i) {
     const __m128i ex = LoadEntry(x + (kXSteps ? i : 0));
     const __m128i ey = LoadEntry(y + (kYSteps ? i : 0));
-    differences = _mm_or_si128(
-        differences, _mm_or_si128(_mm_xor_si128(ex, tag_lane), _mm_xor_si128(ey, tag_lane)));
+    differences = WithTagDifferences(differences, ex, ey, tag_lane);
     __m128i value;
     if constexpr (kType == VPAR_LONG && kOp == Arith::kAdd) {
       value = _mm_add_epi64(ex, ey);
