@@ -26,10 +26,13 @@ namespace {
 
 class TupleBlocksTest : public control_test::ThrowingTest {};
 
-// More than two blocks of the loops, with a partial one at the bottom.
-constexpr Vlong kLength = 700;
-// Indexes in the top, middle and bottom block, and on block borders.
-constexpr Vlong kProbes[] = {0, 1, 255, 256, 300, 443, 444, 600, kLength - 1};
+// More than two blocks of the loops (256 elements each, counted from the
+// top), with a partial one at the bottom: 191 elements, odd and not a
+// multiple of four, so that the vector loops end on a short step.
+constexpr Vlong kLength = 703;
+// Indexes in the top, middle and bottom block, on block borders, and in
+// the short step at the bottom.
+constexpr Vlong kProbes[] = {0, 1, 2, 3, 190, 191, 300, 446, 447, 600, kLength - 1};
 
 // `length` integers (or reals) with no zero, varied enough that no result
 // is trivial.

@@ -53,6 +53,43 @@ bool SameTypeEqualBlock(const VCtrlVal* x, const VCtrlVal* y, Vlong count) {
   }
   return internal::TagLane(tags) == 0 && _mm_cvtsi128_si64(unequal) == 0;
 }
+
+// SameTypeEqualBlock with AVX2 (internal::kEntryPairs), two entries per
+// register. Integers: x's tags are checked against `kType` and whole
+// entries against each other, which covers y's tags too. Reals: both
+// sides' tags, and the values by the processor's comparison, whose lanes
+// over the tag words are not looked at. An odd last entry goes through
+// SameTypeEqualBlock.
+template <int kType>
+__attribute__((target("avx2"))) bool SameTypeEqualPairs(const VCtrlVal* x, const VCtrlVal* y,
+                                                       Vlong count) {
+  const __m256i tag_lanes = _mm256_set_epi32(0, kType, 0, 0, 0, kType, 0, 0);
+  __m256i tags = _mm256_setzero_si256();
+  __m256i unequal = tags;
+  Vlong i = 0;
+  for (; i + 2 <= count; i += 2) {
+    const __m256i ex = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(x + i));
+    const __m256i ey = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(y + i));
+    if constexpr (kType == VPAR_LONG) {
+      tags = _mm256_or_si256(tags, _mm256_xor_si256(ex, tag_lanes));
+      unequal = _mm256_or_si256(unequal, _mm256_xor_si256(ex, ey));
+    } else {
+      tags = _mm256_or_si256(tags, _mm256_or_si256(_mm256_xor_si256(ex, tag_lanes),
+                                                   _mm256_xor_si256(ey, tag_lanes)));
+      unequal = _mm256_or_si256(
+          unequal, _mm256_castpd_si256(_mm256_cmp_pd(_mm256_castsi256_pd(ex),
+                                                     _mm256_castsi256_pd(ey), _CMP_NEQ_UQ)));
+    }
+  }
+  // Value words, and for integers the tag words of the whole entries too.
+  const __m256i checked = kType == VPAR_LONG ? _mm256_set_epi32(0, -1, -1, -1, 0, -1, -1, -1)
+                                             : _mm256_set_epi32(0, 0, -1, -1, 0, 0, -1, -1);
+  const __m256i tag_words = _mm256_set_epi32(0, -1, 0, 0, 0, -1, 0, 0);
+  const __m256i bad = _mm256_or_si256(_mm256_and_si256(unequal, checked),
+                                      _mm256_and_si256(tags, tag_words));
+  if (!_mm256_testz_si256(bad, bad)) return false;
+  return i == count || SameTypeEqualBlock<kType>(x + i, y + i, count - i);
+}
 #endif
 
 // Whether the `count` pairs from x and y, each side all integers or all
@@ -62,8 +99,14 @@ bool BlockOfEqualNumbers(const VCtrlVal* x, const VCtrlVal* y, Vlong count) {
 #if VEXAOBJ_ENTRY_VECTORS
   const int type = K::Tag(x[0]);
   if (type == K::Tag(y[0])) {
-    if (type == VPAR_LONG) return SameTypeEqualBlock<VPAR_LONG>(x, y, count);
-    if (type == VPAR_DOUBLE) return SameTypeEqualBlock<VPAR_DOUBLE>(x, y, count);
+    if (type == VPAR_LONG) {
+      return internal::kEntryPairs ? SameTypeEqualPairs<VPAR_LONG>(x, y, count)
+                                   : SameTypeEqualBlock<VPAR_LONG>(x, y, count);
+    }
+    if (type == VPAR_DOUBLE) {
+      return internal::kEntryPairs ? SameTypeEqualPairs<VPAR_DOUBLE>(x, y, count)
+                                   : SameTypeEqualBlock<VPAR_DOUBLE>(x, y, count);
+    }
   }
 #endif
   const int tx = K::UniformType<true, true>(x, count);

@@ -12,7 +12,7 @@
 #include <stdint.h>
 
 #if defined(__SSE2__) && defined(__x86_64__)
-#include <emmintrin.h>
+#include <immintrin.h>
 // Whole entries are loaded into one SSE2 register each.
 #define VEXAOBJ_ENTRY_VECTORS 1
 #endif
@@ -24,6 +24,15 @@ namespace Vexa {
 namespace internal {
 
 #if VEXAOBJ_ENTRY_VECTORS
+// Whether the processor has AVX2, so that the hot loops over entries may
+// take two entries per register: their AVX2 forms are functions of their
+// own (intrinsics compile only in functions built for the instruction
+// set), chosen by this flag, which is read once at load.
+inline const bool kEntryPairs = [] {
+  __builtin_cpu_init();
+  return __builtin_cpu_supports("avx2") != 0;
+}();
+
 inline __m128i LoadEntry(const VCtrlVal* v) {
   return _mm_loadu_si128(reinterpret_cast<const __m128i*>(v));
 }
