@@ -5,6 +5,7 @@
 // that fit; translates that meet), hats, boundaries, the segmenting
 // opening; parameter errors; nothing left behind.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -391,6 +392,253 @@ TEST_F(RegionOpsTest, BadParametersGiveTheirCodes) {
   ASSERT_EQ(gen_empty_obj(&none), VRESULT_OK);
   ASSERT_EQ(dilation_circle(none, &out, 2.0), VRESULT_OK);
   EXPECT_TRUE(PixelsOfAll(out).empty());
+}
+
+
+// The points p with p + fg inside a and p + bg outside it; only points
+// whose p + fg meets a can hit, so the candidates come from a.
+PixelSet HitOrMissRef(const PixelSet& a, const PixelSet& fg, const PixelSet& bg) {
+  PixelSet out;
+  for (const Pixel& p : FitRef(a, fg)) {
+    bool misses = true;
+    for (const Pixel& q : bg) misses = misses && !a.count({p.first + q.first, p.second + q.second});
+    if (misses) out.insert(p);
+  }
+  return out;
+}
+
+PixelSet Union(PixelSet a, const PixelSet& b) {
+  a.insert(b.begin(), b.end());
+  return a;
+}
+
+// The two parts of a Golay letter, turned, around the origin.
+std::pair<PixelSet, PixelSet> Letter(const char* name, Vlong rotation) {
+  Vobject fg, bg;
+  EXPECT_EQ(golay_elements(&fg, &bg, name, rotation, 0, 0), VRESULT_OK);
+  return {PixelsOf(fg), PixelsOf(bg)};
+}
+
+TEST_F(RegionOpsTest, HitOrMissAndThickeningMatchTheirDefinitions) {
+  const Inputs in = RandomInputs(rng_);
+  // An L-shaped foreground around the reference (40, 30) and a background
+  // that holds the reference itself, so that thickening adds pixels.
+  const PixelSet fg_at = {{39, 30}, {39, 31}, {40, 31}};
+  const PixelSet bg_at = {{40, 30}, {41, 29}};
+  const PixelSet fg = Shift(fg_at, -40, -30), bg = Shift(bg_at, -40, -30);
+  const Vobject fg_obj = MakeRegion(fg_at), bg_obj = MakeRegion(bg_at);
+  ExpectEachMatches(
+      in, [&](const Vobject& a, Vobject* out) { return hit_or_miss(a, fg_obj, bg_obj, out, 40, 30); },
+      [&](const PixelSet& a) { return HitOrMissRef(a, fg, bg); });
+  for (Vlong n : {0, 1, 3}) {
+    SCOPED_TRACE(n);
+    ExpectEachMatches(
+        in, [&](const Vobject& a, Vobject* out) { return thickening(a, fg_obj, bg_obj, out, 40, 30, n); },
+        [&](PixelSet a) {
+          for (Vlong i = 0; i < n; ++i) a = Union(a, HitOrMissRef(a, fg, bg));
+          return a;
+        });
+  }
+  // The letters: golay_elements gives the parts that the letter operators
+  // use, turned clockwise by the rotation.
+  const auto [l_fg, l_bg] = Letter("l", 0);
+  EXPECT_EQ(l_fg, (PixelSet{{0, 0}, {1, -1}, {1, 0}, {1, 1}}));
+  EXPECT_EQ(l_bg, (PixelSet{{-1, -1}, {-1, 0}, {-1, 1}}));
+  EXPECT_EQ(Letter("l", 90).second, (PixelSet{{-1, 1}, {0, 1}, {1, 1}}));
+  for (Vlong rotation : {0, 135, 270}) {
+    SCOPED_TRACE(rotation);
+    const auto [f, b] = Letter("m", rotation);
+    ExpectEachMatches(
+        in, [&](const Vobject& a, Vobject* out) { return hit_or_miss_golay(a, out, "m", rotation); },
+        [&](const PixelSet& a) { return HitOrMissRef(a, f, b); });
+    // Thickening by a letter is the dual of thinning: the parts swap.
+    ExpectEachMatches(
+        in, [&](const Vobject& a, Vobject* out) { return thickening_golay(a, out, "m", rotation); },
+        [&](const PixelSet& a) { return Union(a, HitOrMissRef(a, b, f)); });
+  }
+  const auto all_turns = [](const char* name, const std::function<PixelSet(PixelSet, const PixelSet&, const PixelSet&)>& step,
+                            PixelSet a) {
+    for (Vlong t = 0; t < 8; ++t) {
+      const auto [f, b] = Letter(name, 45 * t);
+      a = step(a, f, b);
+    }
+    return a;
+  };
+  ExpectEachMatches(
+      in, [](const Vobject& a, Vobject* out) { return hit_or_miss_seq(a, out, "e"); },
+      [&](const PixelSet& a) {
+        return all_turns("e", [&](PixelSet acc, const PixelSet& f, const PixelSet& b) {
+          return Union(acc, HitOrMissRef(a, f, b));
+        }, {});
+      });
+  // thinning_seq with any letter: each pass thins with the eight turns.
+  ExpectEachMatches(
+      in, [](const Vobject& a, Vobject* out) { return thinning_seq(a, out, "m", 1); },
+      [&](const PixelSet& a) {
+        return all_turns("m", [](PixelSet x, const PixelSet& f, const PixelSet& b) {
+          return Minus(x, HitOrMissRef(x, f, b));
+        }, a);
+      });
+  // thickening_seq stops once a pass adds nothing.
+  ExpectEachMatches(
+      in, [](const Vobject& a, Vobject* out) { return thickening_seq(a, out, "l", 50); },
+      [&](PixelSet a) {
+        for (int pass = 0; pass < 50; ++pass) {
+          const PixelSet next = all_turns("l", [](PixelSet x, const PixelSet& f, const PixelSet& b) {
+            return Union(x, HitOrMissRef(x, b, f));
+          }, a);
+          if (next == a) break;
+          a = next;
+        }
+        return a;
+      });
+}
+
+TEST_F(RegionOpsTest, LetterMorphologyUsesTheForegroundPart) {
+  const Inputs in = RandomInputs(rng_);
+  const auto [f0, b0] = Letter("l", 0);
+  const auto [f90, b90] = Letter("l", 90);
+  for (Vlong n : {0, 2}) {
+    ExpectEachMatches(
+        in, [&](const Vobject& a, Vobject* out) { return dilation_golay(a, out, "l", n, 90); },
+        [&](PixelSet a) {
+          for (Vlong i = 0; i < n; ++i) a = AddRef(a, Mirror(f90));
+          return a;
+        });
+    ExpectEachMatches(
+        in, [&](const Vobject& a, Vobject* out) { return erosion_golay(a, out, "l", n, 0); },
+        [&](PixelSet a) {
+          for (Vlong i = 0; i < n; ++i) a = FitRef(a, f0);
+          return a;
+        });
+  }
+  ExpectEachMatches(
+      in, [](const Vobject& a, Vobject* out) { return opening_golay(a, out, "l", 0); },
+      [&](const PixelSet& a) { return OpeningRef(a, f0); });
+  ExpectEachMatches(
+      in, [](const Vobject& a, Vobject* out) { return closing_golay(a, out, "l", 90); },
+      [&](const PixelSet& a) { return ClosingRef(a, f90); });
+  // The *_seq forms: one pass goes through the eight turns in order.
+  const auto pass = [](PixelSet a, bool grow) {
+    for (Vlong t = 0; t < 8; ++t) {
+      const PixelSet f = Letter("m", 45 * t).first;
+      a = grow ? AddRef(a, Mirror(f)) : FitRef(a, f);
+    }
+    return a;
+  };
+  ExpectEachMatches(
+      in, [](const Vobject& a, Vobject* out) { return dilation_seq(a, out, "m", 2); },
+      [&](const PixelSet& a) { return pass(pass(a, true), true); });
+  ExpectEachMatches(
+      in, [](const Vobject& a, Vobject* out) { return erosion_seq(a, out, "m", 1); },
+      [&](const PixelSet& a) { return pass(a, false); });
+}
+
+TEST_F(RegionOpsTest, MorphHatAndMorphSkeleton) {
+  const Inputs in = RandomInputs(rng_);
+  const PixelSet element = {{5, 5}, {5, 6}, {6, 5}, {7, 5}};
+  const Vobject el = MakeRegion(element);
+  ExpectEachMatches(
+      in, [&](const Vobject& a, Vobject* out) { return morph_hat(a, el, out); },
+      [&](const PixelSet& a) {
+        return Union(Minus(a, OpeningRef(a, element)), Minus(ClosingRef(a, element), a));
+      });
+  // The skeleton of maximal squares, and the region rebuilt from it: each
+  // skeleton point of order k, grown by the square of side 2k + 1.
+  const PixelSet square = RectRef(3, 3);
+  ExpectEachMatches(
+      in, [](const Vobject& a, Vobject* out) { return morph_skeleton(a, out); },
+      [&](const PixelSet& a) {
+        PixelSet skeleton, rebuilt, eroded = a, grown = {{0, 0}};
+        while (!eroded.empty()) {
+          const PixelSet points = Minus(eroded, OpeningRef(eroded, square));
+          skeleton = Union(skeleton, points);
+          rebuilt = Union(rebuilt, AddRef(points, grown));
+          eroded = FitRef(eroded, square);
+          grown = AddRef(grown, square);
+        }
+        EXPECT_EQ(rebuilt, a);
+        return skeleton;
+      });
+}
+
+TEST_F(RegionOpsTest, RunFiltersAndTheRankRegion) {
+  const Inputs in = RandomInputs(rng_);
+  // The runs of a pixel set, by their first pixels.
+  const auto runs_of = [](const PixelSet& a) {
+    std::vector<std::pair<Pixel, int>> runs;
+    for (const Pixel& p : a) {
+      if (!runs.empty() && runs.back().first.first == p.first &&
+          runs.back().first.second + runs.back().second == p.second)
+        ++runs.back().second;
+      else
+        runs.push_back({p, 1});
+    }
+    return runs;
+  };
+  ExpectEachMatches(
+      in, [](const Vobject& a, Vobject* out) { return eliminate_runs(a, out, 2, 4); },
+      [&](const PixelSet& a) {
+        PixelSet kept;
+        for (const auto& [start, length] : runs_of(a))
+          if (length >= 2 && length <= 4)
+            for (int k = 0; k < length; ++k) kept.insert({start.first, start.second + k});
+        return kept;
+      });
+  // Runs of 3, 1 and 3 pixels in row 0 with gaps of 2 and 4, one of 3 in
+  // row 2.
+  const Vobject rows = MakeRegion({{0, 0}, {0, 1}, {0, 2}, {0, 5}, {0, 10}, {0, 11}, {0, 12}, {2, 7}, {2, 8}, {2, 9}});
+  VTuple fg, bg;
+  ASSERT_EQ(runlength_distribution(rows, &fg, &bg), VRESULT_OK);
+  const auto longs = [](const VTuple& t) {
+    std::vector<Vlong> v;
+    for (Vlong i = 0; i < t.Num(); ++i) v.push_back(t[i].L());
+    return v;
+  };
+  EXPECT_EQ(longs(fg), (std::vector<Vlong>{0, 1, 0, 3}));
+  EXPECT_EQ(longs(bg), (std::vector<Vlong>{0, 0, 1, 0, 1}));
+  ASSERT_EQ(runlength_distribution(MakeRegion({}), &fg, &bg), VRESULT_OK);
+  EXPECT_EQ(longs(fg), std::vector<Vlong>{0});
+  EXPECT_EQ(longs(bg), std::vector<Vlong>{0});
+  // rank_region against a count over the rectangle around each point.
+  for (const auto& [width, height, number] : {std::array<Vlong, 3>{3, 3, 5}, {4, 2, 1}, {5, 3, 15}, {1, 1, 1}}) {
+    SCOPED_TRACE(testing::Message() << width << " x " << height << ", " << number);
+    ExpectEachMatches(
+        in, [&](const Vobject& a, Vobject* out) { return rank_region(a, out, width, height, number); },
+        [&](const PixelSet& a) {
+          const PixelSet window = RectRef(static_cast<int>(width), static_cast<int>(height));
+          PixelSet out;
+          for (const Pixel& p : AddRef(a, Mirror(window))) {
+            Vlong count = 0;
+            for (const Pixel& q : window) count += a.count({p.first + q.first, p.second + q.second});
+            if (count >= number) out.insert(p);
+          }
+          return out;
+        });
+  }
+}
+
+TEST_F(RegionOpsTest, LetterAndRunOperatorsRefuseBadParameters) {
+  const Vobject a = MakeRegion({{0, 0}, {0, 1}, {3, 4}});
+  Vobject out, out2, two;
+  ASSERT_EQ(concat_obj(a, a, &two), VRESULT_OK);
+  EXPECT_EQ(hit_or_miss_golay(a, &out, "q", 0), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(hit_or_miss_seq(a, &out, "q"), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(thickening_golay(a, &out, "l", 30), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(golay_elements(&out, &out2, "l", 10, 0, 0), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(dilation_golay(a, &out, "l", -1, 0), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(erosion_seq(a, &out, "l", -2), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(thickening_seq(a, &out, "l", Vlong{1} << 40), VERR_TOO_LARGE);
+  EXPECT_EQ(hit_or_miss(a, MakeRegion({}), a, &out, 0, 0), VERR_EMPTY_OBJECT);
+  EXPECT_EQ(eliminate_runs(a, &out, -1, 3), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(eliminate_runs(a, &out, 1, -3), VERR_CTRL_VALUE(1));
+  VTuple fg, bg;
+  EXPECT_EQ(runlength_distribution(two, &fg, &bg), VERR_OBJ_NUM(1));
+  EXPECT_EQ(rank_region(a, &out, 0, 3, 1), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(rank_region(a, &out, 3, -1, 1), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(rank_region(a, &out, 3, 3, 0), VERR_CTRL_VALUE(2));
+  EXPECT_EQ(rank_region(a, &out, 3, 3, 10), VERR_CTRL_VALUE(2));
+  EXPECT_EQ(rank_region(a, &out, Vlong{1} << 40, 3, 1), VERR_TOO_LARGE);
 }
 
 }  // namespace

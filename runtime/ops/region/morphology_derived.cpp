@@ -1,5 +1,5 @@
 // Operators made of a morphological operation and set algebra: the hats,
-// the boundary and the segmenting opening.
+// the boundary, the segmenting opening and the morphological skeleton.
 #include <cstring>
 
 #include "ops/region/morphology_ops.h"
@@ -28,24 +28,51 @@ Vresult OuterBoundary(const Region& a, RegionPtr* out) {
   return rc;
 }
 
-// top: the region minus its opening; bottom: its closing minus the region.
-Vresult HatOp(OpContext& ctx, bool top) {
+// The top hat (the region minus its opening), the bottom hat (its closing
+// minus the region), or both together.
+Vresult HatOp(OpContext& ctx, bool top, bool bottom) {
   Element e;
   const Vresult rc = ReadCentredElement(ctx, 2, &e);
   if (rc != VRESULT_OK) return rc;
   return MapRegions(ctx, [&](const Region& in, RegionPtr* out) {
-    RegionPtr smoothed;
-    const Vresult r = top ? Opening(in, e, &smoothed) : Closing(in, e, &smoothed);
-    if (r == VRESULT_OK)
-      *out = top ? RegionDifference(in, *smoothed) : RegionDifference(*smoothed, in);
-    return r;
+    RegionPtr opened, closed;
+    Vresult r = top ? Opening(in, e, &opened) : VRESULT_OK;
+    if (r == VRESULT_OK && bottom) r = Closing(in, e, &closed);
+    if (r != VRESULT_OK) return r;
+    RegionPtr hat = top ? RegionDifference(in, *opened) : Region::Empty();
+    if (bottom) hat = Region::Union(*hat, *RegionDifference(*closed, in));
+    *out = std::move(hat);
+    return VRESULT_OK;
   });
 }
 
 }  // namespace
 
-VEXA_OPERATOR(top_hat) { return HatOp(ctx, true); }
-VEXA_OPERATOR(bottom_hat) { return HatOp(ctx, false); }
+VEXA_OPERATOR(top_hat) { return HatOp(ctx, true, false); }
+VEXA_OPERATOR(bottom_hat) { return HatOp(ctx, false, true); }
+VEXA_OPERATOR(morph_hat) { return HatOp(ctx, true, true); }
+
+// The skeleton of maximal squares: the union over k of the region eroded k
+// times by the 3 x 3 square, less the opening of that erosion. Each point
+// is the centre of a square of odd side that lies in the region and in no
+// larger such square; the region is the union of those squares again.
+VEXA_OPERATOR(morph_skeleton) {
+  const Element square = Element::Rectangle(3, 3);
+  return MapRegions(ctx, [&](const Region& in, RegionPtr* out) {
+    RegionPtr skeleton = Region::Empty();
+    RegionPtr eroded = Region::FromCanonicalChords(in.chords());
+    while (!eroded->empty()) {
+      RegionPtr opened, next;
+      Vresult r = Opening(*eroded, square, &opened);
+      if (r == VRESULT_OK) r = Fit(*eroded, square, &next);
+      if (r != VRESULT_OK) return r;
+      skeleton = Region::Union(*skeleton, *RegionDifference(*eroded, *opened));
+      eroded = std::move(next);
+    }
+    *out = std::move(skeleton);
+    return VRESULT_OK;
+  });
+}
 
 // boundary_type "inner": pixels of the region with a 4-neighbour outside
 // (an 8-connected contour); "inner_filled": the same of the region with

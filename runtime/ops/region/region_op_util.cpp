@@ -121,4 +121,20 @@ Vresult Repeat(const Region& in, int64_t iterations,
   return VRESULT_OK;
 }
 
+Vresult RepeatUntilStable(const Region& in, int64_t limit,
+                          const std::function<Vresult(const Region&, RegionPtr*)>& step,
+                          RegionPtr* out) {
+  RegionPtr current = Region::FromCanonicalChords(in.chords());
+  for (int64_t i = 0; limit < 0 || i < limit; ++i) {
+    RegionPtr next;
+    const Vresult rc = step(*current, &next);
+    if (rc != VRESULT_OK) return rc;
+    const bool same = *next == *current;
+    current = std::move(next);
+    if (same) break;
+  }
+  *out = std::move(current);
+  return VRESULT_OK;
+}
+
 }  // namespace vexa

@@ -58,4 +58,10 @@ Vresult Repeat(const Region& in, int64_t iterations,
                const std::function<Vresult(const Region&, RegionPtr*)>& step,
                RegionPtr* out);
 
+// Applies `step` up to `limit` times (negative: no limit), stopping early
+// once a step changes nothing.
+Vresult RepeatUntilStable(const Region& in, int64_t limit,
+                          const std::function<Vresult(const Region&, RegionPtr*)>& step,
+                          RegionPtr* out);
+
 }  // namespace vexa

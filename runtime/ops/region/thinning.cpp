@@ -1,69 +1,60 @@
-// Thinning of regions by hit-or-miss: with given elements (thinning), with
-// the rotations of the Golay element "l" (thinning_seq), and down to the
-// skeleton (skeleton: thinning_seq until nothing changes).
-#include <cstring>
-
+// The hit-or-miss transform with given elements (hit_or_miss), and what
+// builds on it: thickening and thinning with given elements, the skeleton
+// (thinning with the rotations of the Golay element "l" until nothing
+// changes) and the pruning of its branches.
 #include "ops/region/kernels/thinning_kernels.h"
 #include "ops/region/region_op_util.h"
 #include "region_algebra.h"
 #include "registry.h"
 
 namespace vexa {
+
 namespace {
 
-// Applies `pass` up to `limit` times (negative: no limit), stopping early
-// once a pass changes nothing.
-template <class Pass>
-Vresult UntilStable(const Region& in, int64_t limit, Pass&& pass, RegionPtr* out) {
-  RegionPtr current = Region::FromCanonicalChords(in.chords());
-  for (int64_t i = 0; limit < 0 || i < limit; ++i) {
-    RegionPtr next;
-    const Vresult rc = pass(*current, &next);
-    if (rc != VRESULT_OK) return rc;
-    const bool same = *next == *current;
-    current = std::move(next);
-    if (same) break;
-  }
-  *out = std::move(current);
-  return VRESULT_OK;
+// The elements of input objects 2 (must lie in the region) and 3 (must
+// lie outside), both around (row, column) at controls 0 and 1.
+Vresult ReadElementPair(OpContext& ctx, Element* fg, Element* bg) {
+  const Vresult rc = ReadElementAt(ctx, 2, 0, 1, fg);
+  return rc == VRESULT_OK ? ReadElementAt(ctx, 3, 0, 1, bg) : rc;
+}
+
+// thinning and thickening: `step` with the element pair, repeated up to
+// `iterations` (control 2) times, fewer once nothing changes.
+Vresult RepeatWithPair(OpContext& ctx,
+                       Vresult (*step)(const Region&, const Element&, const Element&, RegionPtr*)) {
+  Element fg, bg;
+  int64_t iterations = 0;
+  Vresult rc = ReadElementPair(ctx, &fg, &bg);
+  if (rc == VRESULT_OK) rc = ReadIterations(ctx, 2, fg, &iterations);
+  if (rc != VRESULT_OK) return rc;
+  return MapRegions(ctx, [&](const Region& in, RegionPtr* out) {
+    return RepeatUntilStable(
+        in, iterations, [&](const Region& a, RegionPtr* r) { return step(a, fg, bg, r); }, out);
+  });
 }
 
 }  // namespace
 
-// struct_elem1 must lie in the region, struct_elem2 outside, both around
-// (row, column); repeated `iterations` times.
-VEXA_OPERATOR(thinning) {
+// The points p with struct_elem1 moved to p inside the region and
+// struct_elem2 moved to p outside it, both taken around (row, column).
+VEXA_OPERATOR(hit_or_miss) {
   Element fg, bg;
-  int64_t iterations = 0;
-  Vresult rc = ReadElementAt(ctx, 2, 0, 1, &fg);
-  if (rc == VRESULT_OK) rc = ReadElementAt(ctx, 3, 0, 1, &bg);
-  if (rc == VRESULT_OK) rc = ReadIterations(ctx, 2, fg, &iterations);
+  const Vresult rc = ReadElementPair(ctx, &fg, &bg);
   if (rc != VRESULT_OK) return rc;
-  return MapRegions(ctx, [&](const Region& in, RegionPtr* out) {
-    return UntilStable(in, iterations,
-                       [&](const Region& a, RegionPtr* r) { return Thin(a, fg, bg, r); }, out);
-  });
+  return MapRegions(ctx, [&](const Region& in, RegionPtr* out) { return HitOrMiss(in, fg, bg, out); });
 }
 
-// Only the Golay element "l" is available; `iterations` passes over its
-// eight rotations.
-VEXA_OPERATOR(thinning_seq) {
-  const char* golay = nullptr;
-  Vlong iterations = 0;
-  Vresult rc = ctx.GetString(0, &golay);
-  if (rc == VRESULT_OK) rc = ctx.GetLong(1, &iterations);
-  if (rc != VRESULT_OK) return rc;
-  if (std::strcmp(golay, "l") != 0) return VERR_CTRL_VALUE(0);
-  if (iterations < 0) return VERR_CTRL_VALUE(1);
-  return MapRegions(ctx, [&](const Region& in, RegionPtr* out) {
-    return UntilStable(in, iterations,
-                       [](const Region& a, RegionPtr* r) { return ThinSequence(a, GolayL(), r); }, out);
-  });
-}
+// The region less its hit_or_miss points, repeated `iterations` times.
+VEXA_OPERATOR(thinning) { return RepeatWithPair(ctx, Thin); }
+
+// The region with its hit_or_miss points added, repeated `iterations`
+// times; only points outside the region are new, so the reference point
+// belongs in struct_elem2 for anything to be added.
+VEXA_OPERATOR(thickening) { return RepeatWithPair(ctx, Thicken); }
 
 VEXA_OPERATOR(skeleton) {
   return MapRegions(ctx, [](const Region& in, RegionPtr* out) {
-    return UntilStable(in, -1,
+    return RepeatUntilStable(in, -1,
                        [](const Region& a, RegionPtr* r) { return ThinSequence(a, GolayL(), r); }, out);
   });
 }

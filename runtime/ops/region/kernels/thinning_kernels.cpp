@@ -38,6 +38,13 @@ Vresult Thin(const Region& a, const Element& fg, const Element& bg, RegionPtr* o
   return rc;
 }
 
+Vresult Thicken(const Region& a, const Element& fg, const Element& bg, RegionPtr* out) {
+  RegionPtr hits;
+  const Vresult rc = HitOrMiss(a, fg, bg, &hits);
+  if (rc == VRESULT_OK) *out = Region::Union(a, *hits);
+  return rc;
+}
+
 namespace {
 
 // The 3 x 3 ring clockwise from the top-left corner.

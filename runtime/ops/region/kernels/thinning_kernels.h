@@ -19,6 +19,9 @@ Vresult HitOrMiss(const Region& a, const Element& fg, const Element& bg, RegionP
 // The region minus its hit-or-miss points for (fg, bg).
 Vresult Thin(const Region& a, const Element& fg, const Element& bg, RegionPtr* out);
 
+// The region plus its hit-or-miss points for (fg, bg).
+Vresult Thicken(const Region& a, const Element& fg, const Element& bg, RegionPtr* out);
+
 // The eight rotations (by 45 degrees, clockwise) of the Golay element "l":
 //   0 0 0
 //   . 1 .
