@@ -395,4 +395,56 @@ TEST_F(RegionOpsTest, RunsSelectionSortingAndDistances) {
   EXPECT_EQ(hamming_distance(obj, shorter, &dist, &sim), VERR_OBJ_NUM(2));
 }
 
+
+TEST_F(RegionOpsTest, DistancesToSegmentsLinesAndByDilation) {
+  const std::vector<PixelSet> sets = Samples(rng_, 20, 25, 4);
+  std::vector<PixelSet> next(sets.begin() + 1, sets.end());
+  next.push_back(sets.front());
+  VTuple dil;
+  ASSERT_EQ(distance_rr_min_dil(AsObjects(sets), AsObjects(next), &dil), VRESULT_OK);
+  ASSERT_EQ(dil.Num(), static_cast<Vlong>(sets.size()));
+  for (size_t k = 0; k < sets.size(); ++k) {
+    Vlong least = 1 << 30;
+    for (const Pixel& p : sets[k])
+      for (const Pixel& q : next[k])
+        least = std::min<Vlong>(least, std::max(std::abs(p.first - q.first), std::abs(p.second - q.second)));
+    EXPECT_EQ(dil[static_cast<Vlong>(k)].L(), least) << "pair " << k;
+  }
+  ASSERT_EQ(distance_rr_min_dil(MakeRegion(sets[0]), MakeRegion({}), &dil), VRESULT_OK);
+  EXPECT_EQ(dil[0].L(), -1);
+  // Segments (one of them a point) and lines, against every pixel.
+  const double seg[3][4] = {{-3.5, 2.0, 14.0, 30.5}, {5.0, 40.0, 5.0, -2.0}, {7.25, 9.5, 7.25, 9.5}};
+  for (const auto& s : seg) {
+    const PixelSet& a = sets[3];
+    double near = 0, far = 0, lnear = 0, lfar = 0;
+    ASSERT_EQ(distance_sr(MakeRegion(a), s[0], s[1], s[2], s[3], &near, &far), VRESULT_OK);
+    double want_near = 1e300, want_far = 0, want_lnear = 1e300, want_lfar = 0;
+    const double dr = s[2] - s[0], dc = s[3] - s[1], len2 = dr * dr + dc * dc;
+    for (const Pixel& p : a) {
+      const double pr = p.first - s[0], pc = p.second - s[1];
+      const double t = len2 == 0 ? 0 : std::clamp((pr * dr + pc * dc) / len2, 0.0, 1.0);
+      const double d = std::hypot(pr - t * dr, pc - t * dc);
+      want_near = std::min(want_near, d), want_far = std::max(want_far, d);
+      if (len2 > 0) {
+        const double l = std::fabs(pr * dc - pc * dr) / std::sqrt(len2);
+        want_lnear = std::min(want_lnear, l), want_lfar = std::max(want_lfar, l);
+      }
+    }
+    EXPECT_NEAR(near, want_near, 1e-9);
+    EXPECT_NEAR(far, want_far, 1e-9);
+    if (len2 > 0) {
+      ASSERT_EQ(distance_lr(MakeRegion(a), s[0], s[1], s[2], s[3], &lnear, &lfar), VRESULT_OK);
+      EXPECT_NEAR(lnear, want_lnear, 1e-9);
+      EXPECT_NEAR(lfar, want_lfar, 1e-9);
+    } else {
+      EXPECT_EQ(distance_lr(MakeRegion(a), s[0], s[1], s[2], s[3], &lnear, &lfar), VERR_CTRL_VALUE(2));
+    }
+  }
+  double near = 0, far = 0;
+  EXPECT_EQ(distance_sr(MakeRegion({}), 0.0, 0.0, 1.0, 1.0, &near, &far), VERR_EMPTY_OBJECT);
+  VTuple tn, tf;
+  EXPECT_EQ(distance_sr(MakeRegion(sets[0]), VTuple(0.0), VTuple(0.0), VTuple(1.0).Append(2.0), VTuple(1.0), &tn, &tf),
+            VERR_CTRL_NUM(2));
+}
+
 }  // namespace

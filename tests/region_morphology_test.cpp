@@ -641,4 +641,73 @@ TEST_F(RegionOpsTest, LetterAndRunOperatorsRefuseBadParameters) {
   EXPECT_EQ(rank_region(a, &out, Vlong{1} << 40, 3, 1), VERR_TOO_LARGE);
 }
 
+
+TEST_F(RegionOpsTest, NoisePixelsAndSkeletonPoints) {
+  const Inputs in = RandomInputs(rng_);
+  const auto has = [](const PixelSet& a, int r, int c) { return a.count({r, c}) != 0; };
+  const auto sides = [&](const PixelSet& a, const Pixel& p) {
+    return has(a, p.first - 1, p.second) + has(a, p.first + 1, p.second) + has(a, p.first, p.second - 1) +
+           has(a, p.first, p.second + 1);
+  };
+  const auto neighbours = [&](const PixelSet& a, const Pixel& p) {
+    int n = 0;
+    for (int dr = -1; dr <= 1; ++dr)
+      for (int dc = -1; dc <= 1; ++dc) n += (dr != 0 || dc != 0) && has(a, p.first + dr, p.second + dc);
+    return n;
+  };
+  const auto keep = [](const PixelSet& a, const std::function<bool(const Pixel&)>& test) {
+    PixelSet out;
+    for (const Pixel& p : a)
+      if (test(p)) out.insert(p);
+    return out;
+  };
+  ExpectEachMatches(
+      in, [](const Vobject& a, Vobject* out) { return remove_noise_region(a, out, "n_4"); },
+      [&](const PixelSet& a) { return keep(a, [&](const Pixel& p) { return sides(a, p) > 0; }); });
+  ExpectEachMatches(
+      in, [](const Vobject& a, Vobject* out) { return remove_noise_region(a, out, "n_48"); },
+      [&](const PixelSet& a) {
+        PixelSet cleaned = keep(a, [&](const Pixel& p) { return neighbours(a, p) > 0; }), out = cleaned;
+        for (const Pixel& p : AddRef(cleaned, Cross()))
+          if (!cleaned.count(p) && sides(cleaned, p) == 4) out.insert(p);
+        return out;
+      });
+  Vobject out;
+  EXPECT_EQ(remove_noise_region(in.objects, &out, "n_5"), VERR_CTRL_VALUE(0));
+  // A T of two lines: three ends and the one junction.
+  PixelSet t;
+  for (int c = 0; c <= 20; ++c) t.insert({10, c});
+  for (int r = 0; r < 10; ++r) t.insert({r, 10});
+  Vobject ends, junctions;
+  ASSERT_EQ(junctions_skeleton(MakeRegion(t), &ends, &junctions), VRESULT_OK);
+  EXPECT_EQ(PixelsOf(ends), (PixelSet{{0, 10}, {10, 0}, {10, 20}}));
+  EXPECT_EQ(PixelsOf(junctions), (PixelSet{{10, 10}}));
+  // On random regions: ends as pruning strips them (a side neighbour with
+  // nothing else but the corners beside it, or a corner alone), junctions
+  // where the region begins three or more times around the pixel.
+  ASSERT_EQ(junctions_skeleton(in.objects, &ends, &junctions), VRESULT_OK);
+  const std::vector<PixelSet> got_ends = PixelsOfAll(ends), got_junctions = PixelsOfAll(junctions);
+  ASSERT_EQ(got_ends.size(), in.sets.size());
+  static const int rr[8] = {-1, -1, -1, 0, 1, 1, 1, 0}, cc[8] = {-1, 0, 1, 1, 1, 0, -1, -1};
+  for (size_t i = 0; i < in.sets.size(); ++i) {
+    const PixelSet& a = in.sets[i];
+    PixelSet want_ends, want_junctions;
+    for (const Pixel& p : a) {
+      bool ring[8];
+      for (int k = 0; k < 8; ++k) ring[k] = has(a, p.first + rr[k], p.second + cc[k]);
+      int starts = 0;
+      for (int k = 0; k < 8; ++k) starts += !ring[k] && ring[(k + 1) % 8];
+      if (starts >= 3) want_junctions.insert(p);
+      const int n = neighbours(a, p);
+      for (int k = 0; k < 8; ++k) {
+        const bool side = k % 2 == 1;
+        const int beside = side ? ring[(k + 7) % 8] + ring[(k + 1) % 8] : 0;
+        if (ring[k] && n == 1 + beside) want_ends.insert(p);
+      }
+    }
+    EXPECT_EQ(got_ends[i], want_ends) << "region " << i;
+    EXPECT_EQ(got_junctions[i], want_junctions) << "region " << i;
+  }
+}
+
 }  // namespace

@@ -1,5 +1,5 @@
-// Distances between regions and from points to regions, and the Hamming
-// distance of region pairs. Two-list operators pair regions1[i] with
+// Distances between regions and from points, segments and lines to
+// regions, and the Hamming distance of region pairs. Two-list operators pair regions1[i] with
 // regions2[i]; both lists must be equally long.
 #include <algorithm>
 #include <cmath>
@@ -172,5 +172,88 @@ VEXA_OPERATOR(distance_pr) {
   const Vresult out = ctx.SetOutpDoubles(0, dmin);
   return out == VRESULT_OK ? ctx.SetOutpDoubles(1, dmax) : out;
 }
+
+// The least chessboard distance (the larger of the row and the column
+// difference) between a pixel of regions1[i] and one of regions2[i]: the
+// number of dilations with the 3 x 3 square after which the first region
+// meets the second; 0 when they share a pixel, -1 when either is empty.
+VEXA_OPERATOR(distance_rr_min_dil) {
+  std::vector<RegionPtr> a, b;
+  const Vresult rc = ReadPairs(ctx, &a, &b);
+  if (rc != VRESULT_OK) return rc;
+  std::vector<Vlong> dist;
+  for (size_t i = 0; i < a.size(); ++i) {
+    const ChordList& y = b[i]->chords();
+    // Farther than any two int32 coordinates, and safe to add to one.
+    int64_t best = y.empty() ? -1 : int64_t{1} << 40;
+    for (const Chord& x : a[i]->chords()) {
+      if (best <= 0) break;
+      // Only rows closer than the best distance so far can improve it.
+      const auto first = std::lower_bound(y.begin(), y.end(), x.r - best + 1,
+                                          [](const Chord& ch, int64_t row) { return ch.r < row; });
+      for (auto it = first; it != y.end() && it->r < x.r + best; ++it)
+        best = std::min(best, std::max<int64_t>(std::abs(int64_t{it->r} - x.r), Gap(x, *it)));
+    }
+    dist.push_back(a[i]->empty() ? -1 : best);
+  }
+  return ctx.SetOutpLongs(0, dist);
+}
+
+namespace {
+
+// The least and the largest of d(c) over the columns c of a run, for a
+// distance d that is convex along the row: the largest at an end, the
+// least found by halving the interval towards the descent.
+template <class Distance>
+void RunExtremes(const Chord& ch, const Distance& d, double* lo, double* hi) {
+  *hi = std::max({*hi, d(ch.r, ch.cb), d(ch.r, ch.ce)});
+  int64_t left = ch.cb, right = ch.ce;
+  while (left < right) {
+    const int64_t mid = left + (right - left) / 2;
+    if (d(ch.r, mid) <= d(ch.r, mid + 1)) right = mid;
+    else left = mid + 1;
+  }
+  *lo = std::min(*lo, d(ch.r, left));
+}
+
+// distance_sr and distance_lr: the least and largest distance of the
+// region's pixels from each segment or line (row1, column1)-(row2,
+// column2) of controls 0..3. A segment of two equal ends is that point; a
+// line needs two different points.
+Vresult SegmentOrLineDistances(OpContext& ctx, bool line) {
+  Vkey key = VKEY_UNDEF;
+  RegionPtr region;
+  std::vector<double> v[4];
+  Vresult rc = ctx.InpObjSingle(1, &key);
+  if (rc == VRESULT_OK) rc = InpRegion(1, key, &region);
+  for (int k = 0; k < 4 && rc == VRESULT_OK; ++k) rc = ctx.GetDoubles(k, v[k]);
+  if (rc != VRESULT_OK) return rc;
+  for (int k = 1; k < 4; ++k)
+    if (v[k].size() != v[0].size()) return VERR_CTRL_NUM(k);
+  if (region->empty()) return VERR_EMPTY_OBJECT;
+  std::vector<double> dmin, dmax;
+  for (size_t i = 0; i < v[0].size(); ++i) {
+    const double r1 = v[0][i], c1 = v[1][i], dr = v[2][i] - r1, dc = v[3][i] - c1;
+    const double length2 = dr * dr + dc * dc;
+    if (line && length2 == 0) return VERR_CTRL_VALUE(2);
+    const auto distance = [&](int64_t r, int64_t c) {
+      const double pr = double(r) - r1, pc = double(c) - c1;
+      if (line) return std::fabs(pr * dc - pc * dr) / std::sqrt(length2);
+      const double t = length2 == 0 ? 0.0 : std::clamp((pr * dr + pc * dc) / length2, 0.0, 1.0);
+      return std::hypot(pr - t * dr, pc - t * dc);
+    };
+    double lo = std::numeric_limits<double>::infinity(), hi = 0.0;
+    for (const Chord& ch : region->chords()) RunExtremes(ch, distance, &lo, &hi);
+    dmin.push_back(lo);
+    dmax.push_back(hi);
+  }
+  const Vresult out = ctx.SetOutpDoubles(0, dmin);
+  return out == VRESULT_OK ? ctx.SetOutpDoubles(1, dmax) : out;
+}
+
+}  // namespace
+
+VEXA_OPERATOR(distance_sr) { return SegmentOrLineDistances(ctx, false); }
+VEXA_OPERATOR(distance_lr) { return SegmentOrLineDistances(ctx, true); }
 
 }  // namespace vexa

@@ -1,11 +1,15 @@
-// split_skeleton_region: a skeleton cut into its branches, and long
-// branches cut further into nearly straight pieces.
+// Skeleton pieces: the end and junction points of a skeleton
+// (junctions_skeleton), and a skeleton cut into its branches, long
+// branches cut further into nearly straight pieces
+// (split_skeleton_region).
 #include <algorithm>
 #include <cmath>
 #include <map>
 #include <set>
 
+#include "ops/region/kernels/thinning_kernels.h"
 #include "ops/region/region_op_util.h"
+#include "ops/region/region_ops.h"
 #include "registry.h"
 
 namespace vexa {
@@ -18,17 +22,6 @@ using Point = std::pair<int32_t, int32_t>;  // row, column
 constexpr int kRingR[8] = {-1, -1, -1, 0, 1, 1, 1, 0};
 constexpr int kRingC[8] = {-1, 0, 1, 1, 1, 0, -1, -1};
 constexpr int kSidesFirst[8] = {1, 3, 5, 7, 0, 2, 4, 6};
-
-// A pixel where three or more lines meet: going round its neighbours, the
-// region begins three or more times.
-bool IsJunction(const Region& a, int32_t r, int32_t c) {
-  int starts = 0;
-  for (int i = 0; i < 8; ++i) {
-    const int j = (i + 1) % 8;
-    if (!a.Contains(r + kRingR[i], c + kRingC[i]) && a.Contains(r + kRingR[j], c + kRingC[j])) ++starts;
-  }
-  return starts >= 3;
-}
 
 // The branches: the pixels that are no junction, joined where they
 // touch (8-neighbours), except diagonally beside a junction next to both,
@@ -144,6 +137,21 @@ VEXA_OPERATOR(split_skeleton_region) {
     }
     return VRESULT_OK;
   });
+}
+
+// The ends of the lines (as pruning strips them) and the points where
+// three or more lines meet.
+VEXA_OPERATOR(junctions_skeleton) {
+  std::vector<RegionPtr> in;
+  Vresult rc = InpRegions(ctx, 1, &in);
+  if (rc != VRESULT_OK) return rc;
+  std::vector<RegionPtr> ends(in.size()), junctions(in.size());
+  for (size_t i = 0; i < in.size() && rc == VRESULT_OK; ++i) {
+    rc = EndPoints(*in[i], &ends[i]);
+    junctions[i] = JunctionPoints(*in[i]);
+  }
+  if (rc == VRESULT_OK) rc = OutRegions(ctx, 1, ends);
+  return rc == VRESULT_OK ? OutRegions(ctx, 2, junctions) : rc;
 }
 
 }  // namespace vexa

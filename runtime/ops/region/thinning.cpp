@@ -1,7 +1,9 @@
 // The hit-or-miss transform with given elements (hit_or_miss), and what
-// builds on it: thickening and thinning with given elements, the skeleton
-// (thinning with the rotations of the Golay element "l" until nothing
-// changes) and the pruning of its branches.
+// builds on it: thickening and thinning with given elements, the removal
+// of noise pixels, the skeleton (thinning with the rotations of the Golay
+// element "l" until nothing changes) and the pruning of its branches.
+#include <cstring>
+
 #include "ops/region/kernels/thinning_kernels.h"
 #include "ops/region/region_op_util.h"
 #include "region_algebra.h"
@@ -51,6 +53,31 @@ VEXA_OPERATOR(thinning) { return RepeatWithPair(ctx, Thin); }
 // times; only points outside the region are new, so the reference point
 // belongs in struct_elem2 for anything to be added.
 VEXA_OPERATOR(thickening) { return RepeatWithPair(ctx, Thicken); }
+
+// "n_4": removes the pixels without a side neighbour in the region;
+// "n_8": removes the pixels without any neighbour; "n_48": removes the
+// latter and fills the one-pixel holes whose four side neighbours are in
+// the region.
+VEXA_OPERATOR(remove_noise_region) {
+  const char* type = nullptr;
+  const Vresult rc = ctx.GetString(0, &type);
+  if (rc != VRESULT_OK) return rc;
+  const bool sides = std::strcmp(type, "n_4") == 0;
+  const bool fill = std::strcmp(type, "n_48") == 0;
+  if (!sides && !fill && std::strcmp(type, "n_8") != 0) return VERR_CTRL_VALUE(0);
+  const Element centre = Element::FromChords({{0, 0, 0}});
+  const Element side_ring = Element::FromChords({{-1, 0, 0}, {0, -1, -1}, {0, 1, 1}, {1, 0, 0}});
+  const Element ring = Element::FromChords({{-1, -1, 1}, {0, -1, -1}, {0, 1, 1}, {1, -1, 1}});
+  return MapRegions(ctx, [&](const Region& in, RegionPtr* out) {
+    RegionPtr cleaned;
+    const Vresult r = Thin(in, centre, sides ? side_ring : ring, &cleaned);
+    if (r != VRESULT_OK || !fill) {
+      *out = std::move(cleaned);
+      return r;
+    }
+    return Thicken(*cleaned, side_ring, centre, out);
+  });
+}
 
 VEXA_OPERATOR(skeleton) {
   return MapRegions(ctx, [](const Region& in, RegionPtr* out) {

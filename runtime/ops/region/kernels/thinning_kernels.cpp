@@ -97,6 +97,23 @@ Vresult EndPoints(const Region& a, RegionPtr* out) {
   return VRESULT_OK;
 }
 
+bool IsJunction(const Region& a, int32_t r, int32_t c) {
+  int starts = 0;
+  for (int i = 0; i < 8; ++i) {
+    const int j = (i + 1) % 8;
+    if (!a.Contains(r + kRingR[i], c + kRingC[i]) && a.Contains(r + kRingR[j], c + kRingC[j])) ++starts;
+  }
+  return starts >= 3;
+}
+
+RegionPtr JunctionPoints(const Region& a) {
+  ChordList points;
+  for (const Chord& ch : a.chords())
+    for (int32_t c = ch.cb; c <= ch.ce; ++c)
+      if (IsJunction(a, ch.r, c)) points.push_back({ch.r, c, c});
+  return Region::FromChords(points);
+}
+
 Vresult ThinSequence(const Region& a, const std::vector<std::pair<Element, Element>>& seq,
                      RegionPtr* out) {
   RegionPtr current = Region::FromCanonicalChords(a.chords());

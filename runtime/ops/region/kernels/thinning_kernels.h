@@ -34,6 +34,13 @@ const std::vector<std::pair<Element, Element>>& GolayL();
 // so that a branch ending on a line still loses its last pixel.
 Vresult EndPoints(const Region& a, RegionPtr* out);
 
+// A pixel where three or more lines meet: going round its eight
+// neighbours, the region begins three or more times.
+bool IsJunction(const Region& a, int32_t r, int32_t c);
+
+// The pixels of `a` that are junctions.
+RegionPtr JunctionPoints(const Region& a);
+
 // One pass of sequential thinning: Thin with each rotation in turn.
 Vresult ThinSequence(const Region& a, const std::vector<std::pair<Element, Element>>& seq,
                      RegionPtr* out);
