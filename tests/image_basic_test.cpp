@@ -420,4 +420,90 @@ TEST_F(ImageOpsTest, SizesTypesAndPointersOfImageLists) {
   EXPECT_EQ(get_image_size(none, &widths, &heights), VERR_OBJ_NUM(1));
 }
 
+
+// The expected result of placing images one after the other: values (all
+// channels, later placements over earlier ones, 0 where none lands) and
+// the union of the placed domain parts.
+struct Placed {
+  int h, w, channels;
+  std::vector<std::vector<double>> values;  // [channel][r * w + c]
+  std::vector<bool> domain;
+  Placed(int height, int width, int num_channels)
+      : h(height), w(width), channels(num_channels),
+        values(num_channels, std::vector<double>(height * width, 0.0)), domain(height * width, false) {}
+  // Rows r1..r2, columns c1..c2 of `image` with (r1, c1) landing at (tr, tc).
+  void Put(const Vobject& image, int r1, int c1, int r2, int c2, int tr, int tc) {
+    Pixels in(image);
+    for (int r = std::max(r1, 0); r <= std::min(r2, in.height() - 1); ++r)
+      for (int c = std::max(c1, 0); c <= std::min(c2, in.width() - 1); ++c) {
+        const int rr = r - r1 + tr, cc = c - c1 + tc;
+        if (rr < 0 || rr >= h || cc < 0 || cc >= w) continue;
+        for (int ch = 0; ch < channels; ++ch) values[ch][rr * w + cc] = in[ch].Get(r, c);
+        domain[rr * w + cc] = domain[rr * w + cc] || in.InDomain(r, c);
+      }
+  }
+  void Expect(const Vobject& out) const {
+    Pixels got(out);
+    ASSERT_EQ(got.height(), h);
+    ASSERT_EQ(got.width(), w);
+    ASSERT_EQ(got.channels(), static_cast<size_t>(channels));
+    for (int r = 0; r < h; ++r)
+      for (int c = 0; c < w; ++c) {
+        for (int ch = 0; ch < channels; ++ch) ASSERT_EQ(got[ch].Get(r, c), values[ch][r * w + c]) << r << "," << c;
+        ASSERT_EQ(got.InDomain(r, c), domain[r * w + c]) << r << "," << c;
+      }
+  }
+};
+
+TEST_F(ImageDomainTest, TilesPlaceCopiesAndJoinTheDomains) {
+  const Size sizes[] = {{7, 5}, {4, 9}, {6, 6}};
+  std::vector<Vobject> images;
+  for (const Size s : sizes) {
+    const Mask dom = RandomMask(rng_, s.h, s.w);
+    images.push_back(RandomImage(rng_, "uint2", s.w, s.h, 2, &dom));
+  }
+  const Vobject all = Concat(images);
+  // Cells of the largest width (7) and height (9); three images in two
+  // columns fill a row, then the next, or a column, then the next.
+  for (const bool by_rows : {true, false}) {
+    SCOPED_TRACE(by_rows ? "horizontal" : "vertical");
+    Vobject out;
+    ASSERT_EQ(tile_images(all, &out, 2, by_rows ? "horizontal" : "vertical"), VRESULT_OK);
+    Placed want(18, 14, 2);
+    for (int k = 0; k < 3; ++k) {
+      const int row = by_rows ? k / 2 : k % 2, col = by_rows ? k % 2 : k / 2;
+      want.Put(images[k], 0, 0, 100, 100, row * 9, col * 7);
+    }
+    want.Expect(out);
+  }
+  // Parts at offsets, clipped on every side, the later over the earlier;
+  // -1 four times takes the whole image.
+  Vobject out;
+  ASSERT_EQ(tile_images_offset(all, &out, VTuple(-2).Append(3).Append(5), VTuple(1).Append(-3).Append(4),
+                               VTuple(-1).Append(1).Append(2), VTuple(-1).Append(0).Append(-4),
+                               VTuple(-1).Append(7).Append(4), VTuple(-1).Append(3).Append(20), 10, 8),
+            VRESULT_OK);
+  Placed want(8, 10, 2);
+  want.Put(images[0], 0, 0, 4, 6, -2, 1);
+  want.Put(images[1], 1, 0, 7, 3, 3, -3);
+  want.Put(images[2], 2, -4, 4, 20, 5, 4);
+  want.Expect(out);
+  // Refusals.
+  const Vobject bytes = RandomImage(rng_, "byte", 4, 4, 2), three = RandomImage(rng_, "uint2", 4, 4, 3);
+  EXPECT_EQ(tile_images(Concat({images[0], bytes}), &out, 2, "horizontal"), VERR_PIXEL_TYPE);
+  EXPECT_EQ(tile_images(Concat({images[0], three}), &out, 2, "horizontal"), VERR_CHANNEL);
+  EXPECT_EQ(tile_images(all, &out, 0, "horizontal"), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(tile_images(all, &out, 2, "diagonal"), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(tile_images(all, &out, 40000, "vertical"), VERR_TOO_LARGE);
+  Vobject none;
+  ASSERT_EQ(gen_empty_obj(&none), VRESULT_OK);
+  EXPECT_EQ(tile_images(none, &out, 1, "vertical"), VERR_OBJ_NUM(1));
+  EXPECT_EQ(tile_images_offset(all, &out, VTuple(0), VTuple(0).Append(0).Append(0), VTuple(-1).Append(-1).Append(-1),
+                               VTuple(-1).Append(-1).Append(-1), VTuple(-1).Append(-1).Append(-1),
+                               VTuple(-1).Append(-1).Append(-1), 10, 10),
+            VERR_CTRL_NUM(0));
+  EXPECT_EQ(tile_images_offset(images[0], &out, 0, 0, 3, 0, 1, 2, 10, 10), VERR_CTRL_VALUE(4));
+  EXPECT_EQ(tile_images_offset(images[0], &out, 0, 0, 0, 0, 1, 1, 0, 10), VERR_CTRL_VALUE(6));
+}
+
 }  // namespace

@@ -19,26 +19,6 @@ struct Rect {
   int32_t width() const { return c2 - c1 + 1; }
 };
 
-// Copies the block of `rows` x `cols` pixels at (r, c) of `src` to (0, 0)
-// of `dst` (of the same type), both planes of complex pixels.
-void CopyBlock(const PixelBuffer& src, int32_t r, int32_t c, int32_t rows,
-               int32_t cols, PixelBuffer* dst) {
-  const bool complex = src.type() == PixelType::kComplex;
-  const size_t pix = complex ? 4 : PixelSize(src.type());
-  const size_t src_plane = complex ? src.pixel_bytes() / 2 : 0;
-  const size_t dst_plane = complex ? dst->pixel_bytes() / 2 : 0;
-  for (int plane = 0; plane < (complex ? 2 : 1); ++plane) {
-    for (int32_t i = 0; i < rows; ++i) {
-      const unsigned char* from =
-          src.data() + plane * src_plane +
-          (static_cast<size_t>(r + i) * src.width() + c) * pix;
-      unsigned char* to = dst->data() + plane * dst_plane +
-                          static_cast<size_t>(i) * dst->width() * pix;
-      std::memcpy(to, from, static_cast<size_t>(cols) * pix);
-    }
-  }
-}
-
 // A new image of `width` x `height` holding the pixels of `part` (inside
 // the input image) at its top left corner, with the input domain inside
 // `part` moved there.

@@ -3,6 +3,7 @@
 // and the channel and size checks that these operators all make.
 #pragma once
 
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -86,6 +87,26 @@ inline Vresult NewImageOfChannel(const PixelBuffer& channel, RegionPtr domain,
   const Vresult rc = channel.Clone(&one[0]);
   if (rc != VRESULT_OK) return rc;
   return db::NewImage(std::move(domain), std::move(one), key);
+}
+
+// Copies the block of `rows` x `cols` pixels at (r, c) of `src` to
+// (to_r, to_c) of `dst` (of the same type), both planes of complex pixels.
+// The block must lie inside both images.
+inline void CopyBlock(const PixelBuffer& src, int32_t r, int32_t c, int32_t rows, int32_t cols,
+                      PixelBuffer* dst, int32_t to_r = 0, int32_t to_c = 0) {
+  const bool complex = src.type() == PixelType::kComplex;
+  const size_t pix = complex ? 4 : PixelSize(src.type());
+  const size_t src_plane = complex ? src.pixel_bytes() / 2 : 0;
+  const size_t dst_plane = complex ? dst->pixel_bytes() / 2 : 0;
+  for (int plane = 0; plane < (complex ? 2 : 1); ++plane) {
+    for (int32_t i = 0; i < rows; ++i) {
+      const unsigned char* from =
+          src.data() + plane * src_plane + (static_cast<size_t>(r + i) * src.width() + c) * pix;
+      unsigned char* to = dst->data() + plane * dst_plane +
+                          (static_cast<size_t>(to_r + i) * dst->width() + to_c) * pix;
+      std::memcpy(to, from, static_cast<size_t>(cols) * pix);
+    }
+  }
 }
 
 // Reads a pixel type name from input control `par`: VERR_CTRL_VALUE(par)
