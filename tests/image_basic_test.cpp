@@ -324,6 +324,74 @@ TEST_F(ImageOpsTest, GeneratedImagesHoldTheCallersPixels) {
     }
 }
 
+TEST_F(ImageOpsTest, MemoryRectanglesAndArraysHandedOver) {
+  auto address = [](const void* p) { return static_cast<Vlong>(reinterpret_cast<uintptr_t>(p)); };
+  const Vlong clear = address(reinterpret_cast<void*>(&CountClear));
+  // The second byte of each four-byte pixel of rows 23 bytes apart.
+  auto* memory = static_cast<uint8_t*>(std::malloc(23 * 4));
+  for (int k = 0; k < 23 * 4; ++k) memory[k] = static_cast<uint8_t>(rng_());
+  cleared = 0;
+  Vobject rect;
+  ASSERT_EQ(gen_image1_rect(&rect, address(memory + 1), 5, 4, 23, 32, 8, "true", clear), VRESULT_OK);
+  Pixels p(rect);
+  ASSERT_EQ(p.width(), 5);
+  ASSERT_EQ(p.height(), 4);
+  for (int r = 0; r < 4; ++r)
+    for (int c = 0; c < 5; ++c) ASSERT_EQ(p[0].Get(r, c), memory[1 + r * 23 + c * 4]) << r << "," << c;
+  rect = Vobject();
+  EXPECT_EQ(cleared, 0);  // "true": the caller keeps its memory
+  // 16-bit pixels, handed over: cleared once, with the address given.
+  ASSERT_EQ(gen_image1_rect(&rect, address(memory), 2, 3, 23, 16, 16, "false", clear), VRESULT_OK);
+  Pixels q(rect);
+  uint16_t second_row_first = 0;
+  std::memcpy(&second_row_first, memory + 23, 2);
+  EXPECT_EQ(q[0].Get(1, 0), second_row_first);
+  rect = Vobject();
+  EXPECT_EQ(cleared, 1);
+  EXPECT_EQ(cleared_pointer, memory);
+  EXPECT_EQ(gen_image1_rect(&rect, address(memory), 5, 4, 16, 32, 8, "false", clear), VERR_CTRL_VALUE(3));
+  EXPECT_EQ(gen_image1_rect(&rect, address(memory), 5, 4, 23, 12, 8, "false", clear), VERR_CTRL_VALUE(4));
+  EXPECT_EQ(gen_image1_rect(&rect, address(memory), 5, 4, 23, 32, 24, "false", clear), VERR_CTRL_VALUE(5));
+  EXPECT_EQ(gen_image1_rect(&rect, address(memory), 5, 4, 23, 32, 8, "maybe", clear), VERR_CTRL_VALUE(6));
+  EXPECT_EQ(gen_image1_rect(&rect, 0, 5, 4, 23, 32, 8, "false", clear), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(cleared, 1);
+  std::free(memory);
+
+  // Three arrays, two of them the same: two clear calls.
+  auto* red = static_cast<uint8_t*>(std::calloc(6, 1));
+  auto* green = static_cast<uint8_t*>(std::calloc(6, 1));
+  red[5] = 9;
+  green[5] = 7;
+  cleared = 0;
+  Vobject rgb;
+  ASSERT_EQ(gen_image3_extern(&rgb, "byte", 3, 2, address(red), address(green), address(red), clear), VRESULT_OK);
+  EXPECT_EQ(Pixels(rgb)[1].Get(1, 2), 7);
+  EXPECT_EQ(Pixels(rgb)[2].Get(1, 2), 9);
+  rgb = Vobject();
+  EXPECT_EQ(cleared, 2);
+  std::free(red);
+  std::free(green);
+
+  // The rectangle around a domain, as memory.
+  Vobject image = RandomImage(rng_, "uint2", 9, 7), reduced;
+  Mask box(7, 9);
+  for (int r = 2; r <= 5; ++r)
+    for (int c = 3; c <= 4; ++c) box.Set(r, c);
+  ASSERT_EQ(reduce_domain(image, RegionObject(box), &reduced), VRESULT_OK);
+  Vlong pointer = 0, width = 0, height = 0, row_pitch = 0, bit_pitch = 0, bits = 0;
+  ASSERT_EQ(get_image_pointer1_rect(reduced, &pointer, &width, &height, &row_pitch, &bit_pitch, &bits), VRESULT_OK);
+  EXPECT_EQ(width, 2);
+  EXPECT_EQ(height, 4);
+  EXPECT_EQ(row_pitch, 18);
+  EXPECT_EQ(bit_pitch, 16);
+  EXPECT_EQ(bits, 16);
+  Pixels full(image);
+  EXPECT_EQ(pointer, address(full[0].data() + (2 * 9 + 3) * 2));
+  Vobject complex = RandomImage(rng_, "complex", 3, 3);
+  EXPECT_EQ(get_image_pointer1_rect(complex, &pointer, &width, &height, &row_pitch, &bit_pitch, &bits),
+            VERR_PIXEL_TYPE);
+}
+
 TEST_F(ImageOpsTest, RampsAndSurfacesFollowTheirFormulas) {
   Vobject ramp, first, second;
   ASSERT_EQ(gen_image_gray_ramp(&ramp, 2.5, -1.25, 128, 10, 20, 40, 30), VRESULT_OK);

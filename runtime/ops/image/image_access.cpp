@@ -57,6 +57,29 @@ VEXA_OPERATOR(get_image_pointer1) {
   return rc;
 }
 
+// The rectangle of memory around the domain of one image's first channel:
+// the address of the domain's top left corner (of its bounding box), the
+// box's width and height, the bytes from row to row, and the bits from
+// pixel to pixel and per pixel. Complex pixels lie in two planes and have
+// no such rectangle.
+VEXA_OPERATOR(get_image_pointer1_rect) {
+  Vkey key = VKEY_UNDEF;
+  db::ImageData image;
+  Vresult rc = ctx.InpObjSingle(1, &key);
+  if (rc == VRESULT_OK) rc = InpImage(1, key, &image);
+  if (rc != VRESULT_OK) return rc;
+  const PixelBuffer& ch = *image.channels[0];
+  if (ch.type() == PixelType::kComplex) return VERR_PIXEL_TYPE;
+  int32_t r1, c1, r2, c2;
+  if (!image.domain->BoundingBox(&r1, &c1, &r2, &c2)) return VERR_EMPTY_OBJECT;
+  const Vlong pix = static_cast<Vlong>(PixelSize(ch.type()));
+  const unsigned char* corner = ch.data() + (static_cast<size_t>(r1) * ch.width() + c1) * pix;
+  const Vlong values[6] = {static_cast<Vlong>(reinterpret_cast<uintptr_t>(corner)), c2 - c1 + 1, r2 - r1 + 1,
+                           ch.width() * pix, 8 * pix, 8 * pix};
+  for (int k = 0; k < 6 && rc == VRESULT_OK; ++k) rc = ctx.SetOutpLongs(k, {values[k]});
+  return rc;
+}
+
 // Values at the given points, point by point, all channels of a point in
 // turn. Integer pixels come as integers, real pixels as reals, complex
 // pixels as real part and imaginary part.

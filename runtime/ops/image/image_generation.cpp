@@ -2,6 +2,8 @@
 // one the caller hands over with a procedure that frees it, like another
 // image, and from a formula of the pixel position (ramps and polynomial
 // surfaces). Every new image has the full domain unless told otherwise.
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -74,6 +76,38 @@ Vresult GetCoefficients(const OpContext& ctx, int first, int n,
 
 using ClearProc = void (*)(void*);
 
+// Hands the caller's arrays to the new image `key`, whose channel i holds
+// a copy of addresses[i]: clear(addresses[i]) runs once for each different
+// address, when the last image using that channel is deleted (0: no
+// procedure). On failure the image is released and no procedure will run.
+Vresult AttachClearProc(Vkey key, const std::vector<Vlong>& addresses, Vlong clear) {
+  if (clear == 0) return VRESULT_OK;
+  for (size_t i = 0; i < addresses.size(); ++i) {
+    if (std::find(addresses.begin(), addresses.begin() + static_cast<std::ptrdiff_t>(i),
+                  addresses[i]) != addresses.begin() + static_cast<std::ptrdiff_t>(i))
+      continue;
+    // The image is new and known to no one else yet, so its channels are
+    // the buffers that carry the hooks.
+    PixelBuffer* buffer = nullptr;
+    const Vresult rc = db::WritableChannel(key, static_cast<int>(i), &buffer);
+    if (rc != VRESULT_OK) {
+      db::Release(key);
+      return rc;
+    }
+    buffer->SetReleaseHook(reinterpret_cast<ClearProc>(static_cast<uintptr_t>(clear)),
+                           const_cast<void*>(AsPointer(addresses[i])));
+  }
+  return VRESULT_OK;
+}
+
+// The pixel type of a rectangle of memory by its bits per pixel.
+bool RectPixelType(Vlong bits, PixelType* type) {
+  if (bits == 8) *type = PixelType::kByte;
+  else if (bits == 16) *type = PixelType::kUInt2;
+  else return false;
+  return true;
+}
+
 }  // namespace
 
 // Red, green and blue arrays of the caller as a three-channel image.
@@ -108,18 +142,71 @@ VEXA_OPERATOR(gen_image1_extern) {
   if (rc != VRESULT_OK) return rc;
   Vkey key = VKEY_UNDEF;
   rc = NewImageFromAddresses(type, width, height, {address}, 3, &key);
-  if (rc == VRESULT_OK && clear != 0) {
-    // The image is new and known to no one else yet, so its channel is
-    // the one buffer that carries the hook.
-    PixelBuffer* buffer = nullptr;
-    rc = db::WritableChannel(key, 0, &buffer);
-    if (rc != VRESULT_OK) {
-      db::Release(key);
-      return rc;
-    }
-    buffer->SetReleaseHook(reinterpret_cast<ClearProc>(static_cast<uintptr_t>(clear)),
-                           const_cast<void*>(AsPointer(address)));
-  }
+  if (rc == VRESULT_OK) rc = AttachClearProc(key, {address}, clear);
+  return HandOverOne(ctx, rc, key);
+}
+
+// gen_image1_extern with three arrays, one per channel: clear_proc runs
+// once for each different array.
+VEXA_OPERATOR(gen_image3_extern) {
+  PixelType type;
+  int32_t width = 0, height = 0;
+  std::vector<Vlong> addresses(3);
+  Vlong clear = 0;
+  Vresult rc = GetPixelType(ctx, 0, &type);
+  if (rc == VRESULT_OK) rc = GetImageSide(ctx, 1, &width);
+  if (rc == VRESULT_OK) rc = GetImageSide(ctx, 2, &height);
+  for (int i = 0; rc == VRESULT_OK && i < 3; ++i) rc = ctx.GetLong(3 + i, &addresses[static_cast<size_t>(i)]);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(6, &clear);
+  if (rc != VRESULT_OK) return rc;
+  Vkey key = VKEY_UNDEF;
+  rc = NewImageFromAddresses(type, width, height, addresses, 3, &key);
+  if (rc == VRESULT_OK) rc = AttachClearProc(key, addresses, clear);
+  return HandOverOne(ctx, rc, key);
+}
+
+// An image of the width x height pixels of a rectangle of the caller's
+// memory: rows `vertical_pitch` bytes apart, pixels `horizontal_bit_pitch`
+// bits apart (a multiple of 8, at least bits_per_pixel: every fourth byte
+// of an interleaved four-channel row, say), of 8 (byte) or 16 (uint2)
+// bits. The pixels are always copied. With do_copy "false" the caller
+// hands the memory over and clear_proc(pixel_pointer) runs once, when the
+// last image using the pixels is deleted; with "true" the caller keeps it.
+VEXA_OPERATOR(gen_image1_rect) {
+  Vlong address = 0, row_pitch = 0, bit_pitch = 0, bits = 0, clear = 0;
+  int32_t width = 0, height = 0;
+  const char* do_copy = nullptr;
+  Vresult rc = ctx.GetLong(0, &address);
+  if (rc == VRESULT_OK) rc = GetImageSide(ctx, 1, &width);
+  if (rc == VRESULT_OK) rc = GetImageSide(ctx, 2, &height);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(3, &row_pitch);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(4, &bit_pitch);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(5, &bits);
+  if (rc == VRESULT_OK) rc = ctx.GetString(6, &do_copy);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(7, &clear);
+  if (rc != VRESULT_OK) return rc;
+  PixelType type;
+  if (address == 0) return VERR_CTRL_VALUE(0);
+  if (!RectPixelType(bits, &type)) return VERR_CTRL_VALUE(5);
+  // Pitches beyond these would reach past any memory a process has.
+  if (bit_pitch < bits || bit_pitch % 8 != 0 || bit_pitch > (Vlong{1} << 20)) return VERR_CTRL_VALUE(4);
+  const Vlong step = bit_pitch / 8;
+  if (row_pitch < step * (width - 1) + bits / 8 || row_pitch > (Vlong{1} << 40))
+    return VERR_CTRL_VALUE(3);
+  const bool copy = std::strcmp(do_copy, "true") == 0;
+  if (!copy && std::strcmp(do_copy, "false") != 0) return VERR_CTRL_VALUE(6);
+  Channels channels(1);
+  rc = PixelBuffer::Create(type, width, height, &channels[0]);
+  if (rc != VRESULT_OK) return rc;
+  const auto* base = static_cast<const unsigned char*>(AsPointer(address));
+  const size_t pix = PixelSize(type);
+  for (int32_t r = 0; r < height; ++r)
+    for (int32_t c = 0; c < width; ++c)
+      std::memcpy(channels[0]->data() + (static_cast<size_t>(r) * width + c) * pix,
+                  base + r * row_pitch + c * step, pix);
+  Vkey key = VKEY_UNDEF;
+  rc = db::NewImage(nullptr, std::move(channels), &key);
+  if (rc == VRESULT_OK && !copy) rc = AttachClearProc(key, {address}, clear);
   return HandOverOne(ctx, rc, key);
 }
 
