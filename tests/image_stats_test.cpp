@@ -199,4 +199,77 @@ TEST_F(StatsTest, SelectGrayKeepsRegionsByMeanAndProjectionsAverageRowsAndColumn
   EXPECT_NEAR(hor[3].D(), row3 / kW, 1e-9);
 }
 
+
+TEST_F(StatsTest, CooccurrenceMatricesAndTheirFeatures) {
+  const TestImage im = RandomImage("byte", kW, kH, gen_);
+  const std::vector<uint8_t> m1 = RandomMask(kW, kH, gen_, false), m2 = RandomMask(kW, kH, gen_, false);
+  Vobject regions;
+  ASSERT_EQ(concat_obj(RegionOf(m1, kW, kH), RegionOf(m2, kW, kH), &regions), VRESULT_OK);
+  const auto inside = [&](const std::vector<uint8_t>& m, int r, int c) {
+    return r >= 0 && r < kH && c >= 0 && c < kW && im.In(r, c) && m[static_cast<size_t>(r) * kW + c];
+  };
+  const int offsets[4][3] = {{0, 0, 1}, {45, -1, 1}, {90, -1, 0}, {135, -1, -1}};
+  for (const int ld : {2, 5}) {
+    const int n = 1 << ld;
+    for (const auto& d : offsets) {
+      SCOPED_TRACE(testing::Message() << "ld_gray " << ld << ", direction " << d[0]);
+      Vobject matrices;
+      VTuple energy, correlation, homogeneity, contrast;
+      ASSERT_EQ(gen_cooc_matrix(regions, im.image, &matrices, ld, d[0]), VRESULT_OK);
+      ASSERT_EQ(cooc_feature_image(regions, im.image, ld, d[0], &energy, &correlation, &homogeneity, &contrast),
+                VRESULT_OK);
+      VTuple e2, c2, h2, k2;
+      ASSERT_EQ(cooc_feature_matrix(matrices, &e2, &c2, &h2, &k2), VRESULT_OK);
+      int i = 0;
+      for (const auto* m : {&m1, &m2}) {
+        // Pairs counted both ways, by brute force over the pixels.
+        std::vector<double> want(static_cast<size_t>(n * n), 0.0);
+        double pairs = 0;
+        for (int r = 0; r < kH; ++r)
+          for (int c = 0; c < kW; ++c)
+            if (inside(*m, r, c) && inside(*m, r + d[1], c + d[2])) {
+              const int a = static_cast<int>(im.At(r, c)) >> (8 - ld);
+              const int b = static_cast<int>(im.At(r + d[1], c + d[2])) >> (8 - ld);
+              want[static_cast<size_t>(a * n + b)] += 1;
+              want[static_cast<size_t>(b * n + a)] += 1;
+              pairs += 2;
+            }
+        Vobject matrix;
+        ASSERT_EQ(select_obj(matrices, &matrix, i + 1), VRESULT_OK);
+        const vexa::PixelBuffer* got = Pixels(matrix);
+        ASSERT_EQ(got->width(), n);
+        double mean = 0, e = 0, h = 0, k = 0;
+        for (int a = 0; a < n; ++a)
+          for (int b = 0; b < n; ++b) {
+            const double p = want[static_cast<size_t>(a * n + b)] / pairs;
+            ASSERT_NEAR(got->Get(a, b), p, 1e-6) << a << "," << b;
+            mean += a * p, e += p * p, h += p / (1.0 + (a - b) * (a - b)), k += (a - b) * (a - b) * p;
+          }
+        double var = 0, cov = 0;
+        for (int a = 0; a < n; ++a)
+          for (int b = 0; b < n; ++b) {
+            const double p = want[static_cast<size_t>(a * n + b)] / pairs;
+            var += (a - mean) * (a - mean) * p, cov += (a - mean) * (b - mean) * p;
+          }
+        EXPECT_NEAR(energy[i].D(), e, 1e-12);
+        EXPECT_NEAR(correlation[i].D(), cov / var, 1e-9);
+        EXPECT_NEAR(homogeneity[i].D(), h, 1e-12);
+        EXPECT_NEAR(contrast[i].D(), k, 1e-9);
+        // From the stored (float) matrix: the same to its precision.
+        EXPECT_NEAR(e2[i].D(), e, 1e-6);
+        EXPECT_NEAR(k2[i].D(), k, 1e-4);
+        ++i;
+      }
+    }
+  }
+  VTuple a, b, c, d;
+  EXPECT_EQ(cooc_feature_image(regions, im.image, 9, 0, &a, &b, &c, &d), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(cooc_feature_image(regions, im.image, 4, 30, &a, &b, &c, &d), VERR_CTRL_VALUE(1));
+  const TestImage wide = RandomImage("uint2", kW, kH, gen_);
+  EXPECT_EQ(cooc_feature_image(regions, wide.image, 4, 0, &a, &b, &c, &d), VERR_PIXEL_TYPE);
+  EXPECT_EQ(cooc_feature_matrix(im.image, &a, &b, &c, &d), VERR_PIXEL_TYPE);
+  const TestImage oblong = RandomImage("real", 4, 3, gen_);
+  EXPECT_EQ(cooc_feature_matrix(oblong.image, &a, &b, &c, &d), VERR_IMAGE_SIZE);
+}
+
 }  // namespace
