@@ -167,6 +167,34 @@ TEST_F(StatsTest, HistogramsCountTheDomainPixelsOfTheRegion) {
   EXPECT_EQ(gray_histo(real.image, real.image, &abs, &rel), VERR_PIXEL_TYPE);
 }
 
+// Domains of millions of pixels are counted in two halves at once; the
+// halves' counts must add up to those of every pixel, for 8- and 16-bit
+// values, under the full domain and a ragged one.
+TEST_F(StatsTest, LargeDomainsCountEveryPixelOnce) {
+  const int w = 2150, h = 2003;
+  for (const char* type : {"byte", "int2"}) {
+    for (const bool full : {true, false}) {
+      SCOPED_TRACE(std::string(type) + (full ? " full" : " ragged"));
+      const TestImage im = RandomImage(type, w, h, gen_, true);
+      // Ragged: gaps cut into every fifth row.
+      std::vector<uint8_t> mask(static_cast<size_t>(w) * h, 1);
+      for (int r = 1; !full && r < h; r += 5)
+        std::fill_n(mask.begin() + static_cast<std::ptrdiff_t>(r) * w + r % 89, 60, 0);
+      std::vector<Vlong> want(std::string(type) == "byte" ? 256 : 65536, 0);
+      const double offset = std::string(type) == "byte" ? 0 : 32768;
+      for (int r = 0; r < h; ++r)
+        for (int c = 0; c < w; ++c)
+          if (mask[static_cast<size_t>(r) * w + c]) ++want[static_cast<size_t>(im.At(r, c) + offset)];
+      Vobject image;
+      ASSERT_EQ(reduce_domain(im.image, RegionOf(mask, w, h), &image), VRESULT_OK);
+      VTuple abs, rel;
+      ASSERT_EQ(gray_histo(image, image, &abs, &rel), VRESULT_OK);
+      ASSERT_EQ(abs.Num(), static_cast<Vlong>(want.size()));
+      for (size_t i = 0; i < want.size(); ++i) ASSERT_EQ(abs[static_cast<Vlong>(i)].L(), want[i]) << i;
+    }
+  }
+}
+
 TEST_F(StatsTest, SelectGrayKeepsRegionsByMeanAndProjectionsAverageRowsAndColumns) {
   const TestImage im = RandomImage("byte", kW, kH, gen_, true);
   std::vector<uint8_t> top(kW * kH, 0), bottom(kW * kH, 0);

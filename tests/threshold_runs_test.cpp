@@ -135,6 +135,34 @@ TEST_F(ThresholdRunsTest, NoisyBytesGiveTheRunsOfAPerPixelLoop) {
   }
 }
 
+// Domains of four million pixels and more are done in two halves of their
+// chords at once: the halves must meet without a run lost, doubled or out
+// of order, whatever the middle chord holds, under full and ragged
+// domains and with an odd number of chords.
+TEST_F(ThresholdRunsTest, LargeImagesSplitInHalvesGiveTheRunsOfAPerPixelLoop) {
+  std::mt19937 gen(5);
+  const int width = 2131, height = 2001;
+  std::vector<uint8_t> pixels = BlockPixels(width, height, gen);
+  for (size_t k = 0; k < pixels.size(); k += 3) pixels[k] = static_cast<uint8_t>(gen());
+  for (const bool full : {true, false}) {
+    SCOPED_TRACE(full ? "full" : "ragged");
+    // Ragged: gaps cut into every fifth row, the area still far above the
+    // size at which the work is split.
+    std::vector<uint8_t> domain(pixels.size(), 1);
+    for (int r = 2; !full && r < height; r += 5)
+      std::fill_n(domain.begin() + static_cast<std::ptrdiff_t>(r) * width + r % 97, 40, 0);
+    const Vobject image = ByteImage(pixels, width, height, domain);
+    Vobject region;
+    ASSERT_EQ(threshold(image, &region, 70, 190), VRESULT_OK);
+    ExpectRuns(region, Expected(pixels, domain, [](uint8_t v) { return v >= 70 && v <= 190; }), width,
+               height);
+    Vobject split;
+    Vlong used = 0;
+    ASSERT_EQ(binary_threshold(image, &split, "max_separability", "dark", &used), VRESULT_OK);
+    ExpectRuns(split, Expected(pixels, domain, [&](uint8_t v) { return v <= used; }), width, height);
+  }
+}
+
 // The same for 16-bit pixels, which go through a mask of bytes first.
 TEST_F(ThresholdRunsTest, NoisyWordsGiveTheRunsOfAPerPixelLoop) {
   std::mt19937 gen(99);

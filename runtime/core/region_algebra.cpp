@@ -144,7 +144,7 @@ ChordList ChordSymmDifference(const ChordList& a, const ChordList& b) {
   if (a.empty() || b.empty()) return a.empty() ? b : a;
   ChordList out(a.size() + b.size());
   Chord* o = out.data();
-  Chord cur{};
+  Chord cur{0, 0, 0};
   bool pending = false;
   InCanonicalOrder(a, b, [&](const Chord& c) {
     if (!pending || c.r != cur.r || c.cb > int64_t{cur.ce} + 1) {

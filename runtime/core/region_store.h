@@ -21,6 +21,11 @@
 namespace vexa {
 
 struct Chord {
+  // Leaves the coordinates unset, so that a chord list can be sized before
+  // its chords are written (resize() then writes no zeros first).
+  Chord() {}
+  constexpr Chord(int32_t row, int32_t begin, int32_t end) : r(row), cb(begin), ce(end) {}
+
   int32_t r;
   int32_t cb;
   int32_t ce;  // inclusive

@@ -82,6 +82,26 @@ class DomainScan {
     for (const Chord& ch : domain_->chords()) fn(ch.r, ch.cb, ch.ce, Offset(ch.r, ch.cb));
   }
 
+  // The number of chords ForEachChord visits.
+  size_t NumChords() const {
+    return full_ ? static_cast<size_t>(height_) : domain_->chords().size();
+  }
+
+  // ForEachChord for the chords first .. last - 1 of that order.
+  template <class Fn>
+  void ForEachChordIn(size_t first, size_t last, Fn&& fn) const {
+    if (full_) {
+      for (size_t r = first; r < last; ++r) {
+        const auto row = static_cast<int32_t>(r);
+        fn(row, 0, width_ - 1, Offset(row, 0));
+      }
+      return;
+    }
+    const auto& chords = domain_->chords();
+    for (size_t i = first; i < last; ++i)
+      fn(chords[i].r, chords[i].cb, chords[i].ce, Offset(chords[i].r, chords[i].cb));
+  }
+
   size_t Offset(int32_t r, int32_t c) const {
     return static_cast<size_t>(r) * static_cast<size_t>(width_) + static_cast<size_t>(c);
   }
