@@ -30,24 +30,21 @@ Vresult ReadLetter(const OpContext& ctx, int name_par, int rotation_par, GolayPa
   return VRESULT_OK;
 }
 
-// A letter's parts as structuring elements around its centre.
-struct LetterElements {
-  Element fg, bg;
-};
-
+// A letter's parts as structuring elements around its centre:
+// (foreground, background).
 Vresult ReadLetterElements(const OpContext& ctx, int name_par, int rotation_par,
-                           LetterElements* letter) {
+                           ElementPair* letter) {
   GolayPair pair;
   const Vresult rc = ReadLetter(ctx, name_par, rotation_par, &pair);
   if (rc != VRESULT_OK) return rc;
-  letter->fg = Element::FromChords(pair.fg->chords());
-  letter->bg = Element::FromChords(pair.bg->chords());
+  letter->first = Element::FromChords(pair.fg->chords());
+  letter->second = Element::FromChords(pair.bg->chords());
   return VRESULT_OK;
 }
 
 // The eight turns of the letter named by control `name_par`, clockwise
 // from the letter as drawn.
-Vresult ReadLetterTurns(const OpContext& ctx, int name_par, std::vector<LetterElements>* turns) {
+Vresult ReadLetterTurns(const OpContext& ctx, int name_par, std::vector<ElementPair>* turns) {
   const char* name = nullptr;
   const Vresult rc = ctx.GetString(name_par, &name);
   if (rc != VRESULT_OK) return rc;
@@ -67,22 +64,6 @@ Vresult OutLetter(OpContext& ctx, const GolayPair& pair, int32_t row, int32_t co
   if (!apart) return OutRegions(ctx, 1, {std::move(fg), std::move(bg)});
   const Vresult rc = OutRegion(ctx, 1, std::move(fg));
   return rc == VRESULT_OK ? OutRegion(ctx, 2, std::move(bg)) : rc;
-}
-
-using PairStep = Vresult (*)(const Region&, const Element&, const Element&, RegionPtr*);
-
-// `step` with each turn in order, once over all eight.
-Vresult EachTurn(const Region& in, const std::vector<LetterElements>& turns, PairStep step,
-                 RegionPtr* out) {
-  RegionPtr current = Region::FromCanonicalChords(in.chords());
-  for (const LetterElements& t : turns) {
-    RegionPtr next;
-    const Vresult rc = step(*current, t.fg, t.bg, &next);
-    if (rc != VRESULT_OK) return rc;
-    current = std::move(next);
-  }
-  *out = std::move(current);
-  return VRESULT_OK;
 }
 
 // Thickening by a letter works on the background: a point outside the
@@ -135,12 +116,12 @@ Vresult ReadSteps(const OpContext& ctx, int par, const LetterStep& s, int64_t tu
 // where `until_stable`.
 Vresult TurnedLetterOp(OpContext& ctx, int rotation_par, int iterations_par, const LetterStep& s,
                        bool until_stable) {
-  LetterElements letter;
+  ElementPair letter;
   int64_t iterations = 1;
   Vresult rc = ReadLetterElements(ctx, 0, rotation_par, &letter);
   if (rc == VRESULT_OK && iterations_par >= 0) rc = ReadSteps(ctx, iterations_par, s, 1, &iterations);
   if (rc != VRESULT_OK) return rc;
-  const auto once = [&](const Region& a, RegionPtr* r) { return s.step(a, letter.fg, letter.bg, r); };
+  const auto once = [&](const Region& a, RegionPtr* r) { return s.step(a, letter.first, letter.second, r); };
   return MapRegions(ctx, [&](const Region& in, RegionPtr* out) {
     return until_stable ? RepeatUntilStable(in, iterations, once, out)
                         : Repeat(in, iterations, once, out);
@@ -150,12 +131,12 @@ Vresult TurnedLetterOp(OpContext& ctx, int rotation_par, int iterations_par, con
 // All eight turns one after the other, that pass repeated `iterations`
 // times (control 1), stopping early where `until_stable`.
 Vresult LetterSequenceOp(OpContext& ctx, const LetterStep& s, bool until_stable) {
-  std::vector<LetterElements> turns;
+  std::vector<ElementPair> turns;
   int64_t iterations = 0;
   Vresult rc = ReadLetterTurns(ctx, 0, &turns);
   if (rc == VRESULT_OK) rc = ReadSteps(ctx, 1, s, 8, &iterations);
   if (rc != VRESULT_OK) return rc;
-  const auto pass = [&](const Region& a, RegionPtr* r) { return EachTurn(a, turns, s.step, r); };
+  const auto pass = [&](const Region& a, RegionPtr* r) { return StepThrough(a, turns, s.step, r); };
   return MapRegions(ctx, [&](const Region& in, RegionPtr* out) {
     return until_stable ? RepeatUntilStable(in, iterations, pass, out)
                         : Repeat(in, iterations, pass, out);
@@ -165,10 +146,10 @@ Vresult LetterSequenceOp(OpContext& ctx, const LetterStep& s, bool until_stable)
 // opening_golay and closing_golay: `op` with the turned letter's
 // foreground part.
 Vresult SmoothByLetter(OpContext& ctx, Vresult (*op)(const Region&, const Element&, RegionPtr*)) {
-  LetterElements letter;
+  ElementPair letter;
   const Vresult rc = ReadLetterElements(ctx, 0, 1, &letter);
   if (rc != VRESULT_OK) return rc;
-  return MapRegions(ctx, [&](const Region& in, RegionPtr* out) { return op(in, letter.fg, out); });
+  return MapRegions(ctx, [&](const Region& in, RegionPtr* out) { return op(in, letter.first, out); });
 }
 
 }  // namespace
@@ -201,14 +182,14 @@ VEXA_OPERATOR(hit_or_miss_golay) { return TurnedLetterOp(ctx, 1, -1, kHitOrMissS
 
 // The union of the hit-or-miss points of all eight turns.
 VEXA_OPERATOR(hit_or_miss_seq) {
-  std::vector<LetterElements> turns;
+  std::vector<ElementPair> turns;
   const Vresult rc = ReadLetterTurns(ctx, 0, &turns);
   if (rc != VRESULT_OK) return rc;
   return MapRegions(ctx, [&](const Region& in, RegionPtr* out) {
     RegionPtr all = Region::Empty();
-    for (const LetterElements& t : turns) {
+    for (const ElementPair& t : turns) {
       RegionPtr hits;
-      const Vresult r = HitOrMiss(in, t.fg, t.bg, &hits);
+      const Vresult r = HitOrMiss(in, t.first, t.second, &hits);
       if (r != VRESULT_OK) return r;
       all = Region::Union(*all, *hits);
     }

@@ -114,12 +114,12 @@ RegionPtr JunctionPoints(const Region& a) {
   return Region::FromChords(points);
 }
 
-Vresult ThinSequence(const Region& a, const std::vector<std::pair<Element, Element>>& seq,
-                     RegionPtr* out) {
+Vresult StepThrough(const Region& a, const std::vector<ElementPair>& seq, PairStep step,
+                    RegionPtr* out) {
   RegionPtr current = Region::FromCanonicalChords(a.chords());
-  for (const auto& pair : seq) {
+  for (const ElementPair& pair : seq) {
     RegionPtr next;
-    const Vresult rc = Thin(*current, pair.first, pair.second, &next);
+    const Vresult rc = step(*current, pair.first, pair.second, &next);
     if (rc != VRESULT_OK) return rc;
     current = std::move(next);
   }

@@ -41,8 +41,17 @@ bool IsJunction(const Region& a, int32_t r, int32_t c);
 // The pixels of `a` that are junctions.
 RegionPtr JunctionPoints(const Region& a);
 
+// A (foreground, background) pair of elements, and a step made with one.
+using ElementPair = std::pair<Element, Element>;
+using PairStep = Vresult (*)(const Region&, const Element&, const Element&, RegionPtr*);
+
+// `step` with each pair of `seq` in turn, each on the result of the last.
+Vresult StepThrough(const Region& a, const std::vector<ElementPair>& seq, PairStep step,
+                    RegionPtr* out);
+
 // One pass of sequential thinning: Thin with each rotation in turn.
-Vresult ThinSequence(const Region& a, const std::vector<std::pair<Element, Element>>& seq,
-                     RegionPtr* out);
+inline Vresult ThinSequence(const Region& a, const std::vector<ElementPair>& seq, RegionPtr* out) {
+  return StepThrough(a, seq, Thin, out);
+}
 
 }  // namespace vexa
