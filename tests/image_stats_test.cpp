@@ -170,7 +170,7 @@ TEST_F(StatsTest, HistogramsCountTheDomainPixelsOfTheRegion) {
 // Domains of millions of pixels are counted in two halves at once; the
 // halves' counts must add up to those of every pixel, for 8- and 16-bit
 // values, under the full domain and a ragged one.
-TEST_F(StatsTest, LargeDomainsCountEveryPixelOnce) {
+TEST_F(StatsTest, LargeDomainsCountedOnTwoThreadsCountEveryPixelOnce) {
   const int w = 2150, h = 2003;
   for (const char* type : {"byte", "int2"}) {
     for (const bool full : {true, false}) {

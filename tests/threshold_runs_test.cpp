@@ -139,7 +139,7 @@ TEST_F(ThresholdRunsTest, NoisyBytesGiveTheRunsOfAPerPixelLoop) {
 // chords at once: the halves must meet without a run lost, doubled or out
 // of order, whatever the middle chord holds, under full and ragged
 // domains and with an odd number of chords.
-TEST_F(ThresholdRunsTest, LargeImagesSplitInHalvesGiveTheRunsOfAPerPixelLoop) {
+TEST_F(ThresholdRunsTest, LargeImagesSplitOverTwoThreadsGiveTheRunsOfAPerPixelLoop) {
   std::mt19937 gen(5);
   const int width = 2131, height = 2001;
   std::vector<uint8_t> pixels = BlockPixels(width, height, gen);
