@@ -98,6 +98,9 @@ std::vector<Chord> RunsOfEdges(const DomainScan& scan, EdgesOf&& edges_of, bool 
       Chord* stage = AlignedLike(chord_runs.get(), to);
       const size_t m = EdgeRuns(read, num_words, r, cb, cols.data(), stage);
       read += num_words;
+      // A chord without runs copies nothing (and an empty list has no
+      // storage to copy to).
+      if (m == 0) return;
       std::memcpy(static_cast<void*>(to), stage, m * sizeof(Chord));
       to += m;
     });
