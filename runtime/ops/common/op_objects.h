@@ -46,4 +46,12 @@ inline Vresult InpImage(int par, Vkey key, db::ImageData* image) {
   return rc == VERR_NOT_IMAGE ? VERR_OBJ_CLASS(par) : rc;
 }
 
+// The image of the single object of input parameter `par`
+// (VERR_OBJ_NUM(par) for none or several).
+inline Vresult InpSingleImage(OpContext& ctx, int par, db::ImageData* image) {
+  Vkey key = VKEY_UNDEF;
+  const Vresult rc = ctx.InpObjSingle(par, &key);
+  return rc == VRESULT_OK ? InpImage(par, key, image) : rc;
+}
+
 }  // namespace vexa

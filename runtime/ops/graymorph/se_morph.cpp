@@ -26,10 +26,8 @@ struct SePoint {
 
 // The points of the structuring image at input object 2.
 Vresult ReadStructuringElement(OpContext& ctx, std::vector<SePoint>* points, int* my, int* mx) {
-  Vkey key = VKEY_UNDEF;
   db::ImageData se;
-  Vresult rc = ctx.InpObjSingle(2, &key);
-  if (rc == VRESULT_OK) rc = InpImage(2, key, &se);
+  Vresult rc = InpSingleImage(ctx, 2, &se);
   if (rc != VRESULT_OK) return rc;
   const PixelBuffer& px = *se.channels[0];
   if (px.type() == PixelType::kComplex) return VERR_PIXEL_TYPE;

@@ -136,10 +136,8 @@ VEXA_OPERATOR(channels_to_image) {
 
 // Every channel as a one-channel image, in order.
 VEXA_OPERATOR(image_to_channels) {
-  Vkey key = VKEY_UNDEF;
   db::ImageData image;
-  Vresult rc = ctx.InpObjSingle(1, &key);
-  if (rc == VRESULT_OK) rc = InpImage(1, key, &image);
+  Vresult rc = InpSingleImage(ctx, 1, &image);
   if (rc != VRESULT_OK) return rc;
   NewKeys out;
   for (const PixelBuffer* ch : image.channels) {

@@ -63,10 +63,8 @@ VEXA_OPERATOR(get_image_pointer1) {
 // pixel to pixel and per pixel. Complex pixels lie in two planes and have
 // no such rectangle.
 VEXA_OPERATOR(get_image_pointer1_rect) {
-  Vkey key = VKEY_UNDEF;
   db::ImageData image;
-  Vresult rc = ctx.InpObjSingle(1, &key);
-  if (rc == VRESULT_OK) rc = InpImage(1, key, &image);
+  Vresult rc = InpSingleImage(ctx, 1, &image);
   if (rc != VRESULT_OK) return rc;
   const PixelBuffer& ch = *image.channels[0];
   if (ch.type() == PixelType::kComplex) return VERR_PIXEL_TYPE;
@@ -84,10 +82,8 @@ VEXA_OPERATOR(get_image_pointer1_rect) {
 // turn. Integer pixels come as integers, real pixels as reals, complex
 // pixels as real part and imaginary part.
 VEXA_OPERATOR(get_grayval) {
-  Vkey key = VKEY_UNDEF;
   db::ImageData image;
-  Vresult rc = ctx.InpObjSingle(1, &key);
-  if (rc == VRESULT_OK) rc = InpImage(1, key, &image);
+  Vresult rc = InpSingleImage(ctx, 1, &image);
   if (rc != VRESULT_OK) return rc;
   std::vector<Vlong> rows, cols;
   rc = ReadPoints(ctx, *image.channels[0], &rows, &cols);

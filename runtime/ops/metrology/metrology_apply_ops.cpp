@@ -156,10 +156,8 @@ Vresult EmitOutline(NewKeys& out, const std::vector<std::pair<double, double>>& 
 // Every object of the model, in the model's image size (taken from the
 // image when not set before).
 VEXA_OPERATOR(apply_metrology_model) {
-  Vkey key = VKEY_UNDEF;
   db::ImageData image;
-  Vresult rc = ctx.InpObjSingle(1, &key);
-  if (rc == VRESULT_OK) rc = InpImage(1, key, &image);
+  Vresult rc = InpSingleImage(ctx, 1, &image);
   if (rc == VRESULT_OK && image.channels.empty()) rc = VERR_CHANNEL;
   std::shared_ptr<MetrologyTool> tool;
   std::unique_lock<std::mutex> lock;

@@ -15,10 +15,8 @@
 namespace vexa {
 
 VEXA_OPERATOR(map_image) {
-  Vkey map_key = VKEY_UNDEF;
   db::ImageData map;
-  Vresult rc = ctx.InpObjSingle(2, &map_key);
-  if (rc == VRESULT_OK) rc = InpImage(2, map_key, &map);
+  Vresult rc = InpSingleImage(ctx, 2, &map);
   if (rc != VRESULT_OK) return rc;
   const PixelBuffer& first = *map.channels[0];
   const bool points = map.channels.size() == 2;
