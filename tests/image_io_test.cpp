@@ -366,6 +366,35 @@ TEST_F(ImageIoTest, BadRequestsAndBadFilesGiveTheirCodes) {
   EXPECT_EQ(read_image(&back, Path("bad.vxi").c_str()), VERR_FILE_CORRUPT);
 }
 
+// A tiled file whose tile shape claims far more than the file could hold is
+// refused before the tile buffer is made, whatever the image size says.
+TEST_F(ImageIoTest, TileShapeLargerThanTheFileCanHoldIsCorrupt) {
+  ASSERT_EQ(write_image(RandomImage(PixelType::kByte, 3, 7, false), "tiff tiled", 0,
+                        Path("tiled.tif").c_str()),
+            VRESULT_OK);
+  Bytes file = Load(Path("tiled.tif"));
+  ASSERT_EQ(file[0], 'I');  // little-endian: the directory offset is at byte 4
+  const auto u16 = [&file](size_t at) { return file[at] | file[at + 1] << 8; };
+  const size_t dir = file[4] | file[5] << 8 | file[6] << 16 | file[7] << 24;
+  int patched = 0;
+  for (int e = 0; e < u16(dir); ++e) {
+    const size_t entry = dir + 2 + 12 * e;
+    const int tag = u16(entry);
+    if (tag != 322 && tag != 323) continue;  // tile width and tile length
+    // A long value of 2^28, a multiple of 16 as tile sides must be: the
+    // buffer it asks for cannot be allocated at all.
+    file[entry + 2] = 4;
+    file[entry + 3] = 0;
+    file[entry + 8] = file[entry + 9] = file[entry + 10] = 0;
+    file[entry + 11] = 0x10;
+    ++patched;
+  }
+  ASSERT_EQ(patched, 2);
+  Save(Path("huge.tif"), file);
+  Vobject back;
+  EXPECT_EQ(read_image(&back, Path("huge.tif").c_str()), VERR_FILE_CORRUPT);
+}
+
 // ---- Damaged files ----------------------------------------------------------
 
 struct Damage {

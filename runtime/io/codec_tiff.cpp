@@ -174,12 +174,21 @@ bool ReadStrips(TIFF* tif, const Layout& layout, DecodedImage* image) {
 }
 
 // Reads tiles, clipping those on the right and bottom edges to the image.
-bool ReadTiles(TIFF* tif, const Layout& layout, DecodedImage* image) {
+// The tile's size comes from the file too, independently of the image's,
+// so it gets the same bound against the file's length before the buffer is
+// made: a damaged tile shape must not ask for terabytes.
+bool ReadTiles(TIFF* tif, const Layout& layout, size_t file_size,
+               DecodedImage* image) {
   const int planes = layout.planar ? layout.channels : 1;
   const int per_pixel = layout.planar ? 1 : layout.channels;
   const size_t pixel = per_pixel * PixelSize(image->channels[0]->type());
-  Bytes tile(static_cast<size_t>(TIFFTileSize64(tif)));
-  if (tile.size() < pixel * layout.tile_width * layout.tile_height) return false;
+  const double claimed = static_cast<double>(pixel) * layout.tile_width *
+                         static_cast<double>(layout.tile_height);
+  const uint64_t tile_size = TIFFTileSize64(tif);
+  if (static_cast<double>(tile_size) < claimed ||
+      static_cast<double>(tile_size) > static_cast<double>(file_size) * kMaxExpansion)
+    return false;
+  Bytes tile(static_cast<size_t>(tile_size));
   for (int s = 0; s < planes; ++s) {
     for (uint32_t y = 0; y < layout.height; y += layout.tile_height) {
       for (uint32_t x = 0; x < layout.width; x += layout.tile_width) {
@@ -290,7 +299,7 @@ Vresult DecodeTiff(const Bytes& file, DecodedImage* image) {
   rc = NewChannels(type, layout.width, layout.height, layout.channels,
                    file.size(), image);
   if (rc != VRESULT_OK) return rc;
-  const bool ok = layout.tiled ? ReadTiles(h.tif, layout, image)
+  const bool ok = layout.tiled ? ReadTiles(h.tif, layout, file.size(), image)
                                : ReadStrips(h.tif, layout, image);
   return ok ? VRESULT_OK : failure();
 }
