@@ -1,6 +1,6 @@
 // Work over a domain done in two halves at once: the pixel loops that
-// read a large image once (threshold, histograms) are bound by memory
-// bandwidth, which two cores share better than one uses.
+// read a large image once (threshold, histograms, the pixel maps) are bound
+// by memory bandwidth, which two cores share better than one uses.
 #pragma once
 
 #include <cstddef>
@@ -52,6 +52,33 @@ void RunInParallel(F0&& f0, F1&& f1) {
 inline bool SplitPays(const DomainScan& scan) {
   return scan.NumChords() >= 2 && static_cast<size_t>(scan.domain()->area()) >= kSplitPixels &&
          std::thread::hardware_concurrency() >= 2;
+}
+
+// scan.ForEachRun(fn), in two halves at once where SplitPays(scan): a
+// whole image is cut at its middle pixel (rounded down to a multiple of 64,
+// so that both halves keep the vector alignment of the buffers), a partial
+// domain at its middle chord. fn may then run on two threads at the same
+// time, so it must only read shared data and write the pixels of the run
+// it is given: the pixel maps, whose results lie at the offsets they read.
+template <class Fn>
+void ForEachRunInHalves(const DomainScan& scan, Fn&& fn) {
+  if (!SplitPays(scan)) {
+    scan.ForEachRun(fn);
+    return;
+  }
+  if (scan.full()) {
+    const size_t n = static_cast<size_t>(scan.width()) * static_cast<size_t>(scan.height());
+    const size_t mid = (n / 2) & ~size_t{63};
+    RunInParallel([&] { fn(size_t{0}, mid); }, [&] { fn(mid, n - mid); });
+    return;
+  }
+  const auto runs = [&](size_t first, size_t last) {
+    scan.ForEachChordIn(first, last, [&](int32_t, int32_t cb, int32_t ce, size_t offset) {
+      fn(offset, static_cast<size_t>(ce - cb + 1));
+    });
+  };
+  const size_t half = scan.NumChords() / 2;
+  RunInParallel([&] { runs(0, half); }, [&] { runs(half, scan.NumChords()); });
 }
 
 }  // namespace vexa

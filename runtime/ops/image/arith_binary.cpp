@@ -65,19 +65,19 @@ void AddIntegers(const PixelBuffer& a, const PixelBuffer& b, PixelBuffer* out,
       const Wide off = static_cast<Wide>(
           decltype(tag)::kType == PixelType::kCyclic ? (offset & 255) : bounded);
       if constexpr (decltype(tag)::kType == PixelType::kCyclic) {
-        scan.ForEachRun([&](size_t o, size_t n) {
+        ForEachRunInHalves(scan, [&](size_t o, size_t n) {
           MapPixelPairBlocks(pa + o, pb + o, dst + o, n, [=](T x, T y) {
             return static_cast<T>((Wide{x} + kSign * Wide{y} + off) & 255);
           });
         });
       } else if constexpr (std::is_same<T, uint8_t>::value) {
-        scan.ForEachRun([&](size_t o, size_t n) {
+        ForEachRunInHalves(scan, [&](size_t o, size_t n) {
           (kSign > 0 ? AddBytes : SubBytes)(pa + o, pb + o, dst + o, n, off);
         });
       } else {
         constexpr Wide kMin = std::numeric_limits<T>::min();
         constexpr Wide kMax = std::numeric_limits<T>::max();
-        scan.ForEachRun([&](size_t o, size_t n) {
+        ForEachRunInHalves(scan, [&](size_t o, size_t n) {
           MapPixelPairBlocks(pa + o, pb + o, dst + o, n, [=](T x, T y) {
             const Wide v = static_cast<Wide>(Wide{x} + kSign * Wide{y} + off);
             return static_cast<T>(std::min(std::max(v, kMin), kMax));
@@ -134,13 +134,13 @@ bool MultBytes(const PixelBuffer& a, const PixelBuffer& b, PixelBuffer* out,
   uint8_t* dst = out->data();
   FixedAffine fx;
   if (FastAffineBytes() && fx.Fit(mult, add, 0, kProducts - 1, table.data())) {
-    scan.ForEachRun([&](size_t o, size_t n) {
+    ForEachRunInHalves(scan, [&](size_t o, size_t n) {
       MapByteProductsAffine(pa + o, pb + o, dst + o, n, static_cast<int32_t>(fx.m),
                             static_cast<int32_t>(fx.c), fx.shift);
     });
     return true;
   }
-  scan.ForEachRun([&](size_t o, size_t n) {
+  ForEachRunInHalves(scan, [&](size_t o, size_t n) {
     for (size_t k = o; k < o + n; ++k) dst[k] = table[static_cast<size_t>(pa[k] * pb[k])];
   });
   return true;
@@ -183,7 +183,7 @@ VEXA_OPERATOR(abs_diff_image) {
           const uint8_t* pa = PixelsOf(a, tag);
           const uint8_t* pb = PixelsOf(b, tag);
           uint8_t* dst = PixelsOf(out, tag);
-          s.ForEachRun([&](size_t o, size_t n) { AbsDiffBytes(pa + o, pb + o, dst + o, n); });
+          ForEachRunInHalves(s, [&](size_t o, size_t n) { AbsDiffBytes(pa + o, pb + o, dst + o, n); });
         } else if constexpr (kNarrowInteger<T>) {
           // |a - b| in the wide lanes, clipped to the type (int1 tops out
           // at 127); the loop vectorises.

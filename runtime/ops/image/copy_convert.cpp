@@ -8,6 +8,7 @@
 
 #include "image_op_util.h"
 #include "ops/common/domain_scan.h"
+#include "ops/common/halves.h"
 #include "ops/common/pixel_dispatch.h"
 #include "registry.h"
 
@@ -42,7 +43,7 @@ void ConvertChannel(const PixelBuffer& in, PixelBuffer* out,
       constexpr PixelType kOut = decltype(out_tag)::kType;
       using O = typename decltype(out_tag)::Value;
       O* dst = PixelsOf(out, out_tag);
-      scan.ForEachRun([&](size_t o, size_t n) {
+      ForEachRunInHalves(scan, [&](size_t o, size_t n) {
         const I* s = src + o;
         O* d = dst + o;
         if constexpr (CastIsExact<kIn, kOut>() ||

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "ops/common/domain_scan.h"
+#include "ops/common/halves.h"
 #include "ops/common/op_objects.h"
 #include "ops/common/pixel_dispatch.h"
 #include "ops/image/byte_affine.h"
@@ -217,7 +218,7 @@ Vresult UnaryMap(const PixelBuffer& in, PixelBuffer* out,
             const double mult = (f(255.0) - f_lo) / 255.0;
             FixedAffine fx;
             if (FastAffineBytes() && fx.Fit(mult, f_lo, 0, 255, table.data())) {
-              scan.ForEachRun([&](size_t o, size_t n) {
+              ForEachRunInHalves(scan, [&](size_t o, size_t n) {
                 MapBytesAffine(src + o, dst + o, n, static_cast<int32_t>(fx.m),
                                static_cast<int32_t>(fx.c), fx.shift);
               });
@@ -225,13 +226,13 @@ Vresult UnaryMap(const PixelBuffer& in, PixelBuffer* out,
             }
           }
           const O* t = table.data() - kLo;
-          scan.ForEachRun([&](size_t o, size_t n) {
+          ForEachRunInHalves(scan, [&](size_t o, size_t n) {
             for (size_t k = o; k < o + n; ++k) dst[k] = t[src[k]];
           });
           return;
         }
       }
-      scan.ForEachRun([&](size_t o, size_t n) {
+      ForEachRunInHalves(scan, [&](size_t o, size_t n) {
         for (size_t k = o; k < o + n; ++k)
           dst[k] = StorePixel<kOut>(f(static_cast<double>(src[k])));
       });
@@ -250,7 +251,7 @@ Vresult BinaryMap(const PixelBuffer& a, const PixelBuffer& b, PixelBuffer* out,
     WithResultTag(in_tag, out->type(), [&](auto out_tag) {
       constexpr PixelType kOut = decltype(out_tag)::kType;
       auto* dst = PixelsOf(out, out_tag);
-      scan.ForEachRun([&](size_t o, size_t n) {
+      ForEachRunInHalves(scan, [&](size_t o, size_t n) {
         for (size_t k = o; k < o + n; ++k)
           dst[k] = StorePixel<kOut>(
               f(static_cast<double>(pa[k]), static_cast<double>(pb[k])));
@@ -269,7 +270,7 @@ Vresult TypedBinaryMap(const PixelBuffer& a, const PixelBuffer& b,
     const auto* pa = PixelsOf(a, tag);
     const auto* pb = PixelsOf(b, tag);
     auto* dst = PixelsOf(out, tag);
-    scan.ForEachRun([&](size_t o, size_t n) {
+    ForEachRunInHalves(scan, [&](size_t o, size_t n) {
       MapPixelPairBlocks(pa + o, pb + o, dst + o, n, op);
     });
   });
@@ -283,7 +284,7 @@ Vresult TypedUnaryMap(const PixelBuffer& in, PixelBuffer* out,
   DispatchPixelType(in.type(), [&](auto tag) {
     const auto* src = PixelsOf(in, tag);
     auto* dst = PixelsOf(out, tag);
-    scan.ForEachRun([&](size_t o, size_t n) { MapPixelBlocks(src + o, dst + o, n, op); });
+    ForEachRunInHalves(scan, [&](size_t o, size_t n) { MapPixelBlocks(src + o, dst + o, n, op); });
   });
   return VRESULT_OK;
 }
