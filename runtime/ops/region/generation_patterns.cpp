@@ -1,8 +1,10 @@
 // Regions of patterns and chance: gen_checker_region, gen_grid_region,
-// gen_region_hline, gen_random_region, gen_random_regions. Random values
-// come from the runtime's generator (VDrand48), so VSrand48 repeats them.
+// gen_region_hline, gen_region_histo, gen_random_region,
+// gen_random_regions, hamming_change_region. Random values come from the
+// runtime's generator (VDrand48), so VSrand48 repeats them.
 #include <cmath>
 #include <cstring>
+#include <vector>
 
 #include "ops/region/kernels/raster.h"
 #include "ops/region/region_ops.h"
@@ -167,6 +169,89 @@ VEXA_OPERATOR(gen_random_regions) {
     out.push_back(Region::FromCanonicalChords(std::move(chords)));
   }
   return OutRegions(ctx, 1, out);
+}
+
+// A histogram drawn as a region: the value v of bin k is the column
+// `column` + k, from the base row `row` to row `row` - round(v * scale),
+// both included, so bars of positive values rise above the base line,
+// those of negative values hang below it, and a zero is the base pixel.
+VEXA_OPERATOR(gen_region_histo) {
+  std::vector<double> values;
+  double row = 0, column = 0, scale = 0;
+  Vresult rc = ctx.GetDoubles(0, values);
+  if (rc == VRESULT_OK) rc = ctx.GetDouble(1, &row);
+  if (rc == VRESULT_OK) rc = ctx.GetDouble(2, &column);
+  if (rc == VRESULT_OK) rc = ctx.GetDouble(3, &scale);
+  if (rc != VRESULT_OK) return rc;
+  if (!CoordOk(row) || row != std::floor(row)) return VERR_CTRL_VALUE(1);
+  if (!CoordOk(column) || column != std::floor(column) ||
+      !CoordOk(column + static_cast<double>(values.size())))
+    return VERR_CTRL_VALUE(2);
+  if (!std::isfinite(scale)) return VERR_CTRL_VALUE(3);
+  // Ends of each bar first, so that the pixel count is checked before any
+  // chord is made.
+  std::vector<int32_t> ends(values.size());
+  double pixels = 0;
+  for (size_t k = 0; k < values.size(); ++k) {
+    const double end = row - std::round(values[k] * scale);
+    if (!std::isfinite(values[k]) || !CoordOk(end)) return VERR_CTRL_VALUE(0);
+    ends[k] = static_cast<int32_t>(end);
+    pixels += std::fabs(end - row) + 1;
+  }
+  if (pixels > static_cast<double>(kMaxImageSide) * kMaxImageSide) return VERR_TOO_LARGE;
+  ChordList chords;
+  chords.reserve(static_cast<size_t>(pixels));
+  const auto base = static_cast<int32_t>(row);
+  for (size_t k = 0; k < ends.size(); ++k) {
+    const auto c = static_cast<int32_t>(column + static_cast<double>(k));
+    for (int32_t r = std::min(base, ends[k]); r <= std::max(base, ends[k]); ++r)
+      chords.push_back({r, c, c});
+  }
+  return OutRegion(ctx, 1, Region::FromChords(std::move(chords)));
+}
+
+// Each region with exactly `distance` pixels of the rectangle rows
+// 0..height-1, columns 0..width-1 flipped (added where they were missing,
+// removed where they were set), chosen at random without repetition: the
+// result has that Hamming distance to the input. Pixels outside the
+// rectangle are kept.
+VEXA_OPERATOR(hamming_change_region) {
+  Vlong v[2], distance = 0;
+  Vresult rc = GetPositive(ctx, 0, 2, kMaxImageSide, v);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(2, &distance);
+  if (rc != VRESULT_OK) return rc;
+  const Vlong width = v[0], height = v[1], area = width * height;
+  if (distance < 0 || distance > area) return VERR_CTRL_VALUE(2);
+  // One flag per pixel of the rectangle is kept while drawing.
+  if (area > (Vlong{1} << 28)) return VERR_TOO_LARGE;
+  return MapRegions(ctx, [&](const Region& in, RegionPtr* out) {
+    // Draws the smaller of the flipped and the kept set, so that the
+    // expected number of draws stays below twice the pixels chosen.
+    const bool draw_kept = distance > area / 2;
+    const Vlong wanted = draw_kept ? area - distance : distance;
+    std::vector<bool> drawn(static_cast<size_t>(area), false);
+    for (Vlong got = 0; got < wanted;) {
+      const auto at = std::min(static_cast<Vlong>(VDrand48() * static_cast<double>(area)), area - 1);
+      if (drawn[static_cast<size_t>(at)]) continue;
+      drawn[static_cast<size_t>(at)] = true;
+      ++got;
+    }
+    ChordList flips;
+    for (Vlong r = 0; r < height; ++r)
+      for (Vlong c = 0; c < width;) {
+        const auto flipped = [&](Vlong col) {
+          return drawn[static_cast<size_t>(r * width + col)] != draw_kept;
+        };
+        while (c < width && !flipped(c)) ++c;
+        const Vlong start = c;
+        while (c < width && flipped(c)) ++c;
+        if (c > start)
+          flips.push_back({static_cast<int32_t>(r), static_cast<int32_t>(start),
+                           static_cast<int32_t>(c - 1)});
+      }
+    *out = Region::FromCanonicalChords(ChordSymmDifference(in.chords(), flips));
+    return VRESULT_OK;
+  });
 }
 
 }  // namespace vexa

@@ -1,8 +1,11 @@
 // Operators made of a morphological operation and set algebra: the hats,
-// the boundary, the segmenting opening and the morphological skeleton.
+// the boundary, the segmenting opening, the morphological skeleton and
+// the fitting with several elements.
 #include <cstring>
+#include <vector>
 
 #include "ops/region/morphology_ops.h"
+#include "ops/region/region_ops.h"
 #include "region_algebra.h"
 #include "registry.h"
 
@@ -111,6 +114,35 @@ VEXA_OPERATOR(opening_seg) {
       if (r != VRESULT_OK) return r;
       out->push_back(std::move(grown));
     }
+    return VRESULT_OK;
+  });
+}
+
+// Each region smoothed by every element of the second parameter (each
+// about its centre of gravity): opened, which removes what the element
+// does not fit into, then closed, which fills gaps narrower than it. The
+// result is the union of these, so a part survives when any one of the
+// elements fits it (elements of several orientations keep thin parts of
+// any direction that one of them matches).
+VEXA_OPERATOR(fitting) {
+  std::vector<RegionPtr> shapes;
+  Vresult rc = InpRegions(ctx, 2, &shapes);
+  if (rc != VRESULT_OK) return rc;
+  if (shapes.empty()) return VERR_OBJ_NUM(2);
+  std::vector<Element> elements(shapes.size());
+  for (size_t k = 0; k < shapes.size() && rc == VRESULT_OK; ++k)
+    rc = ElementOf(*shapes[k], true, 0, 0, &elements[k]);
+  if (rc != VRESULT_OK) return rc;
+  return MapRegions(ctx, [&](const Region& in, RegionPtr* out) {
+    std::vector<RegionPtr> fitted;
+    for (const Element& e : elements) {
+      RegionPtr opened, closed;
+      Vresult r = Opening(in, e, &opened);
+      if (r == VRESULT_OK) r = Closing(*opened, e, &closed);
+      if (r != VRESULT_OK) return r;
+      fitted.push_back(std::move(closed));
+    }
+    *out = RegionUnionMany(fitted);
     return VRESULT_OK;
   });
 }

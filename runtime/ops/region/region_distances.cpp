@@ -7,34 +7,20 @@
 #include <limits>
 
 #include "ops/common/op_objects.h"
+#include "ops/region/region_distance.h"
 #include "region_algebra.h"
 #include "registry.h"
 
 namespace vexa {
 namespace {
 
-// The regions of input objects 1 and 2, pairwise.
-Vresult ReadPairs(OpContext& ctx, std::vector<RegionPtr>* a, std::vector<RegionPtr>* b) {
-  for (int par = 1; par <= 2; ++par) {
-    std::vector<RegionPtr>* out = par == 1 ? a : b;
-    const Vresult rc = ctx.ForEachInpObj(par, [&](Vkey key, Vlong) {
-      RegionPtr region;
-      const Vresult r = InpRegion(par, key, &region);
-      if (r == VRESULT_OK) out->push_back(region);
-      return r;
-    });
-    if (rc != VRESULT_OK) return rc;
-  }
-  return a->size() == b->size() ? VRESULT_OK : VERR_OBJ_NUM(2);
-}
-
 // Columns between two runs of one row each: 0 when they overlap.
 int64_t Gap(const Chord& x, const Chord& y) {
   return std::max<int64_t>({0, int64_t{y.cb} - x.ce, int64_t{x.cb} - y.ce});
 }
 
-// The least squared distance between pixels of a and b (-1 if either is
-// empty), with the first closest pair (row, column, row, column) in `at`.
+}  // namespace
+
 int64_t LeastSquaredDistance(const Region& a, const Region& b, Vlong at[4]) {
   int64_t best = -1;
   for (const Chord& x : a.chords())
@@ -50,6 +36,39 @@ int64_t LeastSquaredDistance(const Region& a, const Region& b, Vlong at[4]) {
       at[0] = x.r, at[1] = cx, at[2] = y.r, at[3] = cy;
     }
   return best;
+}
+
+int64_t LeastChessboardDistance(const Region& a, const Region& b) {
+  const ChordList& y = b.chords();
+  if (a.empty() || y.empty()) return -1;
+  // Farther than any two int32 coordinates, and safe to add to one.
+  int64_t best = int64_t{1} << 40;
+  for (const Chord& x : a.chords()) {
+    if (best <= 0) break;
+    // Only rows closer than the best distance so far can improve it.
+    const auto first = std::lower_bound(y.begin(), y.end(), x.r - best + 1,
+                                        [](const Chord& ch, int64_t row) { return ch.r < row; });
+    for (auto it = first; it != y.end() && it->r < x.r + best; ++it)
+      best = std::min(best, std::max<int64_t>(std::abs(int64_t{it->r} - x.r), Gap(x, *it)));
+  }
+  return best;
+}
+
+namespace {
+
+// The regions of input objects 1 and 2, pairwise.
+Vresult ReadPairs(OpContext& ctx, std::vector<RegionPtr>* a, std::vector<RegionPtr>* b) {
+  for (int par = 1; par <= 2; ++par) {
+    std::vector<RegionPtr>* out = par == 1 ? a : b;
+    const Vresult rc = ctx.ForEachInpObj(par, [&](Vkey key, Vlong) {
+      RegionPtr region;
+      const Vresult r = InpRegion(par, key, &region);
+      if (r == VRESULT_OK) out->push_back(region);
+      return r;
+    });
+    if (rc != VRESULT_OK) return rc;
+  }
+  return a->size() == b->size() ? VRESULT_OK : VERR_OBJ_NUM(2);
 }
 
 // |a xor b| and 1 - |a xor b| / (|a| + |b|) (1 for two empty regions).
@@ -182,20 +201,7 @@ VEXA_OPERATOR(distance_rr_min_dil) {
   const Vresult rc = ReadPairs(ctx, &a, &b);
   if (rc != VRESULT_OK) return rc;
   std::vector<Vlong> dist;
-  for (size_t i = 0; i < a.size(); ++i) {
-    const ChordList& y = b[i]->chords();
-    // Farther than any two int32 coordinates, and safe to add to one.
-    int64_t best = y.empty() ? -1 : int64_t{1} << 40;
-    for (const Chord& x : a[i]->chords()) {
-      if (best <= 0) break;
-      // Only rows closer than the best distance so far can improve it.
-      const auto first = std::lower_bound(y.begin(), y.end(), x.r - best + 1,
-                                          [](const Chord& ch, int64_t row) { return ch.r < row; });
-      for (auto it = first; it != y.end() && it->r < x.r + best; ++it)
-        best = std::min(best, std::max<int64_t>(std::abs(int64_t{it->r} - x.r), Gap(x, *it)));
-    }
-    dist.push_back(a[i]->empty() ? -1 : best);
-  }
+  for (size_t i = 0; i < a.size(); ++i) dist.push_back(LeastChessboardDistance(*a[i], *b[i]));
   return ctx.SetOutpLongs(0, dist);
 }
 

@@ -32,24 +32,19 @@ Vresult SplitRegions(OpContext& ctx, const RegionSplit& fn) {
   return out.HandOver(ctx, 1);
 }
 
-Vresult ReadElement(OpContext& ctx, int par, bool centred, int64_t row,
-                    int64_t col, Element* element) {
-  Vkey key = VKEY_UNDEF;
-  Vresult rc = ctx.InpObjSingle(par, &key);
-  RegionPtr region;
-  if (rc == VRESULT_OK) rc = InpRegion(par, key, &region);
-  if (rc != VRESULT_OK) return rc;
-  if (region->empty()) return VERR_EMPTY_OBJECT;
+Vresult ElementOf(const Region& region, bool centred, int64_t row, int64_t col,
+                  Element* element) {
+  if (region.empty()) return VERR_EMPTY_OBJECT;
   if (centred) {
-    row = std::llround(region->row());
-    col = std::llround(region->col());
+    row = std::llround(region.row());
+    col = std::llround(region.col());
   }
   int32_t r1, c1, r2, c2;
-  region->BoundingBox(&r1, &c1, &r2, &c2);
+  region.BoundingBox(&r1, &c1, &r2, &c2);
   if (std::max(row - r1, r2 - row) > kMaxElementReach ||
       std::max(col - c1, c2 - col) > kMaxElementReach)
     return VERR_TOO_LARGE;
-  std::vector<Chord> chords = region->chords();
+  std::vector<Chord> chords = region.chords();
   for (Chord& ch : chords) {
     ch.r = static_cast<int32_t>(ch.r - row);
     ch.cb = static_cast<int32_t>(ch.cb - col);
@@ -57,6 +52,16 @@ Vresult ReadElement(OpContext& ctx, int par, bool centred, int64_t row,
   }
   *element = Element::FromChords(std::move(chords));
   return VRESULT_OK;
+}
+
+Vresult ReadElement(OpContext& ctx, int par, bool centred, int64_t row,
+                    int64_t col, Element* element) {
+  Vkey key = VKEY_UNDEF;
+  Vresult rc = ctx.InpObjSingle(par, &key);
+  RegionPtr region;
+  if (rc == VRESULT_OK) rc = InpRegion(par, key, &region);
+  if (rc != VRESULT_OK) return rc;
+  return ElementOf(*region, centred, row, col, element);
 }
 
 Vresult ReadElementAt(OpContext& ctx, int obj_par, int row_par, int col_par,

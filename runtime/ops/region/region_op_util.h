@@ -25,6 +25,13 @@ using RegionSplit =
     std::function<Vresult(const Region& in, std::vector<RegionPtr>* out)>;
 Vresult SplitRegions(OpContext& ctx, const RegionSplit& fn);
 
+// `region` as a structuring element relative to the reference point (row,
+// col), or to its centre of gravity rounded to a pixel when `centred`.
+// Fails with VERR_EMPTY_OBJECT for an empty region and VERR_TOO_LARGE for
+// one beyond kMaxElementReach around the point.
+Vresult ElementOf(const Region& region, bool centred, int64_t row, int64_t col,
+                  Element* element);
+
 // The structuring element of input object `par` (exactly one, non-empty
 // region), relative to the reference point (row, col). Fails with
 // VERR_OBJ_NUM(par), VERR_OBJ_CLASS(par), VERR_EMPTY_OBJECT, or

@@ -1,5 +1,5 @@
 // Set operators on regions: union1, union2, intersection, difference,
-// symm_difference, complement, connection.
+// symm_difference, complement, connection, background_seg.
 //
 // The two-operand operators combine each region of the first parameter
 // with the union of all regions of the second, giving one result per region
@@ -78,6 +78,23 @@ VEXA_OPERATOR(connection) {
   for (const RegionPtr& r : in)
     for (ChordList& part : ChordComponents(r->chords(), Neighbourhood::k8))
       out.push_back(Region::FromCanonicalChords(std::move(part)));
+  return OutRegions(ctx, 1, out);
+}
+
+// The connected components of the frame's pixels outside all input
+// regions together, in the order of each component's first pixel. The
+// background is split with the 4-neighbourhood, the dual of the
+// foreground's 8: a diagonal line of the foreground separates the two
+// sides, as it does for the eye.
+VEXA_OPERATOR(background_seg) {
+  std::vector<RegionPtr> in;
+  const Vresult rc = InpRegions(ctx, 1, &in);
+  if (rc != VRESULT_OK) return rc;
+  const ChordList background = ChordComplementIn(RegionUnionMany(in)->chords(), 0, 0,
+                                                 kFrameHeight - 1, kFrameWidth - 1);
+  std::vector<RegionPtr> out;
+  for (ChordList& part : ChordComponents(background, Neighbourhood::k4))
+    out.push_back(Region::FromCanonicalChords(std::move(part)));
   return OutRegions(ctx, 1, out);
 }
 
