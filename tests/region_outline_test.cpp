@@ -117,7 +117,10 @@ TEST_F(RegionOpsTest, HullShapesEncloseTheRegion) {
   EXPECT_EQ(shape_trans(ToObject(RandomMask(rng_)), &shape, "star"), VERR_CTRL_VALUE(0));
 }
 
-TEST_F(RegionOpsTest, DistanceTransformMatchesBruteForce) {
+// Both transforms against a search over every pixel: the distance to the
+// nearest source, and for closest_point_transform a source pixel at
+// exactly that distance, given as coordinates or as an offset.
+TEST_F(RegionOpsTest, DistanceAndClosestPointTransformsMatchBruteForce) {
   const Mask m = RandomMask(rng_, 0, 0, 20, 24, 6);
   const Vobject obj = ToObject(m);
   struct Case {
@@ -128,30 +131,63 @@ TEST_F(RegionOpsTest, DistanceTransformMatchesBruteForce) {
       {"chessboard", [](int dr, int dc) { return double(std::max(std::abs(dr), std::abs(dc))); }},
       {"euclidean", [](int dr, int dc) { return std::hypot(dr, dc); }},
   };
+  const auto value = [](const vexa::PixelBuffer* px, bool real, size_t i) {
+    return real ? reinterpret_cast<const float*>(px->data())[i]
+                : reinterpret_cast<const int32_t*>(px->data())[i];
+  };
   for (const Case& t : cases)
     for (const char* fg : {"true", "false"}) {
       SCOPED_TRACE(std::string(t.metric) + " " + fg);
-      Vobject image;
+      Vobject image, closest[2], points[2];
       ASSERT_EQ(distance_transform(obj, &image, t.metric, fg, 24, 20), VRESULT_OK);
-      vexa::db::ImageData img;
+      ASSERT_EQ(closest_point_transform(obj, &closest[0], &points[0], t.metric, fg, "absolute", 24, 20),
+                VRESULT_OK);
+      ASSERT_EQ(closest_point_transform(obj, &closest[1], &points[1], t.metric, fg, "relative", 24, 20),
+                VRESULT_OK);
+      vexa::db::ImageData img, dist[2], at[2];
       ASSERT_EQ(vexa::db::GetImage(image.Id(), &img), VRESULT_OK);
+      for (int k = 0; k < 2; ++k) {
+        ASSERT_EQ(vexa::db::GetImage(closest[k].Id(), &dist[k]), VRESULT_OK);
+        ASSERT_EQ(vexa::db::GetImage(points[k].Id(), &at[k]), VRESULT_OK);
+        ASSERT_EQ(at[k].channels.size(), 2u);
+      }
       const bool real = std::string(t.metric) == "euclidean";
+      const bool source_is_set = std::string(fg) == "false";
       for (int r = 0; r < 20; ++r)
         for (int c = 0; c < 24; ++c) {
-          const bool source_is_set = std::string(fg) == "false";
           double best = 24 + 20;
           for (int y = 0; y < 20; ++y)
             for (int x = 0; x < 24; ++x)
               if (m.Get(y, x) == source_is_set) best = std::min(best, t.dist(y - r, x - c));
           const size_t i = static_cast<size_t>(r) * 24 + c;
-          const double got = real ? reinterpret_cast<const float*>(img.channels[0]->data())[i]
-                                  : reinterpret_cast<const int32_t*>(img.channels[0]->data())[i];
-          ASSERT_NEAR(got, best, 1e-5) << r << "," << c;
+          ASSERT_NEAR(value(img.channels[0], real, i), best, 1e-5) << r << "," << c;
+          for (int k = 0; k < 2; ++k) {
+            ASSERT_EQ(value(dist[k].channels[0], real, i), value(img.channels[0], real, i));
+            int sr = static_cast<int>(value(at[k].channels[0], false, i));
+            int sc = static_cast<int>(value(at[k].channels[1], false, i));
+            if (k == 1) sr += r, sc += c;
+            ASSERT_TRUE(sr >= 0 && sr < 20 && sc >= 0 && sc < 24) << r << "," << c;
+            EXPECT_EQ(m.Get(sr, sc), source_is_set) << "not a source, for " << r << "," << c;
+            EXPECT_NEAR(t.dist(sr - r, sc - c), best, 1e-9) << "not nearest, for " << r << "," << c;
+          }
         }
     }
+  // Without any source pixel there is no closest point.
+  Vobject empty, closest, points;
+  ASSERT_EQ(gen_empty_region(&empty), VRESULT_OK);
+  ASSERT_EQ(closest_point_transform(empty, &closest, &points, "chessboard", "false", "absolute", 5, 4),
+            VRESULT_OK);
+  vexa::db::ImageData none;
+  ASSERT_EQ(vexa::db::GetImage(points.Id(), &none), VRESULT_OK);
+  EXPECT_EQ(none.channels[0]->Get(3, 4), -1);
+  EXPECT_EQ(none.channels[1]->Get(0, 0), -1);
   Vobject image;
   EXPECT_EQ(distance_transform(obj, &image, "octagonal", "true", 24, 20), VERR_CTRL_VALUE(0));
   EXPECT_EQ(distance_transform(obj, &image, "euclidean", "maybe", 24, 20), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(closest_point_transform(obj, &image, &closest, "euclidean", "true", "polar", 24, 20),
+            VERR_CTRL_VALUE(2));
+  EXPECT_EQ(closest_point_transform(obj, &image, &closest, "euclidean", "true", "absolute", 0, 20),
+            VERR_CTRL_VALUE(3));
 }
 
 TEST_F(RegionOpsTest, ExpandRegionGrowsStepByStepAndLeavesTiesFree) {
