@@ -1,6 +1,7 @@
 // Segmentation of images: regional extrema against a flood fill written
 // here, watersheds separating two blurred blobs, merging basins by
 // threshold, and Hough transforms finding drawn lines and circles.
+#include <algorithm>
 #include <cmath>
 #include <set>
 #include <string>
@@ -228,6 +229,34 @@ TEST_F(ImageSegmentation, HoughCirclesFindsACircleOutline) {
   EXPECT_NEAR(row, 30, 0.5);
   EXPECT_NEAR(col, 40, 0.5);
   EXPECT_NEAR(area, M_PI * 144, 30);
+
+  // The accumulator itself: reaches the radius past the bottom and right
+  // ends and peaks at the centre.
+  Vobject votes;
+  ASSERT_EQ(hough_circle_trans(RegionOf(mask, w, h), &votes, Vlong{12}), VRESULT_OK);
+  Vlong vw = 0, vh = 0;
+  ASSERT_EQ(get_image_size(votes, &vw, &vh), VRESULT_OK);
+  EXPECT_EQ(vw, 40 + 12 + 12 + 1);
+  EXPECT_EQ(vh, 30 + 12 + 12 + 1);
+  const vexa::PixelBuffer* px = Pixels(votes);
+  double best = -1;
+  int best_r = -1, best_c = -1;
+  for (int r = 0; r < vh; ++r)
+    for (int c = 0; c < vw; ++c)
+      if (px->Get(r, c) > best) best = px->Get(r, c), best_r = r, best_c = c;
+  EXPECT_EQ(best_r, 30);
+  EXPECT_EQ(best_c, 40);
+  // Every outline pixel lies on the circle about the centre: the peak
+  // holds at most their number and most of them.
+  const double outline = static_cast<double>(std::count(mask.begin(), mask.end(), 1));
+  EXPECT_LE(best, outline);
+  EXPECT_GE(best, 0.6 * outline);
+  Vobject empty;
+  ASSERT_EQ(gen_empty_region(&empty), VRESULT_OK);
+  ASSERT_EQ(hough_circle_trans(empty, &votes, Vlong{5}), VRESULT_OK);
+  ASSERT_EQ(get_image_size(votes, &vw, &vh), VRESULT_OK);
+  EXPECT_EQ(vw * vh, 1);
+  EXPECT_EQ(hough_circle_trans(empty, &votes, Vlong{0}), VERR_CTRL_VALUE(0));
 }
 
 TEST_F(ImageSegmentation, BadInputIsRefused) {

@@ -1,5 +1,5 @@
 // Hough transforms of regions: hough_line_trans, hough_lines,
-// select_matching_lines and hough_circles.
+// select_matching_lines, hough_circle_trans and hough_circles.
 //
 // A line is given by the angle `phi` of its normal (radians, 0 <= phi <
 // pi, counter-clockwise from the column axis with rows pointing up) and
@@ -82,6 +82,61 @@ RegionPtr Disc(int32_t row, int32_t col, int32_t radius) {
   return Region::FromCanonicalChords(std::move(chords));
 }
 
+// Reads the circle radius of control 0: 1..1000.
+Vresult ReadRadius(const OpContext& ctx, int* radius) {
+  Vlong v = 0;
+  const Vresult rc = ctx.GetLong(0, &v);
+  if (rc != VRESULT_OK) return rc;
+  if (v < 1 || v > 1000) return VERR_CTRL_VALUE(0);
+  *radius = static_cast<int>(v);
+  return VRESULT_OK;
+}
+
+// The pixels of the digital circle of radius `rad` about the origin, as
+// (column, row) offsets, each once.
+std::vector<cv::Point> Ring(int rad) {
+  std::vector<cv::Point> ring;
+  cv::Mat seen = cv::Mat::zeros(2 * rad + 1, 2 * rad + 1, CV_8U);
+  const int steps = static_cast<int>(std::ceil(2 * M_PI * rad * 2));
+  for (int s = 0; s < steps; ++s) {
+    const double a = 2 * M_PI * s / steps;
+    const int dc = static_cast<int>(std::lround(rad * std::cos(a)));
+    const int dr = static_cast<int>(std::lround(rad * std::sin(a)));
+    if (!seen.at<uint8_t>(dr + rad, dc + rad)) {
+      seen.at<uint8_t>(dr + rad, dc + rad) = 1;
+      ring.emplace_back(dc, dr);
+    }
+  }
+  return ring;
+}
+
+// For every centre within `area`, the number of region pixels on the
+// circle `ring` about it (CV_32S, area's size, origin at area's corner);
+// votes for centres outside `area` are dropped.
+cv::Mat CircleVotes(const Region& region, const std::vector<cv::Point>& ring, const cv::Rect& area) {
+  cv::Mat votes = cv::Mat::zeros(area.size(), CV_32S);
+  for (const Chord& ch : region.chords())
+    for (int32_t c = ch.cb; c <= ch.ce; ++c)
+      for (const cv::Point& p : ring) {
+        const int r = ch.r - area.y + p.y, col = c - area.x + p.x;
+        if (r >= 0 && r < area.height && col >= 0 && col < area.width) ++votes.at<int32_t>(r, col);
+      }
+  return votes;
+}
+
+// A new int4 image holding `votes`, added to `out`.
+Vresult VoteImage(const cv::Mat& votes, NewKeys* out) {
+  Vkey key = VKEY_UNDEF;
+  Vresult rc = db::NewBlankImage(PixelType::kInt4, votes.cols, votes.rows, 1, nullptr, &key);
+  if (rc != VRESULT_OK) return rc;
+  out->Add(key);
+  PixelBuffer* px = nullptr;
+  rc = db::WritableChannel(key, 0, &px);
+  if (rc != VRESULT_OK) return rc;
+  votes.copyTo(CvHeaderOf(px));
+  return VRESULT_OK;
+}
+
 }  // namespace
 
 VEXA_OPERATOR(hough_line_trans) {
@@ -92,16 +147,9 @@ VEXA_OPERATOR(hough_line_trans) {
   Accumulator acc;
   if (rc == VRESULT_OK) rc = Vote(*region, resolution, &acc);
   if (rc != VRESULT_OK) return rc;
-  Vkey key = VKEY_UNDEF;
-  rc = db::NewBlankImage(PixelType::kInt4, acc.votes.cols, acc.votes.rows, 1, nullptr, &key);
-  if (rc != VRESULT_OK) return rc;
   NewKeys out;
-  out.Add(key);
-  PixelBuffer* px = nullptr;
-  rc = db::WritableChannel(key, 0, &px);
-  if (rc != VRESULT_OK) return rc;
-  acc.votes.copyTo(CvHeaderOf(px));
-  return out.HandOver(ctx, 1);
+  rc = VoteImage(acc.votes, &out);
+  return rc == VRESULT_OK ? out.HandOver(ctx, 1) : rc;
 }
 
 // hough_lines: the lines with at least `threshold` votes that are the
@@ -194,42 +242,24 @@ VEXA_OPERATOR(select_matching_lines) {
 // centre lies within the radius; mode is the largest number of circles
 // returned (0: all), strongest first.
 VEXA_OPERATOR(hough_circles) {
-  Vlong radius = 0, percent = 0, mode = 0;
+  int rad = 0;
+  Vlong percent = 0, mode = 0;
   RegionPtr region;
-  Vresult rc = ctx.GetLong(0, &radius);
+  Vresult rc = ReadRadius(ctx, &rad);
   if (rc == VRESULT_OK) rc = ctx.GetLong(1, &percent);
   if (rc == VRESULT_OK) rc = ctx.GetLong(2, &mode);
   if (rc != VRESULT_OK) return rc;
-  if (radius < 1 || radius > 1000) return VERR_CTRL_VALUE(0);
   if (percent < 1 || percent > 100) return VERR_CTRL_VALUE(1);
   if (mode < 0) return VERR_CTRL_VALUE(2);
   rc = InpRegionSingle(ctx, &region);
   if (rc != VRESULT_OK) return rc;
-  const int rad = static_cast<int>(radius);
-  // The circle's pixels: one per column offset in each octant, no repeats.
-  std::vector<cv::Point> ring;
-  {
-    cv::Mat seen = cv::Mat::zeros(2 * rad + 1, 2 * rad + 1, CV_8U);
-    const int steps = static_cast<int>(std::ceil(2 * M_PI * rad * 2));
-    for (int s = 0; s < steps; ++s) {
-      const double a = 2 * M_PI * s / steps;
-      const int dc = static_cast<int>(std::lround(rad * std::cos(a)));
-      const int dr = static_cast<int>(std::lround(rad * std::sin(a)));
-      if (!seen.at<uint8_t>(dr + rad, dc + rad)) {
-        seen.at<uint8_t>(dr + rad, dc + rad) = 1;
-        ring.emplace_back(dc, dr);
-      }
-    }
-  }
+  const std::vector<cv::Point> ring = Ring(rad);
   NewKeys out;
   const cv::Rect box = BoxOf(*region);
   if (!box.empty()) {
     const cv::Rect area(box.x - rad, box.y - rad, box.width + 2 * rad, box.height + 2 * rad);
     if (double(area.width) * area.height > kMaxCells) return VERR_TOO_LARGE;
-    cv::Mat votes = cv::Mat::zeros(area.size(), CV_32S);
-    for (const Chord& ch : region->chords())
-      for (int32_t c = ch.cb; c <= ch.ce; ++c)
-        for (const cv::Point& p : ring) ++votes.at<int32_t>(ch.r - area.y + p.y, c - area.x + p.x);
+    const cv::Mat votes = CircleVotes(*region, ring, area);
     const double needed = percent / 100.0 * static_cast<double>(ring.size());
     struct Centre {
       int votes, r, c;
@@ -254,6 +284,30 @@ VEXA_OPERATOR(hough_circles) {
     if (rc != VRESULT_OK) return rc;
   }
   return out.HandOver(ctx, 1);
+}
+
+// hough_circle_trans: an int4 image whose pixel (row, column) counts the
+// region pixels on the circle of the given radius about it, so circles of
+// that radius in the region show as peaks at their centres. The image
+// reaches the radius beyond the region's bottom and right ends; centres
+// at negative coordinates fall outside it. An empty region gives a 1 x 1
+// image of 0.
+VEXA_OPERATOR(hough_circle_trans) {
+  int rad = 0;
+  RegionPtr region;
+  Vresult rc = ReadRadius(ctx, &rad);
+  if (rc == VRESULT_OK) rc = InpRegionSingle(ctx, &region);
+  if (rc != VRESULT_OK) return rc;
+  int32_t r1 = 0, c1 = 0, r2 = -1, c2 = -1;
+  cv::Rect area(0, 0, 1, 1);
+  if (region->BoundingBox(&r1, &c1, &r2, &c2)) {
+    const double width = std::max(1.0, double(c2) + rad + 1), height = std::max(1.0, double(r2) + rad + 1);
+    if (width * height > kMaxCells) return VERR_TOO_LARGE;
+    area = cv::Rect(0, 0, static_cast<int>(width), static_cast<int>(height));
+  }
+  NewKeys out;
+  rc = VoteImage(CircleVotes(*region, Ring(rad), area), &out);
+  return rc == VRESULT_OK ? out.HandOver(ctx, 1) : rc;
 }
 
 }  // namespace vexa
