@@ -1,8 +1,12 @@
 // Hole filling, clipping and partitioning of regions: fill_up,
-// fill_up_shape, clip_region, clip_region_rel, partition_rectangle.
+// fill_up_shape, clip_region, clip_region_rel, partition_rectangle,
+// partition_dynamic.
+#include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <vector>
 
+#include "ops/region/region_op_util.h"
 #include "ops/region/region_ops.h"
 #include "region_store_moments.h"
 #include "registry.h"
@@ -162,6 +166,47 @@ VEXA_OPERATOR(partition_rectangle) {
   }
   if (rc != VRESULT_OK) return rc;
   return OutRegions(ctx, 1, out);
+}
+
+// Cuts each region into vertical strips of about `width` columns, each
+// ending where the region is thinnest: within `percent` % of the width on
+// either side of the nominal last column, at the column holding the fewest
+// region pixels (the first of equal ones). A strip ends there and the next
+// starts one column further; what is left once the nominal end reaches
+// the region's right end is the last strip. The non-empty strips, left to
+// right: a text line splits between its characters.
+VEXA_OPERATOR(partition_dynamic) {
+  double width = 0.0, percent = 0.0;
+  Vresult rc = ctx.GetDouble(0, &width);
+  if (rc == VRESULT_OK) rc = ctx.GetDouble(1, &percent);
+  if (rc != VRESULT_OK) return rc;
+  if (!(width >= 1.0) || !CoordOk(width)) return VERR_CTRL_VALUE(0);
+  if (!(percent >= 0.0 && percent <= 100.0)) return VERR_CTRL_VALUE(1);
+  const auto step = static_cast<int64_t>(std::llround(width));
+  const auto reach = static_cast<int64_t>(std::llround(width * percent / 100.0));
+  return SplitRegions(ctx, [&](const Region& in, std::vector<RegionPtr>* out) {
+    int32_t r1, c1, r2, c2;
+    if (!in.BoundingBox(&r1, &c1, &r2, &c2)) return VRESULT_OK;
+    // Region pixels per column, from the chords' ends.
+    std::vector<int64_t> count(static_cast<size_t>(c2 - c1) + 2, 0);
+    for (const Chord& ch : in.chords()) ++count[ch.cb - c1], --count[ch.ce - c1 + 1];
+    for (size_t k = 1; k < count.size(); ++k) count[k] += count[k - 1];
+    int64_t start = c1;
+    while (start <= c2) {
+      int64_t end = c2;
+      if (start + step - 1 < c2) {
+        const int64_t nominal = start + step - 1;
+        const int64_t lo = std::max(start, nominal - reach), hi = std::min<int64_t>(c2, nominal + reach);
+        end = lo;
+        for (int64_t c = lo + 1; c <= hi; ++c)
+          if (count[c - c1] < count[end - c1]) end = c;
+      }
+      RegionPtr part = in.ClipToRectangle(r1, static_cast<int32_t>(start), r2, static_cast<int32_t>(end));
+      if (!part->empty()) out->push_back(std::move(part));
+      start = end + 1;
+    }
+    return VRESULT_OK;
+  });
 }
 
 }  // namespace vexa
