@@ -149,15 +149,18 @@ VEXA_OPERATOR(image_to_channels) {
   return out.HandOver(ctx, 1);
 }
 
-#define VEXA_CHANNEL_OPERATORS_(n)                               \
-  VEXA_OPERATOR(compose##n) { return ComposeN(ctx, n); }         \
-  VEXA_OPERATOR(decompose##n) { return DecomposeN(ctx, n); }
+VEXA_OPERATOR(compose2) { return ComposeN(ctx, 2); }
+VEXA_OPERATOR(compose3) { return ComposeN(ctx, 3); }
+VEXA_OPERATOR(compose4) { return ComposeN(ctx, 4); }
+VEXA_OPERATOR(compose5) { return ComposeN(ctx, 5); }
+VEXA_OPERATOR(compose6) { return ComposeN(ctx, 6); }
+VEXA_OPERATOR(compose7) { return ComposeN(ctx, 7); }
 
-VEXA_CHANNEL_OPERATORS_(2)
-VEXA_CHANNEL_OPERATORS_(3)
-VEXA_CHANNEL_OPERATORS_(4)
-VEXA_CHANNEL_OPERATORS_(5)
-VEXA_CHANNEL_OPERATORS_(6)
-VEXA_CHANNEL_OPERATORS_(7)
+VEXA_OPERATOR(decompose2) { return DecomposeN(ctx, 2); }
+VEXA_OPERATOR(decompose3) { return DecomposeN(ctx, 3); }
+VEXA_OPERATOR(decompose4) { return DecomposeN(ctx, 4); }
+VEXA_OPERATOR(decompose5) { return DecomposeN(ctx, 5); }
+VEXA_OPERATOR(decompose6) { return DecomposeN(ctx, 6); }
+VEXA_OPERATOR(decompose7) { return DecomposeN(ctx, 7); }
 
 }  // namespace vexa

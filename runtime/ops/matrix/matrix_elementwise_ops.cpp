@@ -86,15 +86,25 @@ Vresult Sqrt(OpContext& ctx, bool in_place) {
 
 }  // namespace
 
-VEXA_MATRIX_OPERATOR_PAIR(add_matrix, Add)
-VEXA_MATRIX_OPERATOR_PAIR(sub_matrix, Sub)
-VEXA_MATRIX_OPERATOR_PAIR(mult_element_matrix, MultElement)
-VEXA_MATRIX_OPERATOR_PAIR(div_element_matrix, DivElement)
-VEXA_MATRIX_OPERATOR_PAIR(pow_element_matrix, PowElement)
-VEXA_MATRIX_OPERATOR_PAIR(pow_scalar_element_matrix, PowScalarElement)
-VEXA_MATRIX_OPERATOR_PAIR(scale_matrix, Scale)
-VEXA_MATRIX_OPERATOR_PAIR(abs_matrix, Abs)
-VEXA_MATRIX_OPERATOR_PAIR(sqrt_matrix, Sqrt)
-VEXA_MATRIX_OPERATOR_PAIR(transpose_matrix, Transpose)
+VEXA_OPERATOR(add_matrix) { return Add(ctx, false); }
+VEXA_OPERATOR(add_matrix_mod) { return Add(ctx, true); }
+VEXA_OPERATOR(sub_matrix) { return Sub(ctx, false); }
+VEXA_OPERATOR(sub_matrix_mod) { return Sub(ctx, true); }
+VEXA_OPERATOR(mult_element_matrix) { return MultElement(ctx, false); }
+VEXA_OPERATOR(mult_element_matrix_mod) { return MultElement(ctx, true); }
+VEXA_OPERATOR(div_element_matrix) { return DivElement(ctx, false); }
+VEXA_OPERATOR(div_element_matrix_mod) { return DivElement(ctx, true); }
+VEXA_OPERATOR(pow_element_matrix) { return PowElement(ctx, false); }
+VEXA_OPERATOR(pow_element_matrix_mod) { return PowElement(ctx, true); }
+VEXA_OPERATOR(pow_scalar_element_matrix) { return PowScalarElement(ctx, false); }
+VEXA_OPERATOR(pow_scalar_element_matrix_mod) { return PowScalarElement(ctx, true); }
+VEXA_OPERATOR(scale_matrix) { return Scale(ctx, false); }
+VEXA_OPERATOR(scale_matrix_mod) { return Scale(ctx, true); }
+VEXA_OPERATOR(abs_matrix) { return Abs(ctx, false); }
+VEXA_OPERATOR(abs_matrix_mod) { return Abs(ctx, true); }
+VEXA_OPERATOR(sqrt_matrix) { return Sqrt(ctx, false); }
+VEXA_OPERATOR(sqrt_matrix_mod) { return Sqrt(ctx, true); }
+VEXA_OPERATOR(transpose_matrix) { return Transpose(ctx, false); }
+VEXA_OPERATOR(transpose_matrix_mod) { return Transpose(ctx, true); }
 
 }  // namespace vexa

@@ -57,7 +57,8 @@ Vresult Reduction(OpContext& ctx, Reduce reduce) {
 
 }  // namespace
 
-VEXA_MATRIX_OPERATOR_PAIR(mult_matrix, Mult)
+VEXA_OPERATOR(mult_matrix) { return Mult(ctx, false); }
+VEXA_OPERATOR(mult_matrix_mod) { return Mult(ctx, true); }
 
 VEXA_OPERATOR(sum_matrix) {
   return Reduction(ctx, [](const auto& v) { return v.sum(); });

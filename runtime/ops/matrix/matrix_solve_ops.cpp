@@ -92,8 +92,10 @@ Vresult Pow(OpContext& ctx, bool in_place) {
 
 }  // namespace
 
-VEXA_MATRIX_OPERATOR_PAIR(invert_matrix, Invert)
-VEXA_MATRIX_OPERATOR_PAIR(pow_matrix, Pow)
+VEXA_OPERATOR(invert_matrix) { return Invert(ctx, false); }
+VEXA_OPERATOR(invert_matrix_mod) { return Invert(ctx, true); }
+VEXA_OPERATOR(pow_matrix) { return Pow(ctx, false); }
+VEXA_OPERATOR(pow_matrix_mod) { return Pow(ctx, true); }
 
 VEXA_OPERATOR(solve_matrix) {
   Matrix a, b, x;

@@ -48,9 +48,3 @@ Vresult OutpOptionalMatrix(OpContext& ctx, int par, bool wanted, Matrix m);
 Vresult InpBool(const OpContext& ctx, int par, bool* value);
 
 }  // namespace vexa
-
-// Registers the two forms of an operator: `name` with a new result and
-// `name`_mod in place. `fn` is Vresult fn(OpContext&, bool in_place).
-#define VEXA_MATRIX_OPERATOR_PAIR(name, fn) \
-  VEXA_OPERATOR(name) { return fn(ctx, false); } \
-  VEXA_OPERATOR(name##_mod) { return fn(ctx, true); }
