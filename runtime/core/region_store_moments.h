@@ -41,6 +41,15 @@ struct ShapeFactors {
   double anisometry = 0.0, bulkiness = 0.0, structure_factor = 0.0;
 };
 
+// The principal inertia values ia >= ib of m20, m02 and m11.
+inline void SetInertia(RegionMoments* m) {
+  const double mean = 0.5 * (m->m20 + m->m02);
+  const double half_diff = 0.5 * (m->m20 - m->m02);
+  const double root = std::sqrt(half_diff * half_diff + m->m11 * m->m11);
+  m->ia = mean + root;
+  m->ib = mean - root > 0.0 ? mean - root : 0.0;  // rounding below 0
+}
+
 // `ChordT` has members r, cb, ce. The empty region gives all zeros.
 template <class ChordT>
 RegionMoments ComputeMoments(const ChordT* chords, size_t num) {
@@ -68,11 +77,7 @@ RegionMoments ComputeMoments(const ChordT* chords, size_t num) {
   m.m20 /= m.area;
   m.m11 /= m.area;
   m.m02 /= m.area;
-  const double mean = 0.5 * (m.m20 + m.m02);
-  const double half_diff = 0.5 * (m.m20 - m.m02);
-  const double root = std::sqrt(half_diff * half_diff + m.m11 * m.m11);
-  m.ia = mean + root;
-  m.ib = mean - root > 0.0 ? mean - root : 0.0;  // rounding below 0
+  SetInertia(&m);
   return m;
 }
 

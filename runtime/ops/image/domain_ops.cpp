@@ -81,4 +81,25 @@ VEXA_OPERATOR(get_domain) {
                    });
 }
 
+// For each region of input 1, the image of input 2 under the part of its
+// domain inside the region: one image per region, all sharing the pixels.
+VEXA_OPERATOR(add_channels) {
+  Vkey image_key = VKEY_UNDEF;
+  db::ImageData image;
+  Vresult rc = ctx.InpObjSingle(2, &image_key);
+  if (rc == VRESULT_OK) rc = InpImage(2, image_key, &image);
+  if (rc != VRESULT_OK) return rc;
+  NewKeys out;
+  rc = ctx.ForEachInpObj(1, [&](Vkey key, Vlong) {
+    RegionPtr region;
+    Vresult r = InpRegion(1, key, &region);
+    Vkey made = VKEY_UNDEF;
+    if (r == VRESULT_OK)
+      r = db::NewImageWithDomain(image_key, Region::Intersection(*image.domain, *region), &made);
+    if (r == VRESULT_OK) out.Add(made);
+    return r;
+  });
+  return rc == VRESULT_OK ? out.HandOver(ctx, 1) : rc;
+}
+
 }  // namespace vexa

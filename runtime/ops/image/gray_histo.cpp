@@ -8,12 +8,15 @@
 //                     type; integer bins are (max - min + 1) / num_bins
 //                     values wide, real ones (max - min) / num_bins;
 //                     values outside the range are not counted
+//   histo_2dim        the joint histogram of two byte images as an image
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
 #include "ops/common/pixel_dispatch.h"
 #include "ops/image/gray_histogram.h"
 #include "ops/image/region_gray_scan.h"
+#include "region_algebra.h"
 #include "registry.h"
 
 namespace vexa {
@@ -101,6 +104,47 @@ VEXA_OPERATOR(gray_histo_range) {
   });
   if (rc == VRESULT_OK) rc = ctx.SetOutpLongs(0, bins);
   return rc == VRESULT_OK ? ctx.SetOutpDouble(1, bin_size) : rc;
+}
+
+// The joint histogram of two byte images of one size over the regions of
+// input 1 together (their pixels in both domains): an int4 image of 256 x
+// 256 pixels whose pixel (row, column) counts the pixels where image_row
+// (input 3) has the value row and image_col (input 2) the value column.
+VEXA_OPERATOR(histo_2dim) {
+  db::ImageData images[2];
+  for (int k = 0; k < 2; ++k) {
+    Vkey key = VKEY_UNDEF;
+    Vresult rc = ctx.InpObjSingle(2 + k, &key);
+    if (rc == VRESULT_OK) rc = InpImage(2 + k, key, &images[k]);
+    if (rc != VRESULT_OK) return rc;
+    if (images[k].channels[0]->type() != PixelType::kByte) return VERR_PIXEL_TYPE;
+  }
+  std::vector<RegionPtr> regions;
+  Vresult rc = ctx.ForEachInpObj(1, [&](Vkey key, Vlong) {
+    RegionPtr region;
+    const Vresult r = InpRegion(1, key, &region);
+    if (r == VRESULT_OK) regions.push_back(region);
+    return r;
+  });
+  if (rc != VRESULT_OK) return rc;
+  DomainScan both;
+  if ((rc = DomainScan::Of(images[0], images[1], &both)) != VRESULT_OK) return rc;
+  const RegionPtr where = Region::Intersection(*both.domain(), *RegionUnionMany(regions));
+  const DomainScan scan = DomainScan::Within(*where, images[0]);
+  std::vector<int32_t> counts(256 * 256, 0);
+  const uint8_t* col = images[0].channels[0]->data();
+  const uint8_t* row = images[1].channels[0]->data();
+  scan.ForEachRun([&](size_t o, size_t n) {
+    for (size_t k = o; k < o + n; ++k) ++counts[size_t{row[k]} * 256 + col[k]];
+  });
+  Vkey made = VKEY_UNDEF;
+  if ((rc = db::NewBlankImage(PixelType::kInt4, 256, 256, 1, nullptr, &made)) != VRESULT_OK) return rc;
+  NewKeys out;
+  out.Add(made);
+  PixelBuffer* px = nullptr;
+  if ((rc = db::WritableChannel(made, 0, &px)) != VRESULT_OK) return rc;
+  std::copy(counts.begin(), counts.end(), reinterpret_cast<int32_t*>(px->data()));
+  return out.HandOver(ctx, 1);
 }
 
 }  // namespace vexa

@@ -1,13 +1,15 @@
-// Painting into images: regions in a gray value, or the domain pixels of
-// one image into another of the same size. The paint_* operators return a
-// painted copy; the overpaint_* operators change their input image (its
-// pixels are copied first if another object shares them).
+// Painting into images: regions in a gray value or in their mean gray
+// value, or the domain pixels of one image into another of the same size.
+// The paint_* operators and region_to_mean return a painted copy; the
+// overpaint_* operators change their input image (its pixels are copied
+// first if another object shares them).
 //
 // A region is painted wherever it lies inside the image, whatever the
 // image's domain, which stays as it was.
 #include <cstring>
 
 #include "image_op_util.h"
+#include "ops/image/gray_measures.h"
 #include "pixel_runs.h"
 #include "region_algebra.h"
 #include "registry.h"
@@ -163,6 +165,45 @@ VEXA_OPERATOR(overpaint_gray) {
   if (rc == VRESULT_OK) rc = SingleImage(ctx, 2, &src_key, &source);
   if (rc != VRESULT_OK) return rc;
   return PaintGray(source, dst_key, dest);
+}
+
+// A copy of the image of input 2 with each region of input 1 painted, in
+// every channel, with the mean of that channel over the region's pixels
+// in the image's domain (rounded and clipped to the pixel type). Regions
+// are painted in order, where they lie inside the image; a region without
+// pixels in the domain is not painted.
+VEXA_OPERATOR(region_to_mean) {
+  Vkey key = VKEY_UNDEF;
+  db::ImageData image;
+  std::vector<RegionPtr> regions;
+  Vresult rc = SingleImage(ctx, 2, &key, &image);
+  if (rc == VRESULT_OK) {
+    rc = ctx.ForEachInpObj(1, [&](Vkey k, Vlong) {
+      RegionPtr region;
+      const Vresult r = InpRegion(1, k, &region);
+      if (r == VRESULT_OK) regions.push_back(region);
+      return r;
+    });
+  }
+  if (rc != VRESULT_OK) return rc;
+  if (image.channels[0]->type() == PixelType::kComplex) return VERR_PIXEL_TYPE;
+  NewKeys out;
+  Vkey made = VKEY_UNDEF;
+  rc = NewCopy(image, &out, &made);
+  for (size_t ch = 0; ch < image.channels.size() && rc == VRESULT_OK; ++ch) {
+    PixelBuffer* buffer = nullptr;
+    rc = db::WritableChannel(made, static_cast<int>(ch), &buffer);
+    if (rc != VRESULT_OK) break;
+    // Means from the input's pixels, so that earlier regions painted into
+    // the copy do not change those of later ones.
+    for (const RegionPtr& region : regions) {
+      const GrayMoments m = GrayMoments::Of(*image.channels[ch], DomainScan::Within(*region, image));
+      if (m.n == 0) continue;
+      FillRegion(buffer, *region->ClipToRectangle(0, 0, buffer->height() - 1, buffer->width() - 1),
+                 m.Mean());
+    }
+  }
+  return rc != VRESULT_OK ? rc : out.HandOver(ctx, 1);
 }
 
 }  // namespace vexa

@@ -1,11 +1,13 @@
 // Choosing and ordering regions by their shape: select_shape,
-// select_shape_std, sort_region. The outputs are the input objects
-// themselves (new references), never copies of their pixels.
+// select_shape_std, sort_region; and by a point: select_region_point,
+// get_region_index. The outputs are the input objects themselves (new
+// references), never copies of their pixels.
 #include <algorithm>
 #include <cstring>
 #include <string>
 
 #include "ops/common/op_objects.h"
+#include "ops/region/region_ops.h"
 #include "ops/region/shape_features.h"
 #include "registry.h"
 
@@ -155,6 +157,34 @@ VEXA_OPERATOR(sort_region) {
     return ascending ? pa < pb : pb < pa;
   });
   return Output(ctx, items);
+}
+
+// The regions that contain the pixel (row, column), in order.
+VEXA_OPERATOR(select_region_point) {
+  int32_t row = 0, col = 0;
+  Vresult rc = GetCoord(ctx, 0, &row);
+  if (rc == VRESULT_OK) rc = GetCoord(ctx, 1, &col);
+  std::vector<Item> items, chosen;
+  if (rc == VRESULT_OK) rc = ReadItems(ctx, &items);
+  if (rc != VRESULT_OK) return rc;
+  for (const Item& it : items)
+    if (it.region->Contains(row, col)) chosen.push_back(it);
+  return Output(ctx, chosen);
+}
+
+// The indices, counted from 1, of the regions that contain the pixel
+// (row, column), in order; none gives an empty tuple.
+VEXA_OPERATOR(get_region_index) {
+  int32_t row = 0, col = 0;
+  Vresult rc = GetCoord(ctx, 0, &row);
+  if (rc == VRESULT_OK) rc = GetCoord(ctx, 1, &col);
+  std::vector<Item> items;
+  if (rc == VRESULT_OK) rc = ReadItems(ctx, &items);
+  if (rc != VRESULT_OK) return rc;
+  std::vector<Vlong> index;
+  for (size_t i = 0; i < items.size(); ++i)
+    if (items[i].region->Contains(row, col)) index.push_back(static_cast<Vlong>(i + 1));
+  return ctx.SetOutpLongs(0, index);
 }
 
 }  // namespace vexa
