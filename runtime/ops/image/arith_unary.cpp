@@ -10,6 +10,8 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <type_traits>
+#include <vector>
 
 #include "ops/image/image_map.h"
 #include "registry.h"
@@ -141,6 +143,35 @@ VEXA_OPERATOR(scale_image) {
   if (!std::isfinite(mult)) return VERR_CTRL_VALUE(0);
   if (!std::isfinite(add)) return VERR_CTRL_VALUE(1);
   return MapEach(ctx, SameRealValuedType, [=](double x) { return x * mult + add; });
+}
+
+// Maps every gray value g through the table `lut`: entry g - lo for the
+// lowest value lo of the type, so the table holds one entry per value of
+// byte, cyclic, direction and int1 images (256) or of uint2 and int2
+// images (65,536); entries are rounded and clipped to the type.
+VEXA_OPERATOR(lut_trans) {
+  std::vector<double> lut;
+  const Vresult rc = ctx.GetDoubles(0, lut);
+  if (rc != VRESULT_OK) return rc;
+  for (double v : lut)
+    if (!std::isfinite(v)) return VERR_CTRL_VALUE(0);
+  return MapImages(ctx, SameIntegerType, [&](const PixelBuffer& in, PixelBuffer* out,
+                                             const DomainScan& scan) {
+    Vresult r = VERR_PIXEL_TYPE;
+    DispatchPixelType(in.type(), [&](auto tag) {
+      using T = typename decltype(tag)::Value;
+      if constexpr (std::is_integral<T>::value && sizeof(T) <= 2) {
+        constexpr int64_t kLo = std::numeric_limits<T>::min();
+        constexpr size_t kSize = size_t{1} << (8 * sizeof(T));
+        if (lut.size() != kSize) {
+          r = VERR_CTRL_NUM(0);
+          return;
+        }
+        r = UnaryMap(in, out, scan, [&](double x) { return lut[static_cast<size_t>(x - kLo)]; });
+      }
+    });
+    return r;
+  });
 }
 
 // Stretches each channel linearly so that its smallest domain value becomes

@@ -120,6 +120,27 @@ VEXA_OPERATOR(crop_domain) {
                    });
 }
 
+// The bounding box of the domain moved inwards by top, left, bottom and
+// right pixels on its four sides (negative margins move outwards), clipped
+// to the image. An empty domain, or a box that the margins empty, has no
+// part: VERR_EMPTY_OBJECT.
+VEXA_OPERATOR(crop_domain_rel) {
+  Vlong top = 0, left = 0, bottom = 0, right = 0;
+  const Vresult rc = GetLongs4(ctx, &top, &left, &bottom, &right);
+  if (rc != VRESULT_OK) return rc;
+  const Vlong margins[4] = {top, left, bottom, right};
+  for (int k = 0; k < 4; ++k)
+    if (Absurd(margins[k])) return VERR_CTRL_VALUE(k);
+  return MakePerImage(ctx, 1, 1, [&](Vkey, const db::ImageData& image, Vkey* out) {
+    int32_t r1, c1, r2, c2;
+    Rect part;
+    if (!image.domain->BoundingBox(&r1, &c1, &r2, &c2) ||
+        !ClipToImage(*image.channels[0], r1 + top, c1 + left, r2 - bottom, c2 - right, &part))
+      return VERR_EMPTY_OBJECT;
+    return NewPart(image, part, part.width(), part.height(), out);
+  });
+}
+
 // The image with another width and height, anchored at the top left: new
 // pixels are 0 and outside the domain, pixels beyond the new size are cut.
 VEXA_OPERATOR(change_format) {

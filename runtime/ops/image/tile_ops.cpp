@@ -1,5 +1,6 @@
 // Operators that put several images into one: tiles in a grid
-// (tile_images) and parts placed at given offsets (tile_images_offset).
+// (tile_images, and the channels of one image with tile_channels) and
+// parts placed at given offsets (tile_images_offset).
 // The result holds copies of the pixels; where no image lands its pixels
 // are 0. Its domain is the union of the placed parts of the inputs'
 // domains, so what was outside a domain stays outside.
@@ -77,14 +78,13 @@ class Mosaic {
     domain_ = ChordUnion(domain_, ChordTranslate(inside->chords(), dr, dc));
   }
 
-  Vresult HandOver(OpContext& ctx) {
+  // The result as a new object in `out`.
+  Vresult Finish(NewKeys* out) {
     Vkey key = VKEY_UNDEF;
     const Vresult rc =
         db::NewImage(Region::FromCanonicalChords(std::move(domain_)), std::move(channels_), &key);
-    if (rc != VRESULT_OK) return rc;
-    NewKeys out;
-    out.Add(key);
-    return out.HandOver(ctx, 1);
+    if (rc == VRESULT_OK) out->Add(key);
+    return rc;
   }
 
  private:
@@ -92,24 +92,25 @@ class Mosaic {
   ChordList domain_;
 };
 
-}  // namespace
-
-// The images in a grid of num_columns columns, "horizontal": filled row by
-// row, "vertical": column by column. Every cell has the size of the
-// largest image, each image at the top left corner of its cell.
-VEXA_OPERATOR(tile_images) {
-  Vlong columns = 0;
+// The grid's shape: num_columns (control 0) and the order (control 1),
+// "horizontal" (filled row by row) or "vertical" (column by column).
+Vresult ReadGrid(const OpContext& ctx, Vlong* columns, bool* by_rows) {
   const char* order = nullptr;
-  Vresult rc = ctx.GetLong(0, &columns);
+  Vresult rc = ctx.GetLong(0, columns);
   if (rc == VRESULT_OK) rc = ctx.GetString(1, &order);
   if (rc != VRESULT_OK) return rc;
-  if (columns < 1) return VERR_CTRL_VALUE(0);
-  if (columns > kMaxImageSide) return VERR_TOO_LARGE;
-  const bool by_rows = std::strcmp(order, "horizontal") == 0;
-  if (!by_rows && std::strcmp(order, "vertical") != 0) return VERR_CTRL_VALUE(1);
-  std::vector<db::ImageData> images;
-  rc = ReadTiles(ctx, &images);
-  if (rc != VRESULT_OK) return rc;
+  if (*columns < 1) return VERR_CTRL_VALUE(0);
+  if (*columns > kMaxImageSide) return VERR_TOO_LARGE;
+  *by_rows = std::strcmp(order, "horizontal") == 0;
+  if (!*by_rows && std::strcmp(order, "vertical") != 0) return VERR_CTRL_VALUE(1);
+  return VRESULT_OK;
+}
+
+// `images` (of one pixel type and channel count) in a grid of `columns`
+// columns, every cell the size of the largest image, each image at the top
+// left corner of its cell; the result as a new object in `out`.
+Vresult TileGrid(const std::vector<db::ImageData>& images, Vlong columns, bool by_rows,
+                 NewKeys* out) {
   Vlong cell_w = 0, cell_h = 0;
   for (const db::ImageData& image : images) {
     cell_w = std::max<Vlong>(cell_w, image.channels[0]->width());
@@ -119,8 +120,8 @@ VEXA_OPERATOR(tile_images) {
   const Vlong rows = (n + columns - 1) / columns;
   if (cell_w * columns > kMaxImageSide || cell_h * rows > kMaxImageSide) return VERR_TOO_LARGE;
   Mosaic mosaic;
-  rc = mosaic.Create(images[0], static_cast<int32_t>(cell_w * columns),
-                     static_cast<int32_t>(cell_h * rows));
+  const Vresult rc = mosaic.Create(images[0], static_cast<int32_t>(cell_w * columns),
+                                   static_cast<int32_t>(cell_h * rows));
   if (rc != VRESULT_OK) return rc;
   for (Vlong k = 0; k < n; ++k) {
     const db::ImageData& image = images[static_cast<size_t>(k)];
@@ -129,7 +130,40 @@ VEXA_OPERATOR(tile_images) {
     mosaic.Place(image, {0, 0, image.channels[0]->height() - 1, image.channels[0]->width() - 1},
                  row * cell_h, col * cell_w);
   }
-  return mosaic.HandOver(ctx);
+  return mosaic.Finish(out);
+}
+
+}  // namespace
+
+// The images of input 1 in a grid of num_columns columns.
+VEXA_OPERATOR(tile_images) {
+  Vlong columns = 0;
+  bool by_rows = true;
+  std::vector<db::ImageData> images;
+  Vresult rc = ReadGrid(ctx, &columns, &by_rows);
+  if (rc == VRESULT_OK) rc = ReadTiles(ctx, &images);
+  NewKeys out;
+  if (rc == VRESULT_OK) rc = TileGrid(images, columns, by_rows, &out);
+  return rc == VRESULT_OK ? out.HandOver(ctx, 1) : rc;
+}
+
+// Each image of input 1 as a one-channel image of its channels in a grid
+// of num_columns columns, every tile under the image's domain.
+VEXA_OPERATOR(tile_channels) {
+  Vlong columns = 0;
+  bool by_rows = true;
+  Vresult rc = ReadGrid(ctx, &columns, &by_rows);
+  if (rc != VRESULT_OK) return rc;
+  NewKeys out;
+  rc = ctx.ForEachInpObj(1, [&](Vkey key, Vlong) {
+    db::ImageData image;
+    const Vresult r = InpImage(1, key, &image);
+    if (r != VRESULT_OK) return r;
+    std::vector<db::ImageData> tiles;
+    for (const PixelBuffer* ch : image.channels) tiles.push_back({image.domain, {ch}});
+    return TileGrid(tiles, columns, by_rows, &out);
+  });
+  return rc == VRESULT_OK ? out.HandOver(ctx, 1) : rc;
 }
 
 // Image k's part row1[k]..row2[k], column1[k]..column2[k] (all four -1: the
@@ -166,7 +200,9 @@ VEXA_OPERATOR(tile_images_offset) {
     if (std::abs(v[1][k]) > 2 * kMaxImageSide) return VERR_CTRL_VALUE(1);
     mosaic.Place(images[k], part, v[0][k], v[1][k]);
   }
-  return mosaic.HandOver(ctx);
+  NewKeys out;
+  rc = mosaic.Finish(&out);
+  return rc == VRESULT_OK ? out.HandOver(ctx, 1) : rc;
 }
 
 }  // namespace vexa
