@@ -40,17 +40,6 @@ std::vector<PixelSet> Samples(std::mt19937& rng, int h, int w, int blobs) {
   return out;
 }
 
-Vobject AsObjects(const std::vector<PixelSet>& sets) {
-  Vobject all;
-  EXPECT_EQ(gen_empty_obj(&all), VRESULT_OK);
-  for (const PixelSet& s : sets) {
-    Vobject next;
-    EXPECT_EQ(concat_obj(all, MakeRegion(s), &next), VRESULT_OK);
-    all = next;
-  }
-  return all;
-}
-
 TEST_F(RegionOpsTest, MomentsAndEllipseMatchPixelSums) {
   const std::vector<PixelSet> sets = Samples(rng_, 30, 40, 8);
   const Vobject obj = AsObjects(sets);

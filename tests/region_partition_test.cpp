@@ -11,28 +11,10 @@ namespace {
 using namespace Vexa;
 using namespace pixelset;
 
-PixelSet Box(int r1, int c1, int r2, int c2) {
-  PixelSet s;
-  for (int r = r1; r <= r2; ++r)
-    for (int c = c1; c <= c2; ++c) s.insert({r, c});
-  return s;
-}
-
 PixelSet Join(std::initializer_list<PixelSet> parts) {
   PixelSet out;
   for (const PixelSet& p : parts) out.insert(p.begin(), p.end());
   return out;
-}
-
-Vobject AsObjects(const std::vector<PixelSet>& sets) {
-  Vobject all;
-  EXPECT_EQ(gen_empty_obj(&all), VRESULT_OK);
-  for (const PixelSet& s : sets) {
-    Vobject next;
-    EXPECT_EQ(concat_obj(all, MakeRegion(s), &next), VRESULT_OK);
-    all = next;
-  }
-  return all;
 }
 
 // The pixels of `s` in columns c1..c2.

@@ -83,4 +83,24 @@ inline PixelSet RandomRegion(std::mt19937& rng, int r0, int c0, int h, int w,
   return out;
 }
 
+// The regions as one object list, in order.
+inline Vexa::Vobject AsObjects(const std::vector<PixelSet>& sets) {
+  Vexa::Vobject all;
+  EXPECT_EQ(Vexa::gen_empty_obj(&all), VRESULT_OK);
+  for (const PixelSet& s : sets) {
+    Vexa::Vobject next;
+    EXPECT_EQ(Vexa::concat_obj(all, MakeRegion(s), &next), VRESULT_OK);
+    all = next;
+  }
+  return all;
+}
+
+// Rows r1..r2, columns c1..c2.
+inline PixelSet Box(int r1, int c1, int r2, int c2) {
+  PixelSet s;
+  for (int r = r1; r <= r2; ++r)
+    for (int c = c1; c <= c2; ++c) s.insert({r, c});
+  return s;
+}
+
 }  // namespace pixelset

@@ -17,6 +17,29 @@ namespace {
 // The eight neighbour offsets, row then column.
 constexpr int kSteps[8][2] = {{-1, -1}, {-1, 0}, {-1, 1}, {0, -1}, {0, 1}, {1, -1}, {1, 0}, {1, 1}};
 
+// One result per image of input 1 (complex images refused): private copies
+// of its channels, which change(image, &channels, &domain) changes, under
+// the domain it leaves (the input's to begin with).
+template <class Change>
+Vresult ChangeCopies(OpContext& ctx, Change&& change) {
+  NewKeys out;
+  const Vresult rc = ctx.ForEachInpObj(1, [&](Vkey key, Vlong) {
+    db::ImageData image;
+    Vresult e = InpImage(1, key, &image);
+    if (e != VRESULT_OK) return e;
+    if (image.channels[0]->type() == PixelType::kComplex) return VERR_PIXEL_TYPE;
+    Channels channels;
+    if ((e = CloneChannels(image, &channels)) != VRESULT_OK) return e;
+    RegionPtr domain = image.domain;
+    if ((e = change(image, &channels, &domain)) != VRESULT_OK) return e;
+    Vkey made = VKEY_UNDEF;
+    e = db::NewImage(std::move(domain), std::move(channels), &made);
+    if (e == VRESULT_OK) out.Add(made);
+    return e;
+  });
+  return rc == VRESULT_OK ? out.HandOver(ctx, 1) : rc;
+}
+
 }  // namespace
 
 // A byte image: for each domain pixel, how many of its eight neighbours
@@ -94,16 +117,9 @@ VEXA_OPERATOR(fill_interlace) {
   const bool odd = std::strcmp(mode, "odd") == 0;
   if (!odd && std::strcmp(mode, "even") != 0) return VERR_CTRL_VALUE(0);
   const int kept = odd ? 1 : 0;
-  NewKeys out;
-  const Vresult r = ctx.ForEachInpObj(1, [&](Vkey key, Vlong) {
-    db::ImageData image;
-    Vresult e = InpImage(1, key, &image);
-    if (e != VRESULT_OK) return e;
-    if (image.channels[0]->type() == PixelType::kComplex) return VERR_PIXEL_TYPE;
+  return ChangeCopies(ctx, [&](const db::ImageData& image, Channels* channels, RegionPtr*) {
     if (image.channels[0]->height() < 2) return VERR_IMAGE_SIZE;
-    Channels channels;
-    if ((e = CloneChannels(image, &channels)) != VRESULT_OK) return e;
-    for (auto& ch : channels) {
+    for (auto& ch : *channels) {
       const int32_t w = ch->width(), h = ch->height();
       DispatchPixelType(ch->type(), [&](auto tag) {
         auto* px = PixelsOf(ch.get(), tag);
@@ -118,12 +134,8 @@ VEXA_OPERATOR(fill_interlace) {
         }
       });
     }
-    Vkey made = VKEY_UNDEF;
-    e = db::NewImage(image.domain, std::move(channels), &made);
-    if (e == VRESULT_OK) out.Add(made);
-    return e;
+    return VRESULT_OK;
   });
-  return r == VRESULT_OK ? out.HandOver(ctx, 1) : r;
 }
 
 // Grows the domain by `expansion_range` rings of pixels (8-neighbourhood,
@@ -135,14 +147,8 @@ VEXA_OPERATOR(expand_domain_gray) {
   const Vresult rc = ctx.GetLong(0, &range);
   if (rc != VRESULT_OK) return rc;
   if (range < 0) return VERR_CTRL_VALUE(0);
-  NewKeys out;
-  const Vresult r = ctx.ForEachInpObj(1, [&](Vkey key, Vlong) {
-    db::ImageData image;
-    Vresult e = InpImage(1, key, &image);
-    if (e != VRESULT_OK) return e;
-    if (image.channels[0]->type() == PixelType::kComplex) return VERR_PIXEL_TYPE;
-    Channels channels;
-    if ((e = CloneChannels(image, &channels)) != VRESULT_OK) return e;
+  return ChangeCopies(ctx, [&](const db::ImageData& image, Channels* copies, RegionPtr* domain) {
+    Channels& channels = *copies;
     const int32_t w = image.channels[0]->width(), h = image.channels[0]->height();
     std::vector<uint8_t> inside(static_cast<size_t>(w) * h, 0);
     for (const Chord& ch : image.domain->chords())
@@ -197,12 +203,9 @@ VEXA_OPERATOR(expand_domain_gray) {
         while (x < w && inside[static_cast<size_t>(y) * w + x]) ++x;
         if (x > start) grown.push_back({y, start, x - 1});
       }
-    Vkey made = VKEY_UNDEF;
-    e = db::NewImage(Region::FromCanonicalChords(std::move(grown)), std::move(channels), &made);
-    if (e == VRESULT_OK) out.Add(made);
-    return e;
+    *domain = Region::FromCanonicalChords(std::move(grown));
+    return VRESULT_OK;
   });
-  return r == VRESULT_OK ? out.HandOver(ctx, 1) : r;
 }
 
 }  // namespace vexa
