@@ -1,12 +1,16 @@
 // Noise: distributions, adding noise to images, and estimating it.
 //
+// estimate_noise measures it in 3 x 3 windows of flat image parts.
+//
 // A noise distribution is a tuple of 513 probabilities of the noise values
 // -256..256 (entry k for the value k - 256), summing to 1: what
 // gauss_distribution, sp_distribution and noise_distribution_mean make and
 // add_noise_distribution reads. Random values come from the runtime's
 // generator (VDrand48), so VSrand48 repeats them; pixels are visited in
 // domain order, one draw each.
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <vector>
 
 #include "ops/common/pixel_dispatch.h"
@@ -66,7 +70,101 @@ Vresult OutDistribution(OpContext& ctx, std::vector<double> p) {
   return ctx.SetOutpDoubles(0, p);
 }
 
+// What estimate_noise computes in each window.
+enum class NoiseMethod { kImmerkaer, kMean, kLeastSquares };
+
+// The noise estimate of one image from the windows of its domain pixels
+// that lie inside the image: of those, the `percent` % with the weakest
+// Sobel response (the flattest, where gray value changes are noise, not
+// edges) are used. False when there is no such window.
+bool EstimateNoise(const PixelBuffer& im, const DomainScan& scan, NoiseMethod method,
+                   double percent, double* sigma) {
+  struct Window {
+    double edge, measure;
+  };
+  std::vector<Window> windows;
+  const int32_t w = im.width(), h = im.height();
+  scan.ForEachChord([&](int32_t r, int32_t cb, int32_t ce, size_t) {
+    if (r < 1 || r > h - 2) return;
+    for (int32_t c = std::max(cb, 1); c <= std::min(ce, w - 2); ++c) {
+      double g[3][3];
+      for (int dy = 0; dy < 3; ++dy)
+        for (int dx = 0; dx < 3; ++dx) g[dy][dx] = im.Get(r + dy - 1, c + dx - 1);
+      const double gx = (g[0][2] + 2 * g[1][2] + g[2][2]) - (g[0][0] + 2 * g[1][0] + g[2][0]);
+      const double gy = (g[2][0] + 2 * g[2][1] + g[2][2]) - (g[0][0] + 2 * g[0][1] + g[0][2]);
+      double measure = 0;
+      if (method == NoiseMethod::kImmerkaer) {
+        // The difference of two Laplacians, blind to planes: for noise of
+        // deviation s its mean magnitude is 6 s sqrt(2 / pi).
+        measure = std::fabs(g[0][0] + g[0][2] + g[2][0] + g[2][2] - 2 * (g[0][1] + g[1][0] + g[1][2] + g[2][1]) +
+                            4 * g[1][1]);
+      } else {
+        double sum = 0, squares = 0, sr = 0, sc = 0;
+        for (int dy = 0; dy < 3; ++dy)
+          for (int dx = 0; dx < 3; ++dx) {
+            sum += g[dy][dx];
+            squares += g[dy][dx] * g[dy][dx];
+            sr += (dy - 1) * g[dy][dx];
+            sc += (dx - 1) * g[dy][dx];
+          }
+        const double mean = sum / 9;
+        if (method == NoiseMethod::kMean) {
+          // The centre's difference to the window mean has 8/9 of the
+          // noise variance.
+          measure = (g[1][1] - mean) * (g[1][1] - mean) * 9.0 / 8.0;
+        } else {
+          // The residual of the window's least-squares plane, over its 6
+          // degrees of freedom.
+          measure = (squares - 9 * mean * mean - sr * sr / 6 - sc * sc / 6) / 6;
+        }
+      }
+      windows.push_back({std::fabs(gx) + std::fabs(gy), measure});
+    }
+  });
+  if (windows.empty()) return false;
+  const size_t used = std::max<size_t>(1, static_cast<size_t>(std::llround(windows.size() * percent / 100.0)));
+  std::nth_element(windows.begin(), windows.begin() + static_cast<std::ptrdiff_t>(used - 1), windows.end(),
+                   [](const Window& a, const Window& b) { return a.edge < b.edge; });
+  double sum = 0;
+  for (size_t k = 0; k < used; ++k) sum += windows[k].measure;
+  const double mean = sum / static_cast<double>(used);
+  *sigma = method == NoiseMethod::kImmerkaer ? std::sqrt(M_PI / 2) * mean / 6 : std::sqrt(std::max(0.0, mean));
+  return true;
+}
+
 }  // namespace
+
+// The standard deviation of the noise of each image (first channel, its
+// domain), by "immerkaer" (mean magnitude of a Laplacian difference),
+// "mean" (differences to the 3 x 3 mean) or "least_squares" (residuals of
+// 3 x 3 planes), over the percent % flattest windows. An image without a
+// whole 3 x 3 window in its domain gives VERR_EMPTY_OBJECT.
+VEXA_OPERATOR(estimate_noise) {
+  const char* name = nullptr;
+  double percent = 0;
+  Vresult rc = ctx.GetString(0, &name);
+  if (rc == VRESULT_OK) rc = ctx.GetDouble(1, &percent);
+  if (rc != VRESULT_OK) return rc;
+  NoiseMethod method;
+  if (std::strcmp(name, "immerkaer") == 0) method = NoiseMethod::kImmerkaer;
+  else if (std::strcmp(name, "mean") == 0) method = NoiseMethod::kMean;
+  else if (std::strcmp(name, "least_squares") == 0) method = NoiseMethod::kLeastSquares;
+  else return VERR_CTRL_VALUE(0);
+  if (!(percent > 0.0 && percent <= 100.0)) return VERR_CTRL_VALUE(1);
+  std::vector<double> sigmas;
+  rc = ctx.ForEachInpObj(1, [&](Vkey key, Vlong) {
+    db::ImageData image;
+    const Vresult r = InpImage(1, key, &image);
+    if (r != VRESULT_OK) return r;
+    if (image.channels[0]->type() == PixelType::kComplex) return VERR_PIXEL_TYPE;
+    double sigma = 0;
+    if (!EstimateNoise(*image.channels[0], DomainScan::Of(image), method, percent, &sigma))
+      return VERR_EMPTY_OBJECT;
+    sigmas.push_back(sigma);
+    return VRESULT_OK;
+  });
+  return rc == VRESULT_OK ? ctx.SetOutpDoubles(0, sigmas) : rc;
+}
 
 // Noise of a normal distribution with standard deviation sigma, rounded to
 // whole values.
