@@ -250,4 +250,40 @@ TEST_F(TransformAffineTest, OnePixelImage) {
   EXPECT_EQ(px->Get(0, 0), 77);
 }
 
+// Each pyramid level is the one before scaled by the factor: halving a
+// 64 x 48 image gives 32 x 24 ... 2 x 2 (1.5 rounds up), then 1 x 1, and
+// each level of "weighted" halving holds the means of 2 x 2 blocks of the
+// level above.
+TEST_F(TransformAffineTest, GaussPyramidLevelsHalveUntilOnePixel) {
+  const TestImage in = RandomImage("real", 64, 48, rng_, true);
+  Vobject pyramid;
+  ASSERT_EQ(gen_gauss_pyramid(in.image, &pyramid, "weighted", 0.5), VRESULT_OK);
+  Vlong n = 0;
+  ASSERT_EQ(count_obj(pyramid, &n), VRESULT_OK);
+  const int sizes[][2] = {{64, 48}, {32, 24}, {16, 12}, {8, 6}, {4, 3}, {2, 2}, {1, 1}};
+  ASSERT_EQ(n, 7);
+  for (Vlong k = 1; k <= n; ++k) {
+    Vobject level;
+    ASSERT_EQ(select_obj(pyramid, &level, k), VRESULT_OK);
+    Vlong w = 0, h = 0;
+    ASSERT_EQ(get_image_size(level, &w, &h), VRESULT_OK);
+    EXPECT_EQ(w, sizes[k - 1][0]);
+    EXPECT_EQ(h, sizes[k - 1][1]);
+  }
+  Vobject first, second;
+  ASSERT_EQ(select_obj(pyramid, &first, 1), VRESULT_OK);
+  ASSERT_EQ(select_obj(pyramid, &second, 2), VRESULT_OK);
+  EXPECT_EQ(image_test::Pixels(first), image_test::Pixels(in.image));  // the input itself
+  const vexa::PixelBuffer* top = image_test::Pixels(first);
+  const vexa::PixelBuffer* half = image_test::Pixels(second);
+  for (int y = 0; y < 24; ++y)
+    for (int x = 0; x < 32; ++x)
+      ASSERT_NEAR(half->Get(y, x),
+                  (top->Get(2 * y, 2 * x) + top->Get(2 * y, 2 * x + 1) + top->Get(2 * y + 1, 2 * x) +
+                   top->Get(2 * y + 1, 2 * x + 1)) / 4,
+                  1e-3);
+  EXPECT_EQ(gen_gauss_pyramid(in.image, &pyramid, "weighted", 1.0), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(gen_gauss_pyramid(in.image, &pyramid, "sinc", 0.5), VERR_CTRL_VALUE(0));
+}
+
 }  // namespace
