@@ -6,6 +6,7 @@
 #include <deque>
 #include <initializer_list>
 #include <limits>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -271,6 +272,51 @@ TEST_F(RegionOpsTest, HammingChangeFlipsExactlyTheGivenNumberOfPixelsInTheRectan
   Vobject out;
   EXPECT_EQ(hamming_change_region(MakeRegion(in), &out, width, height, 301), VERR_CTRL_VALUE(2));
   EXPECT_EQ(hamming_change_region(MakeRegion(in), &out, 0, height, 1), VERR_CTRL_VALUE(0));
+}
+
+// Two discs: the influence-zone lines keep off both, part them (in the
+// box less the lines they lie in different 4-connected parts), cross the
+// row of their centres halfway between them, and have no loose ends.
+TEST_F(RegionOpsTest, InfluenceZoneLinesPartTheComponentsHalfwayBetweenThem) {
+  PixelSet discs;
+  for (int dr = -6; dr <= 6; ++dr)
+    for (int dc = -6; dc <= 6; ++dc)
+      if (dr * dr + dc * dc <= 36) discs.insert({20 + dr, 20 + dc}), discs.insert({20 + dr, 50 + dc});
+  Vobject skiz;
+  ASSERT_EQ(morph_skiz(MakeRegion(discs), &skiz, -1, -1), VRESULT_OK);
+  const PixelSet lines = PixelsOf(skiz);
+  ASSERT_FALSE(lines.empty());
+  for (const Pixel& p : lines) EXPECT_FALSE(discs.count(p)) << p.first << "," << p.second;
+  // Crossing the centre row halfway (column 35), give or take a pixel.
+  bool crosses = false;
+  for (int c = 34; c <= 36; ++c) crosses = crosses || lines.count({20, c});
+  EXPECT_TRUE(crosses);
+  // Flood the box (rows 13..27, columns 13..57, grown by one) from the
+  // first disc's centre with 4-steps that avoid the lines.
+  std::set<Pixel> seen{{20, 20}};
+  std::deque<Pixel> todo{{20, 20}};
+  while (!todo.empty()) {
+    const Pixel p = todo.front();
+    todo.pop_front();
+    for (const auto& s : {Pixel{-1, 0}, Pixel{1, 0}, Pixel{0, -1}, Pixel{0, 1}}) {
+      const Pixel q{p.first + s.first, p.second + s.second};
+      if (q.first < 13 || q.first > 27 || q.second < 13 || q.second > 57) continue;
+      if (lines.count(q) || !seen.insert(q).second) continue;
+      todo.push_back(q);
+    }
+  }
+  EXPECT_FALSE(seen.count({20, 50})) << "the lines do not part the discs";
+  // No end points: every line pixel has at least two line neighbours.
+  for (const Pixel& p : lines) {
+    int n = 0;
+    for (int dr = -1; dr <= 1; ++dr)
+      for (int dc = -1; dc <= 1; ++dc) n += (dr || dc) && lines.count({p.first + dr, p.second + dc});
+    EXPECT_GE(n, 2) << p.first << "," << p.second;
+  }
+  Vobject empty, out;
+  ASSERT_EQ(gen_empty_region(&empty), VRESULT_OK);
+  ASSERT_EQ(morph_skiz(empty, &out, -1, -1), VRESULT_OK);
+  EXPECT_TRUE(PixelsOf(out).empty());
 }
 
 }  // namespace

@@ -1,7 +1,8 @@
 // The hit-or-miss transform with given elements (hit_or_miss), and what
 // builds on it: thickening and thinning with given elements, the removal
 // of noise pixels, the skeleton (thinning with the rotations of the Golay
-// element "l" until nothing changes) and the pruning of its branches.
+// element "l" until nothing changes), the pruning of its branches, and the
+// skeleton of influence zones.
 #include <cstring>
 
 #include "ops/region/kernels/thinning_kernels.h"
@@ -112,6 +113,41 @@ VEXA_OPERATOR(pruning) {
       if (r == VRESULT_OK) ends = Region::Intersection(*grown, in);
     }
     if (r == VRESULT_OK) *out = Region::Union(*core, *ends);
+    return r;
+  });
+}
+
+// The skeleton of influence zones: the lines that part the region's
+// components, found by thinning the background (the pixels outside the
+// region within its bounding box grown by one pixel) with the rotations of
+// "l", iterations1 passes (negative: until nothing changes), and then
+// stripping end points iterations2 times (negative: until none is left),
+// which removes the spurs and leaves the closed lines between the
+// components and the box's border.
+VEXA_OPERATOR(morph_skiz) {
+  Vlong thin = 0, prune = 0;
+  Vresult rc = ctx.GetLong(0, &thin);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(1, &prune);
+  if (rc != VRESULT_OK) return rc;
+  return MapRegions(ctx, [&](const Region& in, RegionPtr* out) {
+    int32_t r1, c1, r2, c2;
+    if (!in.BoundingBox(&r1, &c1, &r2, &c2)) {
+      *out = Region::Empty();
+      return VRESULT_OK;
+    }
+    const RegionPtr background = Region::FromCanonicalChords(
+        ChordComplementIn(in.chords(), r1 - 1, c1 - 1, r2 + 1, c2 + 1));
+    RegionPtr lines;
+    Vresult r = RepeatUntilStable(*background, thin < 0 ? -1 : thin,
+                                  [](const Region& a, RegionPtr* t) { return ThinSequence(a, GolayL(), t); },
+                                  &lines);
+    RegionPtr ends;
+    for (Vlong k = 0; r == VRESULT_OK && (prune < 0 || k < prune); ++k) {
+      r = EndPoints(*lines, &ends);
+      if (r != VRESULT_OK || ends->empty()) break;
+      lines = RegionDifference(*lines, *ends);
+    }
+    if (r == VRESULT_OK) *out = lines;
     return r;
   });
 }
