@@ -319,4 +319,42 @@ TEST_F(RegionOpsTest, InfluenceZoneLinesPartTheComponentsHalfwayBetweenThem) {
   EXPECT_TRUE(PixelsOf(out).empty());
 }
 
+// A line of ten "characters" (6 x 12 pixel blocks, 9 pixels apart) at a
+// known angle, and slanted strokes at a known slant: the searches find
+// both within a hundredth of a radian.
+TEST_F(RegionOpsTest, TextLineOrientationAndSlantFindTheAnglesOfSyntheticText) {
+  Vobject image;
+  ASSERT_EQ(gen_image_const(&image, "byte", 200, 200), VRESULT_OK);
+  for (const double angle : {0.0, 0.15, -0.3}) {
+    PixelSet text;
+    for (int k = 0; k < 10; ++k)
+      for (double u = -3; u <= 3; u += 0.25)      // along the line
+        for (double v = -6; v <= 6; v += 0.25) {  // across it
+          const double along = 9.0 * k + u;
+          const double r = 100 - along * std::sin(angle) + v * std::cos(angle);
+          const double c = 40 + along * std::cos(angle) + v * std::sin(angle);
+          text.insert({static_cast<int>(std::lround(r)), static_cast<int>(std::lround(c))});
+        }
+    // An underline along the rows, far wider than a character, is left
+    // out of the estimate.
+    for (int c = 30; c < 150; ++c) text.insert({150, c});
+    double found = 0;
+    ASSERT_EQ(text_line_orientation(MakeRegion(text), image, 12, -0.5, 0.5, &found), VRESULT_OK);
+    EXPECT_NEAR(found, angle, 0.01);
+  }
+  for (const double slant : {0.0, 0.3, -0.2}) {
+    PixelSet strokes;
+    for (int k = 0; k < 8; ++k)
+      for (int r = 80; r < 100; ++r)
+        for (int w = 0; w < 2; ++w)
+          strokes.insert({r, static_cast<int>(std::lround(40 + 10 * k - (r - 90) * std::tan(slant))) + w});
+    double found = 0;
+    ASSERT_EQ(text_line_slant(MakeRegion(strokes), image, 20, -0.6, 0.6, &found), VRESULT_OK);
+    EXPECT_NEAR(found, slant, 0.01);
+  }
+  double found = 0;
+  EXPECT_EQ(text_line_slant(MakeRegion(Box(0, 0, 3, 3)), image, 20, 0.5, 0.1, &found), VERR_CTRL_VALUE(2));
+  EXPECT_EQ(text_line_orientation(MakeRegion(Box(0, 0, 3, 3)), image, 0, -0.1, 0.1, &found), VERR_CTRL_VALUE(0));
+}
+
 }  // namespace
