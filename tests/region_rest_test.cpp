@@ -3,6 +3,7 @@
 // random regions with a fixed seed.
 #include <algorithm>
 #include <cmath>
+#include <set>
 #include <string>
 
 #include "region_pixelset_support.h"
@@ -198,6 +199,21 @@ TEST_F(RegionOpsTest, SplitSkeletonCutsAtJunctionsAndBends) {
     }
   }
   EXPECT_EQ(split_skeleton_region(MakeRegion(cross), &out, -1), VERR_CTRL_VALUE(0));
+
+  // The same pieces as lines: the bend cut at its corner gives two, each
+  // from one end of its piece to the other.
+  VTuple br, bc, er, ec;
+  ASSERT_EQ(split_skeleton_lines(MakeRegion(bend), 1, &br, &bc, &er, &ec), VRESULT_OK);
+  ASSERT_EQ(br.Num(), 2);
+  std::set<std::pair<Pixel, Pixel>> lines;
+  for (Vlong k = 0; k < 2; ++k) {
+    Pixel a{static_cast<int>(br[k].L()), static_cast<int>(bc[k].L())};
+    Pixel b{static_cast<int>(er[k].L()), static_cast<int>(ec[k].L())};
+    lines.insert({std::min(a, b), std::max(a, b)});
+  }
+  EXPECT_EQ(lines, (std::set<std::pair<Pixel, Pixel>>{{{0, 0}, {0, 15}}, {{1, 15}, {15, 15}}}));
+  ASSERT_EQ(split_skeleton_lines(MakeRegion(cross), 100, &br, &bc, &er, &ec), VRESULT_OK);
+  EXPECT_EQ(br.Num(), 4);  // one line per arm
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // Skeleton pieces: the end and junction points of a skeleton
 // (junctions_skeleton), and a skeleton cut into its branches, long
-// branches cut further into nearly straight pieces
-// (split_skeleton_region).
+// branches cut further into nearly straight pieces, as regions
+// (split_skeleton_region) or as their end points (split_skeleton_lines).
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -93,9 +93,10 @@ std::vector<Point> WalkBranch(const Region& branch) {
 
 // Cuts path[from..to] where a pixel lies more than `max_distance` from
 // the line between the piece's ends (at the farthest such pixel, which
-// ends the first part), appending the pieces in order.
+// ends the first part), appending the pieces' first and last indices in
+// order.
 void CutStraight(const std::vector<Point>& path, size_t from, size_t to, double max_distance,
-                 std::vector<RegionPtr>* out) {
+                 std::vector<std::pair<size_t, size_t>>* pieces) {
   const double dr = path[to].first - path[from].first, dc = path[to].second - path[from].second;
   const double len = std::hypot(dr, dc);
   size_t far = from;
@@ -106,13 +107,41 @@ void CutStraight(const std::vector<Point>& path, size_t from, size_t to, double 
     if (d > far_d) far = k, far_d = d;
   }
   if (far != from) {
-    CutStraight(path, from, far, max_distance, out);
-    CutStraight(path, far + 1, to, max_distance, out);
+    CutStraight(path, from, far, max_distance, pieces);
+    CutStraight(path, far + 1, to, max_distance, pieces);
     return;
   }
-  std::vector<Chord> chords;
-  for (size_t k = from; k <= to; ++k) chords.push_back({path[k].first, path[k].second, path[k].second});
-  out->push_back(Region::FromChords(chords));
+  pieces->push_back({from, to});
+}
+
+// The branches of a skeleton (Branches) as regions, each with its pixels
+// in order along it (empty for a branch that is no simple line).
+struct Branch {
+  RegionPtr region;
+  std::vector<Point> path;
+};
+
+std::vector<Branch> WalkedBranches(const Region& skeleton) {
+  std::vector<Branch> out;
+  for (const std::vector<Point>& pixels : Branches(skeleton)) {
+    std::vector<Chord> chords;
+    for (const Point& p : pixels) chords.push_back({p.first, p.second, p.second});
+    Branch b;
+    b.region = Region::FromChords(std::move(chords));
+    b.path = WalkBranch(*b.region);
+    out.push_back(std::move(b));
+  }
+  return out;
+}
+
+// A control parameter `par` that is a distance of 0 or more.
+Vresult ReadMaxDistance(const OpContext& ctx, int par, double* d) {
+  Vlong v = 0;
+  const Vresult rc = ctx.GetLong(par, &v);
+  if (rc != VRESULT_OK) return rc;
+  if (v < 0) return VERR_CTRL_VALUE(par);
+  *d = static_cast<double>(v);
+  return VRESULT_OK;
 }
 
 }  // namespace
@@ -122,21 +151,50 @@ void CutStraight(const std::vector<Point>& path, size_t from, size_t to, double 
 // than max_distance from the line between its ends, several pieces along
 // it. Branches in the order of their first pixels, for every input region.
 VEXA_OPERATOR(split_skeleton_region) {
-  Vlong max_distance = 0;
-  const Vresult rc = ctx.GetLong(0, &max_distance);
+  double max_distance = 0;
+  const Vresult rc = ReadMaxDistance(ctx, 0, &max_distance);
   if (rc != VRESULT_OK) return rc;
-  if (max_distance < 0) return VERR_CTRL_VALUE(0);
   return SplitRegions(ctx, [&](const Region& in, std::vector<RegionPtr>* out) {
-    for (const std::vector<Point>& pixels : Branches(in)) {
-      std::vector<Chord> chords;
-      for (const Point& p : pixels) chords.push_back({p.first, p.second, p.second});
-      const RegionPtr region = Region::FromChords(std::move(chords));
-      const std::vector<Point> path = WalkBranch(*region);
-      if (path.empty()) out->push_back(region);
-      else CutStraight(path, 0, path.size() - 1, static_cast<double>(max_distance), out);
+    for (const Branch& b : WalkedBranches(in)) {
+      if (b.path.empty()) {
+        out->push_back(b.region);
+        continue;
+      }
+      std::vector<std::pair<size_t, size_t>> pieces;
+      CutStraight(b.path, 0, b.path.size() - 1, max_distance, &pieces);
+      for (const auto& [from, to] : pieces) {
+        std::vector<Chord> chords;
+        for (size_t k = from; k <= to; ++k) chords.push_back({b.path[k].first, b.path[k].second, b.path[k].second});
+        out->push_back(Region::FromChords(std::move(chords)));
+      }
     }
     return VRESULT_OK;
   });
+}
+
+// The straight pieces of split_skeleton_region as their first and last
+// pixels: one (begin_row, begin_column, end_row, end_column) per piece, for
+// the branches that are simple lines (others have no ends to give), in
+// the order of the branches and along each.
+VEXA_OPERATOR(split_skeleton_lines) {
+  double max_distance = 0;
+  Vresult rc = ReadMaxDistance(ctx, 0, &max_distance);
+  std::vector<RegionPtr> skeletons;
+  if (rc == VRESULT_OK) rc = InpRegions(ctx, 1, &skeletons);
+  if (rc != VRESULT_OK) return rc;
+  std::vector<Vlong> ends[4];
+  for (const RegionPtr& skeleton : skeletons)
+    for (const Branch& b : WalkedBranches(*skeleton)) {
+      if (b.path.empty()) continue;
+      std::vector<std::pair<size_t, size_t>> pieces;
+      CutStraight(b.path, 0, b.path.size() - 1, max_distance, &pieces);
+      for (const auto& [from, to] : pieces) {
+        ends[0].push_back(b.path[from].first), ends[1].push_back(b.path[from].second);
+        ends[2].push_back(b.path[to].first), ends[3].push_back(b.path[to].second);
+      }
+    }
+  for (int k = 0; k < 4 && rc == VRESULT_OK; ++k) rc = ctx.SetOutpLongs(k, ends[k]);
+  return rc;
 }
 
 // The ends of the lines (as pruning strips them) and the points where
