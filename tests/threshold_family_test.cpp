@@ -185,4 +185,43 @@ TEST_F(ThresholdFamily, ConnectivitySegmentationsOnKnownScenes) {
   EXPECT_EQ(regiongrowing(qimg, &grown, 0L, 4L, 3.0, 1L), VERR_CTRL_VALUE(0));
 }
 
+// Growing by the mean: a ramp 0, 2, 4, ... along the columns is taken as
+// long as each new column is within the tolerance of the mean so far; a
+// second start point inside the first region starts nothing, one in a
+// bright block grows that block only.
+TEST_F(ThresholdFamily, MeanRegionGrowingFollowsTheRunningMean) {
+  const int w = 30, h = 6;
+  std::vector<unsigned char> px(w * h);
+  for (int r = 0; r < h; ++r)
+    for (int c = 0; c < w; ++c) px[r * w + c] = static_cast<unsigned char>(c < 24 ? 2 * c : 200);
+  Vobject image, grown;
+  ASSERT_EQ(gen_image1(&image, "byte", w, h, static_cast<Vlong>(reinterpret_cast<uintptr_t>(px.data()))),
+            VRESULT_OK);
+  VTuple rows, cols;
+  for (Vlong v : {Vlong{2}, Vlong{3}, Vlong{4}}) rows.Append(v);
+  for (Vlong v : {Vlong{0}, Vlong{1}, Vlong{27}}) cols.Append(v);
+  ASSERT_EQ(regiongrowing_mean(image, &grown, rows, cols, 5.0, 1L), VRESULT_OK);
+  Vlong num = 0;
+  ASSERT_EQ(count_obj(grown, &num), VRESULT_OK);
+  ASSERT_EQ(num, 2);
+  // From column 0 the ramp rises by 2 a column while the running mean
+  // lags behind it: whatever the order of the breadth-first steps, the
+  // region cannot reach beyond column 6 (12 lies more than 5 above any
+  // mean of the values 0..10).
+  Vobject first, second;
+  ASSERT_EQ(select_obj(grown, &first, 1), VRESULT_OK);
+  ASSERT_EQ(select_obj(grown, &second, 2), VRESULT_OK);
+  const std::vector<uint8_t> m1 = MaskOf(first, w, h), m2 = MaskOf(second, w, h);
+  for (int r = 0; r < h; ++r)
+    for (int c = 0; c < w; ++c) {
+      EXPECT_EQ(m2[r * w + c], c >= 24) << r << "," << c;
+      if (c > 6) EXPECT_EQ(m1[r * w + c], 0) << r << "," << c;
+    }
+  EXPECT_EQ(m1[2 * w + 0], 1);
+  ASSERT_EQ(regiongrowing_mean(image, &grown, rows, cols, 5.0, 100L), VRESULT_OK);  // both too small
+  ASSERT_EQ(count_obj(grown, &num), VRESULT_OK);
+  EXPECT_EQ(num, 0);
+  EXPECT_EQ(regiongrowing_mean(image, &grown, rows, VTuple(Vlong{1}), 5.0, 1L), VERR_CTRL_NUM(1));
+}
+
 }  // namespace

@@ -12,6 +12,9 @@
 //                         most tolerance are merged; regions of at least
 //                         min_size pixels (within the domain), in the order
 //                         of their first cell
+//   regiongrowing_mean    one region per start point, grown while the
+//                         neighbours stay within tolerance of its mean
+#include <algorithm>
 #include <cmath>
 #include <deque>
 #include <numeric>
@@ -188,6 +191,64 @@ VEXA_OPERATOR(regiongrowing) {
       if (region->area() < min_size) continue;
       Vkey key = VKEY_UNDEF;
       const Vresult r = db::NewRegion(std::move(region), &key);
+      if (r != VRESULT_OK) return r;
+      out->Add(key);
+    }
+    return VRESULT_OK;
+  });
+}
+
+// From each start point (row, column) in turn, a region grows breadth
+// first over the 8-neighbours in the domain that no earlier region took,
+// taking a neighbour whose value lies within `tolerance` of the mean of
+// the region so far (which then includes it). Start points outside the
+// domain, or taken by an earlier region, start nothing; regions of fewer
+// than min_size pixels are left out. Regions in the order of the points.
+VEXA_OPERATOR(regiongrowing_mean) {
+  std::vector<Vlong> rows, cols;
+  double tolerance = 0;
+  Vlong min_size = 0;
+  Vresult rc = ctx.GetLongs(0, rows);
+  if (rc == VRESULT_OK) rc = ctx.GetLongs(1, cols);
+  if (rc == VRESULT_OK) rc = ctx.GetDouble(2, &tolerance);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(3, &min_size);
+  if (rc != VRESULT_OK) return rc;
+  if (cols.size() != rows.size()) return VERR_CTRL_NUM(1);
+  if (!(tolerance >= 0) || !std::isfinite(tolerance)) return VERR_CTRL_VALUE(2);
+  if (min_size < 1) return VERR_CTRL_VALUE(3);
+  return SegmentImages(ctx, [&](const PixelBuffer& im, const DomainScan& s, Vlong, NewKeys* out) {
+    const std::vector<double> g = Values(im);
+    const int32_t w = s.width(), h = s.height();
+    // 0 outside the domain, 1 free, 2 taken.
+    std::vector<uint8_t> state(g.size(), 0);
+    s.ForEachRun([&](size_t o, size_t n) { std::fill_n(state.begin() + static_cast<std::ptrdiff_t>(o), n, 1); });
+    for (size_t p = 0; p < rows.size(); ++p) {
+      if (rows[p] < 0 || rows[p] >= h || cols[p] < 0 || cols[p] >= w) continue;
+      const size_t start = static_cast<size_t>(rows[p]) * w + static_cast<size_t>(cols[p]);
+      if (state[start] != 1) continue;
+      std::deque<size_t> queue{start};
+      std::vector<Chord> pixels;
+      state[start] = 2;
+      double sum = g[start], n = 1;
+      while (!queue.empty()) {
+        const size_t k = queue.front();
+        queue.pop_front();
+        const auto r = static_cast<int32_t>(k / w), c = static_cast<int32_t>(k % w);
+        pixels.push_back({r, c, c});
+        for (int dr = -1; dr <= 1; ++dr)
+          for (int dc = -1; dc <= 1; ++dc) {
+            const int32_t y = r + dr, x = c + dc;
+            if ((!dr && !dc) || y < 0 || y >= h || x < 0 || x >= w) continue;
+            const size_t q = static_cast<size_t>(y) * w + x;
+            if (state[q] != 1 || std::fabs(g[q] - sum / n) > tolerance) continue;
+            state[q] = 2;
+            sum += g[q], n += 1;
+            queue.push_back(q);
+          }
+      }
+      if (static_cast<Vlong>(pixels.size()) < min_size) continue;
+      Vkey key = VKEY_UNDEF;
+      const Vresult r = db::NewRegion(Region::FromChords(std::move(pixels)), &key);
       if (r != VRESULT_OK) return r;
       out->Add(key);
     }
