@@ -224,4 +224,40 @@ TEST_F(ThresholdFamily, MeanRegionGrowingFollowsTheRunningMean) {
   EXPECT_EQ(regiongrowing_mean(image, &grown, rows, VTuple(Vlong{1}), 5.0, 1L), VERR_CTRL_NUM(1));
 }
 
+// The difference to a displaced pattern, against a per-pixel loop: only
+// where the moved pattern has a domain pixel, inside or outside the
+// bounds.
+TEST_F(ThresholdFamily, CheckDifferenceComparesWithTheDisplacedPattern) {
+  std::mt19937 gen(101);
+  const int w = 20, h = 15, pw = 9, ph = 7;
+  const TestImage image = RandomImage("int2", w, h, gen);
+  const TestImage pattern = MakeImage("int2", pw, ph, RandomMask(pw, ph, gen, false), gen, -20, 20);
+  const TestImage img = MakeImage("int2", w, h, image.domain, gen, -30, 30);
+  for (const bool inside : {true, false}) {
+    Vobject selected;
+    ASSERT_EQ(check_difference(img.image, pattern.image, &selected, inside ? "diff_inside" : "diff_outside",
+                               -5L, 8L, 3L, 4L, 6L),
+              VRESULT_OK);
+    const std::vector<uint8_t> m = MaskOf(selected, w, h);
+    for (int r = 0; r < h; ++r)
+      for (int c = 0; c < w; ++c) {
+        const int pr = r - 4, pc = c - 6;
+        bool want = false;
+        if (img.In(r, c) && pr >= 0 && pr < ph && pc >= 0 && pc < pw && pattern.In(pr, pc)) {
+          const double d = img.At(r, c) - pattern.At(pr, pc) + 3;
+          want = (d >= -5 && d <= 8) == inside;
+        }
+        ASSERT_EQ(m[r * w + c] != 0, want) << r << "," << c;
+      }
+  }
+  Vobject selected;
+  EXPECT_EQ(check_difference(img.image, pattern.image, &selected, "diff_equal", 0L, 1L, 0L, 0L, 0L),
+            VERR_CTRL_VALUE(0));
+  EXPECT_EQ(check_difference(img.image, pattern.image, &selected, "diff_inside", 5L, 1L, 0L, 0L, 0L),
+            VERR_CTRL_VALUE(2));
+  EXPECT_EQ(check_difference(img.image, RandomImage("byte", 3, 3, gen).image, &selected, "diff_inside", 0L,
+                             1L, 0L, 0L, 0L),
+            VERR_PIXEL_TYPE);
+}
+
 }  // namespace
