@@ -260,4 +260,64 @@ TEST_F(ThresholdFamily, CheckDifferenceComparesWithTheDisplacedPattern) {
             VERR_PIXEL_TYPE);
 }
 
+// Lines grown from a start row: each column's plateau around the start
+// (its own extent), whole ramps by "gradient", and by "mean" only as far
+// as the ramp stays near the running mean; the same across columns.
+TEST_F(ThresholdFamily, ExpandLineGrowsEachLineFromTheStartWhileValuesAgree) {
+  const int w = 12, h = 16;
+  std::vector<unsigned char> px(w * h);
+  const auto top = [](int c) { return 2 + c % 3; };
+  const auto bottom = [](int c) { return 12 - c % 4; };
+  for (int r = 0; r < h; ++r)
+    for (int c = 0; c < w; ++c)
+      px[r * w + c] = static_cast<unsigned char>(c >= 10 ? 3 * r : (r >= top(c) && r <= bottom(c) ? 100 : 200));
+  Vobject image, grown;
+  ASSERT_EQ(gen_image1(&image, "byte", w, h, static_cast<Vlong>(reinterpret_cast<uintptr_t>(px.data()))),
+            VRESULT_OK);
+  ASSERT_EQ(expand_line(image, &grown, 7L, "gradient", "row", 10.0), VRESULT_OK);
+  std::vector<uint8_t> m = MaskOf(grown, w, h);
+  for (int r = 0; r < h; ++r)
+    for (int c = 0; c < w; ++c) {
+      const bool want = c >= 10 || (r >= top(c) && r <= bottom(c));  // ramps of 3 per row go whole
+      ASSERT_EQ(m[r * w + c] != 0, want) << r << "," << c;
+    }
+  // By the mean, a ramp of 3 per row from row 7 stops where it leaves the
+  // line's running mean by more than 10: upwards first, then downwards
+  // with the mean of everything taken.
+  ASSERT_EQ(expand_line(image, &grown, 7L, "mean", "row", 10.0), VRESULT_OK);
+  m = MaskOf(grown, w, h);
+  int first = 7, last = 7;
+  double sum = 21, n = 1;
+  while (first > 0 && std::fabs(3.0 * (first - 1) - sum / n) <= 10) sum += 3.0 * --first, n += 1;
+  while (last + 1 < h && std::fabs(3.0 * (last + 1) - sum / n) <= 10) sum += 3.0 * ++last, n += 1;
+  ASSERT_GT(first, 0);  // the mean does stop the ramp
+  for (int r = 0; r < h; ++r) EXPECT_EQ(m[r * w + 11] != 0, r >= first && r <= last) << r;
+  // Across columns: the transposed question on the plateau rows.
+  ASSERT_EQ(expand_line(image, &grown, 5L, "gradient", "column", 10.0), VRESULT_OK);
+  m = MaskOf(grown, w, h);
+  for (int r = 0; r < h; ++r) {
+    const bool plateau = r >= 2 + 5 % 3 && r <= 12 - 5 % 4;
+    for (int c = 0; c < w; ++c) {
+      bool want = false;
+      if (plateau) {
+        // From column 5 along row r: columns whose value is 100 there,
+        // stopping at the first jump.
+        int lo = 5, hi = 5;
+        while (lo - 1 >= 0 && px[r * w + lo - 1] == 100) --lo;
+        while (hi + 1 < w && px[r * w + hi + 1] == 100) ++hi;
+        want = c >= lo && c <= hi;
+      } else {
+        int lo = 5, hi = 5;
+        while (lo - 1 >= 0 && std::abs(px[r * w + lo - 1] - px[r * w + lo]) <= 10) --lo;
+        while (hi + 1 < w && std::abs(px[r * w + hi + 1] - px[r * w + hi]) <= 10) ++hi;
+        want = c >= lo && c <= hi;
+      }
+      ASSERT_EQ(m[r * w + c] != 0, want) << r << "," << c;
+    }
+  }
+  EXPECT_EQ(expand_line(image, &grown, 99L, "mean", "row", 10.0), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(expand_line(image, &grown, 3L, "median", "row", 10.0), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(expand_line(image, &grown, 3L, "mean", "diagonal", 10.0), VERR_CTRL_VALUE(2));
+}
+
 }  // namespace

@@ -14,6 +14,8 @@
 //                         of their first cell
 //   regiongrowing_mean    one region per start point, grown while the
 //                         neighbours stay within tolerance of its mean
+//   expand_line           from a start row (column), each column (row)
+//                         grown both ways while its gray values agree
 #include <algorithm>
 #include <cmath>
 #include <deque>
@@ -21,6 +23,7 @@
 #include <vector>
 
 #include "ops/common/pixel_dispatch.h"
+#include "ops/filter/filter_support.h"
 #include "ops/segmentation/pixel_select.h"
 #include "region_algebra.h"
 #include "registry.h"
@@ -253,6 +256,58 @@ VEXA_OPERATOR(regiongrowing_mean) {
       out->Add(key);
     }
     return VRESULT_OK;
+  });
+}
+
+// From row `coordinate` ("row") or column `coordinate` ("column") each
+// line across it grows pixel by pixel through the domain, first towards
+// smaller coordinates, then towards larger ones, while the next value
+// passes the test: "gradient" while it
+// differs from the last one taken by at most `threshold`, "mean" while it
+// differs from the mean of the pixels taken on that line by at most
+// `threshold`. The start pixel itself is taken when it lies in the domain.
+// One region per image.
+VEXA_OPERATOR(expand_line) {
+  Vlong coordinate = 0;
+  int type = 0, along = 0;
+  double threshold = 0;
+  Vresult rc = ctx.GetLong(0, &coordinate);
+  if (rc == VRESULT_OK) rc = ReadChoice(ctx, 1, {"gradient", "mean"}, &type);
+  if (rc == VRESULT_OK) rc = ReadChoice(ctx, 2, {"row", "column"}, &along);
+  if (rc == VRESULT_OK) rc = ctx.GetDouble(3, &threshold);
+  if (rc != VRESULT_OK) return rc;
+  if (!(threshold >= 0) || !std::isfinite(threshold)) return VERR_CTRL_VALUE(3);
+  const bool by_row = along == 0, by_mean = type == 1;
+  return SegmentImages(ctx, [&](const PixelBuffer& im, const DomainScan& s, Vlong, NewKeys* out) {
+    const int32_t lines = by_row ? s.width() : s.height(), length = by_row ? s.height() : s.width();
+    if (coordinate < 0 || coordinate >= length) return VERR_CTRL_VALUE(0);
+    const auto start = static_cast<int32_t>(coordinate);
+    const Region& domain = *s.domain();
+    // Pixel k of line j: (k, j) along a column for "row", (j, k) otherwise.
+    const auto in_domain = [&](int32_t j, int32_t k) { return by_row ? domain.Contains(k, j) : domain.Contains(j, k); };
+    const auto value = [&](int32_t j, int32_t k) { return by_row ? im.Get(k, j) : im.Get(j, k); };
+    std::vector<Chord> pixels;
+    for (int32_t j = 0; j < lines; ++j) {
+      if (!in_domain(j, start)) continue;
+      double sum = value(j, start), n = 1;
+      int32_t ends[2] = {start, start};
+      for (int dir = 0; dir < 2; ++dir) {
+        const int32_t step = dir == 0 ? -1 : 1;
+        double last = value(j, start);
+        for (int32_t k = start + step; k >= 0 && k < length && in_domain(j, k); k += step) {
+          const double g = value(j, k);
+          if (std::fabs(g - (by_mean ? sum / n : last)) > threshold) break;
+          last = g, sum += g, n += 1;
+          ends[dir] = k;
+        }
+      }
+      if (by_row) {
+        for (int32_t k = ends[0]; k <= ends[1]; ++k) pixels.push_back({k, j, j});
+      } else {
+        pixels.push_back({j, ends[0], ends[1]});
+      }
+    }
+    return AddRegion(Region::FromChords(std::move(pixels))->chords(), out);
   });
 }
 
