@@ -3,7 +3,9 @@
 // loops and the statistics the noise must have.
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <numeric>
+#include <queue>
 #include <random>
 #include <vector>
 
@@ -175,6 +177,45 @@ TEST_F(NeighbourNoiseTest, NoiseHasTheStatisticsOfItsDistribution) {
   EXPECT_EQ(sp_distribution(60.0, 50.0, &sp), VERR_CTRL_VALUE(1));
   EXPECT_EQ(add_noise_distribution(flat.image, &noisy, VTuple(1.0)), VERR_CTRL_NUM(0));
   EXPECT_EQ(gauss_distribution(0.0, &gauss), VERR_CTRL_VALUE(0));
+}
+
+// The cost of reaching each pixel from the border, against Dijkstra's
+// search with a priority queue; the image holds zeros (free steps), and
+// a bright ring makes its inside expensive.
+TEST_F(NeighbourNoiseTest, GrayInsideIsTheCheapestPathFromTheBorder) {
+  std::mt19937 gen(103);
+  const int w = 23, h = 17;
+  std::vector<unsigned char> px(w * h);
+  std::uniform_int_distribution<int> value(0, 40);
+  for (auto& v : px) v = static_cast<unsigned char>(value(gen) < 10 ? 0 : value(gen));
+  for (int r = 4; r <= 12; ++r)
+    for (int c = 5; c <= 17; ++c)
+      if (r == 4 || r == 12 || c == 5 || c == 17) px[r * w + c] = 250;
+  Vobject image, inside;
+  ASSERT_EQ(gen_image1(&image, "byte", w, h, static_cast<Vlong>(reinterpret_cast<uintptr_t>(px.data()))),
+            VRESULT_OK);
+  ASSERT_EQ(gray_inside(image, &inside), VRESULT_OK);
+  std::vector<long> best(w * h, -1);
+  using Entry = std::pair<long, int>;
+  std::priority_queue<Entry, std::vector<Entry>, std::greater<Entry>> queue;
+  for (int r = 0; r < h; ++r)
+    for (int c = 0; c < w; ++c)
+      if (r == 0 || c == 0 || r == h - 1 || c == w - 1) queue.push({px[r * w + c], r * w + c});
+  while (!queue.empty()) {
+    const auto [cost, k] = queue.top();
+    queue.pop();
+    if (best[k] >= 0) continue;
+    best[k] = cost;
+    for (const auto& s : kSteps) {
+      const int y = k / w + s[0], x = k % w + s[1];
+      if (y >= 0 && y < h && x >= 0 && x < w && best[y * w + x] < 0) queue.push({cost + px[y * w + x], y * w + x});
+    }
+  }
+  const vexa::PixelBuffer* out = Pixels(inside);
+  for (int r = 0; r < h; ++r)
+    for (int c = 0; c < w; ++c) ASSERT_EQ(out->Get(r, c), best[r * w + c]) << r << "," << c;
+  EXPECT_GE(out->Get(8, 11), 250);  // behind the ring
+  EXPECT_EQ(gray_inside(RandomImage("real", 4, 4, gen).image, &inside), VERR_PIXEL_TYPE);
 }
 
 }  // namespace

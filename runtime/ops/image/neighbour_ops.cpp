@@ -1,5 +1,5 @@
 // Operators that look at each pixel's neighbours: monotony, zero_crossing,
-// fill_interlace and expand_domain_gray.
+// fill_interlace, expand_domain_gray and gray_inside.
 #include <algorithm>
 #include <cstring>
 #include <vector>
@@ -204,6 +204,67 @@ VEXA_OPERATOR(expand_domain_gray) {
         if (x > start) grown.push_back({y, start, x - 1});
       }
     *domain = Region::FromCanonicalChords(std::move(grown));
+    return VRESULT_OK;
+  });
+}
+
+// How far inside a byte image each pixel lies: the least sum of gray
+// values over a path of 8-neighbours from the image border to the pixel,
+// both ends included (border pixels cost their own value). Bright walls
+// make the pixels they enclose expensive to reach. An int4 image; only
+// the domain is written, but paths run through the whole image. Dial's
+// algorithm: the costs are whole numbers and a step adds at most 255, so
+// 256 buckets taken round in order hold every pixel whose cost is settled
+// next.
+VEXA_OPERATOR(gray_inside) {
+  const auto to_int4 = [](PixelType in, PixelType* out) {
+    *out = PixelType::kInt4;
+    return in == PixelType::kByte;
+  };
+  return MapImages(ctx, to_int4, [](const PixelBuffer& in, PixelBuffer* out, const DomainScan& scan) {
+    const int32_t w = in.width(), h = in.height();
+    const uint8_t* g = in.data();
+    constexpr int64_t kUnset = -1;
+    std::vector<int64_t> cost(static_cast<size_t>(w) * h, kUnset);
+    std::vector<std::vector<uint32_t>> buckets(256);
+    const auto offer = [&](size_t k, int64_t c) {
+      if (cost[k] != kUnset && cost[k] <= c) return;
+      cost[k] = c;
+      buckets[static_cast<size_t>(c & 255)].push_back(static_cast<uint32_t>(k));
+    };
+    for (int32_t r = 0; r < h; ++r)
+      for (int32_t c = 0; c < w; ++c)
+        if (r == 0 || c == 0 || r == h - 1 || c == w - 1) offer(static_cast<size_t>(r) * w + c, g[static_cast<size_t>(r) * w + c]);
+    size_t pending = 0;
+    for (const auto& b : buckets) pending += b.size();
+    std::vector<uint32_t> now;
+    for (int64_t level = 0; pending > 0; ++level) {
+      // Steps onto pixels of value 0 land in this very bucket again.
+      std::vector<uint32_t>& bucket = buckets[static_cast<size_t>(level & 255)];
+      while (!bucket.empty()) {
+        now.swap(bucket);
+        pending -= now.size();
+        for (uint32_t k : now) {
+          if (cost[k] != level) continue;  // settled cheaper already
+          const auto r = static_cast<int32_t>(k / w), c = static_cast<int32_t>(k % w);
+          for (const auto& st : kSteps) {
+            const int32_t y = r + st[0], x = c + st[1];
+            if (y < 0 || y >= h || x < 0 || x >= w) continue;
+            const size_t n = static_cast<size_t>(y) * w + x;
+            const int64_t through = level + g[n];
+            if (cost[n] == kUnset || through < cost[n]) {
+              offer(n, through);
+              ++pending;
+            }
+          }
+        }
+        now.clear();
+      }
+    }
+    auto* dst = reinterpret_cast<int32_t*>(out->data());
+    scan.ForEachRun([&](size_t o, size_t n) {
+      for (size_t k = o; k < o + n; ++k) dst[k] = static_cast<int32_t>(cost[k]);
+    });
     return VRESULT_OK;
   });
 }
