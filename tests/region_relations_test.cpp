@@ -248,6 +248,9 @@ TEST_F(RegionOpsTest, HistogramRegionDrawsOneColumnPerBinFromTheBaseRow) {
   EXPECT_EQ(gen_region_histo(&out, Reals({1.0}), 0.5, 0, 1.0), VERR_CTRL_VALUE(1));
   EXPECT_EQ(gen_region_histo(&out, Reals({1.0}), 0, 0, HUGE_VAL), VERR_CTRL_VALUE(3));
   EXPECT_EQ(gen_region_histo(&out, Reals({1e9}), 0, 0, 1e6), VERR_CTRL_VALUE(0));
+  VTuple tall;
+  for (int k = 0; k < 100; ++k) tall.Append(1e6);  // 10^8 pixels of bars
+  EXPECT_EQ(gen_region_histo(&out, tall, 0, 0, 1.0), VERR_TOO_LARGE);
 }
 
 TEST_F(RegionOpsTest, HammingChangeFlipsExactlyTheGivenNumberOfPixelsInTheRectangle) {

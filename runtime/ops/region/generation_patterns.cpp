@@ -29,6 +29,9 @@ Vresult GetPositive(const OpContext& ctx, int first, int count, Vlong limit, Vlo
 
 double Uniform(double lo, double hi) { return lo + (hi - lo) * VDrand48(); }
 
+// Most pixels gen_region_histo draws.
+constexpr double kMaxHistoPixels = double(1 << 26);
+
 }  // namespace
 
 // Squares of width_pattern x height_pattern within width x height,
@@ -198,7 +201,9 @@ VEXA_OPERATOR(gen_region_histo) {
     ends[k] = static_cast<int32_t>(end);
     pixels += std::fabs(end - row) + 1;
   }
-  if (pixels > static_cast<double>(kMaxImageSide) * kMaxImageSide) return VERR_TOO_LARGE;
+  // A chord per pixel of the bars: beyond this the region would take
+  // gigabytes, which no histogram plot needs.
+  if (pixels > static_cast<double>(kMaxHistoPixels)) return VERR_TOO_LARGE;
   ChordList chords;
   chords.reserve(static_cast<size_t>(pixels));
   const auto base = static_cast<int32_t>(row);
