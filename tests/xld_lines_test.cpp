@@ -173,6 +173,17 @@ TEST_F(XldLines, ZeroCrossingsOfARampAndCriticalPointsOfGaussians) {
     EXPECT_NEAR(cmax[1].D(), 70.2, 0.05);
     EXPECT_NEAR(rsad[0].D(), 30.4, 0.05);
     EXPECT_NEAR(csad[0].D(), 55.45, 0.05);
+    // The one-kind operators give exactly that kind's points.
+    VTuple r1, c1;
+    ASSERT_EQ(local_min_sub_pix(hills, filter, 1.0, 0.01, &r1, &c1), VRESULT_OK);
+    EXPECT_EQ(r1.Num(), 1);
+    EXPECT_EQ(r1[0].D(), rmin[0].D());
+    ASSERT_EQ(local_max_sub_pix(hills, filter, 1.0, 0.01, &r1, &c1), VRESULT_OK);
+    ASSERT_EQ(r1.Num(), 2);
+    EXPECT_EQ(c1[1].D(), cmax[1].D());
+    ASSERT_EQ(saddle_points_sub_pix(hills, filter, 1.0, 0.01, &r1, &c1), VRESULT_OK);
+    ASSERT_EQ(r1.Num(), 1);
+    EXPECT_EQ(c1[0].D(), csad[0].D());
   }
 }
 

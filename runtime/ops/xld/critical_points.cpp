@@ -1,5 +1,6 @@
 // critical_points_sub_pix: sub-pixel minima, maxima and saddle points of
-// the smoothed image.
+// the smoothed image; local_min_sub_pix, local_max_sub_pix and
+// saddle_points_sub_pix: one of the three kinds.
 //
 // At each pixel the smoothed image is taken as the quadratic
 // f(x) = f0 + g . x + x^T H x / 2 (x = (row, column) offset); its
@@ -77,9 +78,9 @@ void FindCriticalPoints(const LineDerivatives& d, const cv::Mat& domain, double 
     }
 }
 
-}  // namespace
-
-VEXA_OPERATOR(critical_points_sub_pix) {
+// Reads filter, sigma and threshold (controls 0..2) and finds the
+// critical points of the one image of input 1.
+Vresult CriticalPointsOf(OpContext& ctx, CriticalPoints* pts) {
   Vkey key = VKEY_UNDEF;
   int filter = 0;
   double sigma = 0, threshold = 0;
@@ -106,15 +107,34 @@ VEXA_OPERATOR(critical_points_sub_pix) {
     }
     rc = FacetDerivatives(smooth, &d);
   }
-  if (rc != VRESULT_OK) return rc;
+  if (rc == VRESULT_OK) FindCriticalPoints(d, image.domain, threshold, pts);
+  return rc;
+}
+
+// The points of one kind (0 minima, 1 maxima, 2 saddle points) as rows
+// at output 0 and columns at output 1.
+Vresult PointsOfKind(OpContext& ctx, int kind) {
   CriticalPoints pts;
-  FindCriticalPoints(d, image.domain, threshold, &pts);
+  Vresult rc = CriticalPointsOf(ctx, &pts);
+  if (rc == VRESULT_OK) rc = ctx.SetOutpDoubles(0, pts.rows[kind]);
+  return rc == VRESULT_OK ? ctx.SetOutpDoubles(1, pts.cols[kind]) : rc;
+}
+
+}  // namespace
+
+VEXA_OPERATOR(critical_points_sub_pix) {
+  CriticalPoints pts;
+  Vresult rc = CriticalPointsOf(ctx, &pts);
   for (int k = 0; k < 3 && rc == VRESULT_OK; ++k) {
     rc = ctx.SetOutpDoubles(2 * k, pts.rows[k]);
     if (rc == VRESULT_OK) rc = ctx.SetOutpDoubles(2 * k + 1, pts.cols[k]);
   }
   return rc;
 }
+
+VEXA_OPERATOR(local_min_sub_pix) { return PointsOfKind(ctx, 0); }
+VEXA_OPERATOR(local_max_sub_pix) { return PointsOfKind(ctx, 1); }
+VEXA_OPERATOR(saddle_points_sub_pix) { return PointsOfKind(ctx, 2); }
 
 }  // namespace xld
 }  // namespace vexa
