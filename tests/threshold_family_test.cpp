@@ -215,7 +215,9 @@ TEST_F(ThresholdFamily, MeanRegionGrowingFollowsTheRunningMean) {
   for (int r = 0; r < h; ++r)
     for (int c = 0; c < w; ++c) {
       EXPECT_EQ(m2[r * w + c], c >= 24) << r << "," << c;
-      if (c > 6) EXPECT_EQ(m1[r * w + c], 0) << r << "," << c;
+      if (c > 6) {
+        EXPECT_EQ(m1[r * w + c], 0) << r << "," << c;
+      }
     }
   EXPECT_EQ(m1[2 * w + 0], 1);
   ASSERT_EQ(regiongrowing_mean(image, &grown, rows, cols, 5.0, 100L), VRESULT_OK);  // both too small
