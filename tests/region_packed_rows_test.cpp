@@ -5,10 +5,13 @@
 // word and not aligned to one, empty and disjoint operands; and the choice
 // between the packed path and the run merges.
 #include <random>
+#include <thread>
 #include <vector>
 
+#include <vexaobj.h>
+
 #include "../ops/region/kernels/bit_morph.h"
-#include "../ops/region/kernels/bit_rows.h"
+#include "bit_rows.h"
 #include "../ops/region/kernels/bit_set_ops.h"
 #include "region_algebra.h"
 #include "region_algebra_support.h"
@@ -159,6 +162,146 @@ TEST_F(RegionOpsTest, OperatorsOnFragmentedRows) {
   ASSERT_EQ(Vexa::intersection(oa, ob, &inter), VRESULT_OK);
   EXPECT_EQ(RegionsOf(uni).at(0)->chords(), Reference(SetOp::kUnion, a, b));
   EXPECT_EQ(RegionsOf(inter).at(0)->chords(), Reference(SetOp::kIntersection, a, b));
+}
+
+// A region held as a plane of rows r0..r0+rows-1 over columns from c0,
+// `words` words a row, with the pixels of m.
+vexa::RegionPtr PlaneRegion(const Mask& m, int r0, int rows, int c0, int64_t words) {
+  vexa::BitRows plane(r0, rows, c0, words, 0);
+  const Chords chords = ChordsOf(m);
+  vexa::PaintChords(chords.data(), chords.data() + chords.size(), &plane);
+  return vexa::Region::FromPixelPlane(std::move(plane));
+}
+
+// A region held as a plane answers every question as the same pixels held
+// as chords do: its runs, measures, box, membership and equality, also with
+// empty rows at both ends of the plane and as an operand of the chord
+// algebra.
+TEST(PackedRegions, PlanesBehaveLikeTheirChords) {
+  std::mt19937 rng(45);
+  for (int round = 0; round < 8; ++round) {
+    const Mask m = RandomRuns(rng, -30 + round, -70 - 3 * round, 24, 190, round % 2 ? 2 : 80);
+    const auto plane = PlaneRegion(m, m.r0 - 3, m.h + 5, m.c0 - 1, 4);
+    const auto chords = vexa::Region::FromCanonicalChords(ChordsOf(m));
+    ASSERT_NE(plane->plane(), nullptr);
+    EXPECT_FALSE(plane->empty());
+    EXPECT_EQ(plane->chords(), chords->chords());
+    EXPECT_EQ(plane->area(), chords->area());
+    EXPECT_DOUBLE_EQ(plane->row(), chords->row());
+    EXPECT_DOUBLE_EQ(plane->col(), chords->col());
+    int32_t box[4], want[4];
+    ASSERT_TRUE(plane->BoundingBox(&box[0], &box[1], &box[2], &box[3]));
+    ASSERT_TRUE(chords->BoundingBox(&want[0], &want[1], &want[2], &want[3]));
+    EXPECT_TRUE(std::equal(box, box + 4, want));
+    for (int r = m.r0 - 1; r <= m.r0 + m.h; ++r)
+      for (int c = m.c0 - 1; c <= m.c0 + m.w; ++c)
+        ASSERT_EQ(plane->Contains(r, c), m.Get(r, c)) << r << "," << c;
+    EXPECT_TRUE(*plane == *chords);
+    const auto band = vexa::Region::Rectangle(m.r0 + 2, m.c0 + 10, m.r0 + 9, m.c0 + 120);
+    EXPECT_EQ(vexa::Region::Intersection(*plane, *band)->chords(),
+              vexa::Region::Intersection(*chords, *band)->chords());
+  }
+  EXPECT_TRUE(PlaneRegion(Mask(0, 0, 1, 1), 5, 3, 0, 2)->empty());
+  EXPECT_TRUE(PlaneRegion(Mask(0, 0, 1, 1), 5, 0, 0, 2)->chords().empty());
+}
+
+// Set operations of two planes of the same columns are word operations on
+// the rows both have, and keep or drop the rows only one has: planes that
+// overlap, nest, touch and lie apart, against the pixels.
+TEST(PackedRegions, SetOperationsOnPlanesOfDifferentRows) {
+  std::mt19937 rng(46);
+  const int starts[][2] = {{0, 10}, {-5, 3}, {0, 0}, {4, 30}, {20, -40}};
+  for (const auto& start : starts) {
+    const Mask a = RandomRuns(rng, start[0], -64, 18, 200, 3);
+    const Mask b = RandomRuns(rng, start[1], -64, 9, 200, 4);
+    const auto pa = PlaneRegion(a, a.r0, a.h, -64, 4);
+    const auto pb = PlaneRegion(b, b.r0, b.h, -64, 4);
+    for (SetOp op : kOps) {
+      SCOPED_TRACE(static_cast<int>(op));
+      const vexa::RegionPtr got = vexa::CombinePlanes(op, *pa, *pb);
+      ASSERT_NE(got, nullptr);
+      EXPECT_NE(got->plane(), nullptr);
+      EXPECT_EQ(got->chords(), Reference(op, a, b));
+      EXPECT_EQ(got->empty(), Reference(op, a, b).empty());
+    }
+  }
+  // Planes of other columns, and chord regions, take the other paths.
+  const Mask m = RandomRuns(rng, 0, 0, 4, 100, 3);
+  const auto chords = vexa::Region::FromCanonicalChords(ChordsOf(m));
+  EXPECT_EQ(vexa::CombinePlanes(SetOp::kUnion, *PlaneRegion(m, 0, 4, 0, 2),
+                                *PlaneRegion(m, 0, 4, -64, 3)),
+            nullptr);
+  EXPECT_EQ(vexa::CombinePlanes(SetOp::kUnion, *PlaneRegion(m, 0, 4, 0, 2), *chords), nullptr);
+}
+
+// Threads that ask a shared plane for its chords at the same time all get
+// the one list, made once.
+TEST(PackedRegions, ConcurrentReadersShareOneUnpacking) {
+  std::mt19937 rng(47);
+  const Mask m = RandomRuns(rng, 0, 0, 200, 600, 2);
+  const auto plane = PlaneRegion(m, 0, 200, 0, 10);
+  const Chords want = ChordsOf(m);
+  std::vector<const Chords*> seen(4);
+  std::vector<std::thread> readers;
+  for (size_t t = 0; t < seen.size(); ++t)
+    readers.emplace_back([&, t] { seen[t] = &plane->chords(); });
+  for (std::thread& t : readers) t.join();
+  for (const Chords* s : seen) EXPECT_EQ(s, &plane->chords());
+  EXPECT_EQ(*seen[0], want);
+}
+
+// threshold keeps a fragmented result over a whole byte image as its
+// plane and a smooth one as chords; the set operators combine two such
+// planes word by word; every result has the pixels of a per-pixel loop.
+TEST_F(RegionOpsTest, ThresholdPlanesThroughTheOperators) {
+  constexpr int kW = 333, kH = 47;
+  std::vector<uint8_t> noise(kW * kH), noise2(kW * kH), ramp(kW * kH);
+  for (size_t i = 0; i < noise.size(); ++i) {
+    noise[i] = static_cast<uint8_t>(rng_());
+    noise2[i] = static_cast<uint8_t>(rng_());
+    ramp[i] = static_cast<uint8_t>(i % kW * 255 / kW);
+  }
+  const auto image = [&](std::vector<uint8_t>& px) {
+    Vexa::Vobject im;
+    EXPECT_EQ(Vexa::gen_image1(&im, "byte", kW, kH,
+                               static_cast<Vlong>(reinterpret_cast<uintptr_t>(px.data()))),
+              VRESULT_OK);
+    return im;
+  };
+  const auto selected = [&](const std::vector<uint8_t>& px) {
+    return MaskOf(0, 0, kH, kW, [&](int r, int c) { return px[r * kW + c] >= 100; });
+  };
+  Vexa::Vobject ta, tb, smooth;
+  ASSERT_EQ(Vexa::threshold(image(noise), &ta, 100, 255), VRESULT_OK);
+  ASSERT_EQ(Vexa::threshold(image(noise2), &tb, 100, 255), VRESULT_OK);
+  ASSERT_EQ(Vexa::threshold(image(ramp), &smooth, 100, 255), VRESULT_OK);
+  const Mask a = selected(noise), b = selected(noise2);
+  ASSERT_NE(RegionsOf(ta).at(0)->plane(), nullptr);
+  EXPECT_EQ(RegionsOf(smooth).at(0)->plane(), nullptr);
+  EXPECT_EQ(RegionsOf(ta).at(0)->chords(), ChordsOf(a));
+  EXPECT_EQ(RegionsOf(smooth).at(0)->chords(), ChordsOf(selected(ramp)));
+
+  Vexa::Vobject out[4];
+  ASSERT_EQ(Vexa::union2(ta, tb, &out[0]), VRESULT_OK);
+  ASSERT_EQ(Vexa::intersection(ta, tb, &out[1]), VRESULT_OK);
+  ASSERT_EQ(Vexa::difference(ta, tb, &out[2]), VRESULT_OK);
+  ASSERT_EQ(Vexa::symm_difference(ta, tb, &out[3]), VRESULT_OK);
+  for (int k = 0; k < 4; ++k) {
+    SCOPED_TRACE(k);
+    const vexa::RegionPtr r = RegionsOf(out[k]).at(0);
+    EXPECT_NE(r->plane(), nullptr);
+    EXPECT_EQ(r->chords(), Reference(kOps[k], a, b));
+  }
+  // A plane with a chord region goes through the run paths.
+  Vexa::Vobject mixed;
+  ASSERT_EQ(Vexa::union2(ta, smooth, &mixed), VRESULT_OK);
+  EXPECT_EQ(RegionsOf(mixed).at(0)->chords(), Reference(SetOp::kUnion, a, selected(ramp)));
+  Vlong area = 0;
+  double row = 0, col = 0;
+  ASSERT_EQ(Vexa::area_center(out[1], &area, &row, &col), VRESULT_OK);
+  Vlong want = 0;
+  a.ForEach([&](int r, int c) { want += b.Get(r, c); });
+  EXPECT_EQ(area, want);
 }
 
 // Dilation and erosion by the packed kernels of regions wider than a word,

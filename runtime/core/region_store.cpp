@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "bit_rows.h"
+
 namespace vexa {
 
 namespace {
@@ -33,15 +35,35 @@ void CoalesceSorted(std::vector<Chord>* chords) {
 
 Region::Region(std::vector<Chord> canonical) : chords_(std::move(canonical)) {}
 
+Region::Region(std::unique_ptr<const BitRows> plane) : plane_(std::move(plane)) {
+  plane_empty_ = std::all_of(plane_->bits.begin(), plane_->bits.end(),
+                             [](BitWord w) { return w == 0; });
+}
+
+Region::~Region() = default;
+
+void Region::UnpackOnce() const {
+  std::call_once(unpacked_, [this] { chords_ = ChordsOfPixels(*plane_); });
+}
+
 void Region::MeasureOnce() const {
   std::call_once(measured_, [this] { Measure(); });
 }
 
 void Region::Measure() const {
+  if (plane_) {
+    const PlaneSums s = SumsOfPixels(*plane_);
+    area_ = s.area;
+    if (area_ > 0) {
+      row_ = static_cast<double>(s.sum_rows) / static_cast<double>(area_);
+      col_ = static_cast<double>(s.sum_cols) / static_cast<double>(area_);
+    }
+    return;
+  }
   // Sums in double: exact for every region that fits in memory, and the
   // centre is a double anyway.
   double sum_r = 0.0, sum_c = 0.0;
-  for (const Chord& ch : chords_) {
+  for (const Chord& ch : chords()) {
     const Vlong n = static_cast<Vlong>(ch.ce) - ch.cb + 1;
     area_ += n;
     sum_r += static_cast<double>(n) * ch.r;
@@ -64,8 +86,12 @@ RegionPtr Region::FromCanonicalChords(std::vector<Chord> chords) {
   return RegionPtr(new Region(std::move(chords)));
 }
 
+RegionPtr Region::FromPixelPlane(BitRows plane) {
+  return RegionPtr(new Region(std::make_unique<const BitRows>(std::move(plane))));
+}
+
 RegionPtr Region::Empty() {
-  static const RegionPtr empty(new Region({}));
+  static const RegionPtr empty(new Region(std::vector<Chord>{}));
   return empty;
 }
 
@@ -81,23 +107,25 @@ RegionPtr Region::Rectangle(int32_t r1, int32_t c1, int32_t r2, int32_t c2) {
 bool Region::Contains(int32_t r, int32_t c) const {
   // The last chord that starts at or before (r, c) is the only candidate.
   const Chord key{r, c, c};
-  auto it = std::upper_bound(chords_.begin(), chords_.end(), key, ChordLess);
-  if (it == chords_.begin()) return false;
+  const std::vector<Chord>& list = chords();
+  auto it = std::upper_bound(list.begin(), list.end(), key, ChordLess);
+  if (it == list.begin()) return false;
   --it;
   return it->r == r && it->cb <= c && c <= it->ce;
 }
 
 bool Region::BoundingBox(int32_t* r1, int32_t* c1, int32_t* r2,
                          int32_t* c2) const {
-  if (chords_.empty()) return false;
+  const std::vector<Chord>& list = chords();
+  if (list.empty()) return false;
   int32_t cmin = std::numeric_limits<int32_t>::max();
   int32_t cmax = std::numeric_limits<int32_t>::min();
-  for (const Chord& ch : chords_) {
+  for (const Chord& ch : list) {
     cmin = std::min(cmin, ch.cb);
     cmax = std::max(cmax, ch.ce);
   }
-  *r1 = chords_.front().r;
-  *r2 = chords_.back().r;
+  *r1 = list.front().r;
+  *r2 = list.back().r;
   *c1 = cmin;
   *c2 = cmax;
   return true;
@@ -114,10 +142,10 @@ bool Region::FitsInt16() const {
 RegionPtr Region::ClipToRectangle(int32_t r1, int32_t c1, int32_t r2,
                                   int32_t c2) const {
   std::vector<Chord> out;
+  const std::vector<Chord>& list = chords();
   const Chord first{r1, std::numeric_limits<int32_t>::min(), 0};
-  for (auto it = std::lower_bound(chords_.begin(), chords_.end(), first,
-                                  ChordLess);
-       it != chords_.end() && it->r <= r2; ++it) {
+  for (auto it = std::lower_bound(list.begin(), list.end(), first, ChordLess);
+       it != list.end() && it->r <= r2; ++it) {
     const int32_t cb = std::max(it->cb, c1);
     const int32_t ce = std::min(it->ce, c2);
     if (cb <= ce) out.push_back({it->r, cb, ce});
@@ -126,10 +154,11 @@ RegionPtr Region::ClipToRectangle(int32_t r1, int32_t c1, int32_t r2,
 }
 
 RegionPtr Region::Union(const Region& a, const Region& b) {
+  const std::vector<Chord>& x = a.chords();
+  const std::vector<Chord>& y = b.chords();
   std::vector<Chord> merged;
-  merged.reserve(a.chords_.size() + b.chords_.size());
-  std::merge(a.chords_.begin(), a.chords_.end(), b.chords_.begin(),
-             b.chords_.end(), std::back_inserter(merged), ChordLess);
+  merged.reserve(x.size() + y.size());
+  std::merge(x.begin(), x.end(), y.begin(), y.end(), std::back_inserter(merged), ChordLess);
   CoalesceSorted(&merged);
   return RegionPtr(new Region(std::move(merged)));
 }
@@ -138,8 +167,8 @@ RegionPtr Region::Intersection(const Region& a, const Region& b) {
   // Two cursors walk both lists in canonical order; the output comes out
   // canonical because the inputs' runs are disjoint within each row.
   std::vector<Chord> out;
-  const std::vector<Chord>& x = a.chords_;
-  const std::vector<Chord>& y = b.chords_;
+  const std::vector<Chord>& x = a.chords();
+  const std::vector<Chord>& y = b.chords();
   size_t i = 0, j = 0;
   while (i < x.size() && j < y.size()) {
     if (x[i].r != y[j].r) {

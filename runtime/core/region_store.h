@@ -9,6 +9,14 @@
 // objects; area and centre are computed once, when first asked for (many
 // intermediate regions of a chain of operators are never measured, and
 // the pass over the chords would cost as much as the operation itself).
+//
+// A dense, fragmented region (more than about one run per 64 pixels of its
+// frame) is smaller as packed bit rows than as chords, and set operations
+// on two such regions are word operations. Regions made that way (by
+// threshold, and by set operations of two of them) hold their pixels as a
+// plane of bit rows (bit_rows.h), and the chord list is derived from it the
+// first time that anything asks for it; both forms stay, as the region
+// does not change.
 #pragma once
 
 #include <cstdint>
@@ -41,6 +49,7 @@ inline bool operator==(const Chord& a, const Chord& b) {
 constexpr int32_t kMaxRegionCoord = 1 << 20;
 
 class Region;
+struct BitRows;
 using RegionPtr = std::shared_ptr<const Region>;
 
 class Region {
@@ -51,12 +60,23 @@ class Region {
   // Takes chords that are already in canonical order and merged, as scans
   // produce them; skips the sort. The caller guarantees the order.
   static RegionPtr FromCanonicalChords(std::vector<Chord> chords);
+  // Takes a plane of pixels (bit_rows.h); rows without pixels may stand
+  // at either end.
+  static RegionPtr FromPixelPlane(BitRows plane);
   static RegionPtr Empty();
   // Rows r1..r2, columns c1..c2, inclusive; empty if r2 < r1 or c2 < c1.
   static RegionPtr Rectangle(int32_t r1, int32_t c1, int32_t r2, int32_t c2);
 
-  const std::vector<Chord>& chords() const { return chords_; }
-  bool empty() const { return chords_.empty(); }
+  ~Region();
+
+  const std::vector<Chord>& chords() const {
+    if (plane_) UnpackOnce();
+    return chords_;
+  }
+  // The pixels as bit rows, for regions that were made that way; null
+  // otherwise.
+  const BitRows* plane() const { return plane_.get(); }
+  bool empty() const { return plane_ ? plane_empty_ : chords_.empty(); }
   Vlong area() const {
     MeasureOnce();
     return area_;
@@ -86,10 +106,17 @@ class Region {
 
  private:
   explicit Region(std::vector<Chord> canonical);
+  explicit Region(std::unique_ptr<const BitRows> plane);
   void MeasureOnce() const;
   void Measure() const;
+  void UnpackOnce() const;
 
-  std::vector<Chord> chords_;
+  // The chords; for a region made from a plane, filled by the first
+  // UnpackOnce.
+  mutable std::vector<Chord> chords_;
+  std::unique_ptr<const BitRows> plane_;
+  bool plane_empty_ = true;
+  mutable std::once_flag unpacked_;
   // Area and centre, filled by the first MeasureOnce (thread-safe: regions
   // are shared between threads).
   mutable std::once_flag measured_;

@@ -46,8 +46,8 @@ inline __attribute__((always_inline)) size_t CountBits(uint64_t x) {
 }
 
 // Turns words of test bits, in order along a chord, into edge words and
-// counts the edges.
-template <bool kPopcnt>
+// counts the edges; with kPixels it stores the test bits themselves.
+template <bool kPopcnt, bool kPixels = false>
 class EdgeWriter {
  public:
   explicit EdgeWriter(uint64_t* words) : out_(words) {}
@@ -56,7 +56,7 @@ class EdgeWriter {
     const uint64_t e = bits ^ ((bits << 1) | carry_);
     carry_ = bits >> 63;
     count_ += CountBits<kPopcnt>(e);
-    *out_++ = e;
+    *out_++ = kPixels ? bits : e;
   }
   size_t count() const { return count_; }
 
@@ -109,7 +109,7 @@ inline uint64_t RangeTailBits(const uint8_t* p, size_t n, uint8_t lo, uint8_t sp
 // the rest. A macro, not a template taking bits64: a function object
 // would not inherit the kernel's instruction set.
 #define VEXA_RANGE_EDGE_WORDS(kPopcnt, bits64)                       \
-  EdgeWriter<kPopcnt> out(words);                                    \
+  EdgeWriter<kPopcnt, kPixels> out(words);                           \
   size_t k = 0;                                                      \
   for (; k + kEdgeWordBits <= n; k += kEdgeWordBits) out.Put(bits64(p + k)); \
   out.Put(RangeTailBits(p + k, n - k, lo, span));                    \
@@ -148,6 +148,7 @@ __attribute__((target("avx512f,avx512bw"), always_inline)) inline uint64_t Range
 }
 #endif
 
+template <bool kPixels>
 size_t RangeWordsBaseline(const uint8_t* p, size_t n, uint8_t lo, uint8_t span,
                           uint64_t* words) {
 #if defined(__SSE2__)
@@ -162,6 +163,7 @@ size_t RangeWordsBaseline(const uint8_t* p, size_t n, uint8_t lo, uint8_t span,
 }
 
 #if defined(__x86_64__)
+template <bool kPixels>
 __attribute__((target("avx2,popcnt,bmi"))) size_t RangeWordsAvx2(
     const uint8_t* p, size_t n, uint8_t lo, uint8_t span, uint64_t* words) {
   const __m256i vlo = _mm256_set1_epi8(static_cast<char>(lo));
@@ -171,6 +173,7 @@ __attribute__((target("avx2,popcnt,bmi"))) size_t RangeWordsAvx2(
 #undef VEXA_BITS64
 }
 
+template <bool kPixels>
 __attribute__((target("avx512f,avx512bw,popcnt,bmi"))) size_t RangeWordsAvx512(
     const uint8_t* p, size_t n, uint8_t lo, uint8_t span, uint64_t* words) {
   const __m512i vlo = _mm512_set1_epi8(static_cast<char>(lo));
@@ -332,14 +335,28 @@ size_t MaskEdgeWords(uint8_t* mask, size_t n, uint64_t* words) {
   return MaskWords<false>(mask, n, words);
 }
 
-size_t ByteRangeEdgeWords(const uint8_t* pixels, size_t n, uint8_t lo, uint8_t hi,
-                          uint64_t* words) {
+namespace {
+
+template <bool kPixels>
+size_t RangeWords(const uint8_t* pixels, size_t n, uint8_t lo, uint8_t hi, uint64_t* words) {
   const uint8_t span = static_cast<uint8_t>(hi - lo);
 #if defined(__x86_64__)
-  if (used_isa == Isa::kAvx512) return RangeWordsAvx512(pixels, n, lo, span, words);
-  if (used_isa == Isa::kAvx2) return RangeWordsAvx2(pixels, n, lo, span, words);
+  if (used_isa == Isa::kAvx512) return RangeWordsAvx512<kPixels>(pixels, n, lo, span, words);
+  if (used_isa == Isa::kAvx2) return RangeWordsAvx2<kPixels>(pixels, n, lo, span, words);
 #endif
-  return RangeWordsBaseline(pixels, n, lo, span, words);
+  return RangeWordsBaseline<kPixels>(pixels, n, lo, span, words);
+}
+
+}  // namespace
+
+size_t ByteRangeEdgeWords(const uint8_t* pixels, size_t n, uint8_t lo, uint8_t hi,
+                          uint64_t* words) {
+  return RangeWords<false>(pixels, n, lo, hi, words);
+}
+
+size_t ByteRangePixelWords(const uint8_t* pixels, size_t n, uint8_t lo, uint8_t hi,
+                           uint64_t* words) {
+  return RangeWords<true>(pixels, n, lo, hi, words);
 }
 
 size_t EdgeRuns(const uint64_t* words, size_t num_words, int32_t r, int32_t cb,

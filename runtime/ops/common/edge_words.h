@@ -35,6 +35,12 @@ size_t MaskEdgeWords(uint8_t* mask, size_t n, uint64_t* words);
 size_t ByteRangeEdgeWords(const uint8_t* pixels, size_t n, uint8_t lo, uint8_t hi,
                           uint64_t* words);
 
+// The same test, with the test bits themselves written to words (bit j of
+// word i: pixel 64 i + j passes; the closing pixel and those past it are
+// clear); returns the number of edges, as above.
+size_t ByteRangePixelWords(const uint8_t* pixels, size_t n, uint8_t lo, uint8_t hi,
+                           uint64_t* words);
+
 // Room the run decoder may use past the edge columns of a chord in its
 // column scratch, and past the runs it finds in its output.
 constexpr size_t kEdgeColumnSlack = 32;

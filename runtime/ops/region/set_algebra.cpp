@@ -13,21 +13,27 @@ namespace vexa {
 namespace {
 
 using ChordOp = ChordList (*)(const ChordList&, const ChordList&);
+using RegionOp = RegionPtr (*)(const Region&, const Region&);
 
-// The run merge, or packed bit rows where those are expected to be cheaper
-// (very fragmented operands).
+// Word operations where both regions are held as planes of the same
+// columns; otherwise the run merge, or packed bit rows where those are
+// expected to be cheaper (very fragmented operands).
 template <SetOp kOp, ChordOp kRuns>
-ChordList Cheapest(const ChordList& a, const ChordList& b) {
-  return PreferBitRows(kOp, a, b) ? CombineByBitRows(kOp, a, b) : kRuns(a, b);
+RegionPtr Cheapest(const Region& a, const Region& b) {
+  if (RegionPtr planes = CombinePlanes(kOp, a, b)) return planes;
+  const ChordList& x = a.chords();
+  const ChordList& y = b.chords();
+  return Region::FromCanonicalChords(PreferBitRows(kOp, x, y) ? CombineByBitRows(kOp, x, y)
+                                                              : kRuns(x, y));
 }
 
-Vresult CombineWithUnion(OpContext& ctx, ChordOp op) {
+Vresult CombineWithUnion(OpContext& ctx, RegionOp op) {
   std::vector<RegionPtr> second;
   const Vresult rc = InpRegions(ctx, 2, &second);
   if (rc != VRESULT_OK) return rc;
   const RegionPtr other = RegionUnionMany(second);
   return MapRegions(ctx, [&](const Region& r, RegionPtr* out) {
-    *out = Region::FromCanonicalChords(op(r.chords(), other->chords()));
+    *out = op(r, *other);
     return VRESULT_OK;
   });
 }

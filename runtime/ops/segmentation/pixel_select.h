@@ -26,12 +26,17 @@ std::vector<Chord> SelectRuns(const DomainScan& scan, Keep&& keep) {
   return runs;
 }
 
-// A region object of canonical runs, added to `out`.
-inline Vresult AddRegion(std::vector<Chord> runs, NewKeys* out) {
+// A region object, added to `out`.
+inline Vresult AddRegion(RegionPtr region, NewKeys* out) {
   Vkey key = VKEY_UNDEF;
-  const Vresult rc = db::NewRegion(Region::FromCanonicalChords(std::move(runs)), &key);
+  const Vresult rc = db::NewRegion(std::move(region), &key);
   if (rc == VRESULT_OK) out->Add(key);
   return rc;
+}
+
+// A region object of canonical runs, added to `out`.
+inline Vresult AddRegion(std::vector<Chord> runs, NewKeys* out) {
+  return AddRegion(Region::FromCanonicalChords(std::move(runs)), out);
 }
 
 // The segmentation loop over the images of input object 1: fn(image, scan,

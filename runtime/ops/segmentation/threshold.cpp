@@ -3,7 +3,8 @@
 //
 // The runs of selected pixels come straight from edge words of each chord
 // (mask_runs.h), in canonical order, so no sort is needed; byte pixels are
-// compared straight into the words. Integer pixels
+// compared straight into the words, and a fragmented result over a whole
+// byte image keeps them as its bit rows. Integer pixels
 // are compared with integer bounds (ceil of min, floor of max, clipped to
 // the type), which selects exactly the same pixels as a comparison in real
 // numbers; float pixels are compared in double. NaN pixels are never
@@ -22,23 +23,22 @@ namespace vexa {
 namespace {
 
 template <class T, class Bound>
-std::vector<Chord> ScanRuns(const PixelBuffer& image, const DomainScan& scan,
-                            Bound lo, Bound hi) {
+RegionPtr ScanRuns(const PixelBuffer& image, const DomainScan& scan, Bound lo, Bound hi) {
   const T* pixels = reinterpret_cast<const T*>(image.data());
   if constexpr (std::is_same<T, uint8_t>::value) {
-    return ByteRangeRuns(scan, pixels, lo, hi);
+    return ByteRangeRegion(scan, pixels, lo, hi);
   } else if constexpr (std::is_integral<T>::value) {
     // One unsigned comparison per pixel: v - lo wraps above hi - lo for
     // every v below lo.
     using U = std::make_unsigned_t<T>;
     const U width = static_cast<U>(static_cast<U>(hi) - static_cast<U>(lo));
-    return KeptRuns(scan, pixels, [=](T v) {
+    return Region::FromCanonicalChords(KeptRuns(scan, pixels, [=](T v) {
       return static_cast<U>(static_cast<U>(v) - static_cast<U>(lo)) <= width;
-    });
+    }));
   } else {
-    return KeptRuns(scan, pixels, [=](T v) {
+    return Region::FromCanonicalChords(KeptRuns(scan, pixels, [=](T v) {
       return static_cast<Bound>(v) >= lo && static_cast<Bound>(v) <= hi;
-    });
+    }));
   }
 }
 
@@ -57,15 +57,13 @@ bool IntegerBounds(double min, double max, T* lo, T* hi) {
 }
 
 template <class T>
-std::vector<Chord> ScanInteger(const PixelBuffer& image, const DomainScan& scan,
-                               double min, double max) {
+RegionPtr ScanInteger(const PixelBuffer& image, const DomainScan& scan, double min, double max) {
   T lo, hi;
-  if (!IntegerBounds(min, max, &lo, &hi)) return {};
+  if (!IntegerBounds(min, max, &lo, &hi)) return Region::Empty();
   return ScanRuns<T, T>(image, scan, lo, hi);
 }
 
-std::vector<Chord> Scan(const PixelBuffer& image, const DomainScan& scan,
-                        double min, double max) {
+RegionPtr Scan(const PixelBuffer& image, const DomainScan& scan, double min, double max) {
   switch (image.type()) {
     case PixelType::kByte:
     case PixelType::kDirection:
@@ -85,7 +83,7 @@ std::vector<Chord> Scan(const PixelBuffer& image, const DomainScan& scan,
     case PixelType::kComplex:  // the real plane comes first
       return ScanRuns<float, double>(image, scan, min, max);
   }
-  return {};
+  return Region::Empty();
 }
 
 }  // namespace
@@ -102,9 +100,8 @@ VEXA_OPERATOR(threshold) {
     db::ImageData image;
     Vresult r = InpImage(1, key, &image);
     if (r != VRESULT_OK) return r;
-    std::vector<Chord> runs = Scan(*image.channels[0], DomainScan::Of(image), min, max);
     Vkey region = VKEY_UNDEF;
-    r = db::NewRegion(Region::FromCanonicalChords(std::move(runs)), &region);
+    r = db::NewRegion(Scan(*image.channels[0], DomainScan::Of(image), min, max), &region);
     if (r == VRESULT_OK) out.Add(region);
     return r;
   });

@@ -33,19 +33,18 @@ namespace {
 // The domain pixels of value <= limit (dark) or > limit (light). The
 // limit is a value of the image's histogram, so it is compared in the
 // pixels' own type, which keeps the mask loop narrow.
-std::vector<Chord> SplitAt(const PixelBuffer& im, const DomainScan& s,
-                           int64_t limit, bool dark) {
+RegionPtr SplitAt(const PixelBuffer& im, const DomainScan& s, int64_t limit, bool dark) {
   return DispatchPixelType(im.type(), [&](auto tag) {
     using T = typename decltype(tag)::Value;
     const T* p = PixelsOf(im, tag);
     const T t = static_cast<T>(limit);
     if constexpr (std::is_same<T, uint8_t>::value) {
-      if (dark) return ByteRangeRuns(s, p, 0, t);
-      if (t == 255) return std::vector<Chord>();
-      return ByteRangeRuns(s, p, static_cast<uint8_t>(t + 1), 255);
+      if (dark) return ByteRangeRegion(s, p, 0, t);
+      if (t == 255) return Region::Empty();
+      return ByteRangeRegion(s, p, static_cast<uint8_t>(t + 1), 255);
     }
-    if (dark) return KeptRuns(s, p, [=](T v) { return v <= t; });
-    return KeptRuns(s, p, [=](T v) { return v > t; });
+    return Region::FromCanonicalChords(dark ? KeptRuns(s, p, [=](T v) { return v <= t; })
+                                            : KeptRuns(s, p, [=](T v) { return v > t; }));
   });
 }
 

@@ -7,7 +7,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "ops/region/kernels/bit_rows.h"
+#include "bit_rows.h"
 
 namespace vexa {
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "ops/region/kernels/bit_rows.h"
+#include "bit_rows.h"
 
 namespace vexa {
 namespace {
@@ -133,7 +133,64 @@ int64_t CombineEdges(SetOp op, const std::vector<Chord>& a,
   }
 }
 
+// Row r of a plane, or null where the plane has no such row.
+const BitWord* RowAt(const BitRows& plane, int64_t r) {
+  const int64_t i = r - plane.row0;
+  return i >= 0 && i < plane.rows ? plane.Row(i) : nullptr;
+}
+
+// One row of `op` over n words; a missing row (null) has no pixels.
+void CombineRow(SetOp op, const BitWord* p, const BitWord* q, int64_t n, BitWord* out) {
+  if (p != nullptr && q != nullptr) {
+    switch (op) {
+      case SetOp::kUnion:
+        for (int64_t w = 0; w < n; ++w) out[w] = p[w] | q[w];
+        return;
+      case SetOp::kIntersection:
+        for (int64_t w = 0; w < n; ++w) out[w] = p[w] & q[w];
+        return;
+      case SetOp::kDifference:
+        for (int64_t w = 0; w < n; ++w) out[w] = p[w] & ~q[w];
+        return;
+      case SetOp::kSymmDifference:
+        for (int64_t w = 0; w < n; ++w) out[w] = p[w] ^ q[w];
+        return;
+    }
+  }
+  // With one row missing, the result is the other row or nothing.
+  const BitWord* kept = op == SetOp::kIntersection ? nullptr
+                        : p != nullptr             ? p
+                        : op == SetOp::kDifference ? nullptr
+                                                   : q;
+  if (kept != nullptr) {
+    std::copy(kept, kept + n, out);
+  } else {
+    std::fill(out, out + n, BitWord{0});
+  }
+}
+
 }  // namespace
+
+RegionPtr CombinePlanes(SetOp op, const Region& a, const Region& b) {
+  const BitRows* x = a.plane();
+  const BitRows* y = b.plane();
+  if (x == nullptr || y == nullptr || x->col0 != y->col0 || x->words != y->words)
+    return nullptr;
+  int64_t first = std::min(x->row0, y->row0);
+  int64_t last = std::max(x->row0 + x->rows, y->row0 + y->rows);
+  if (op == SetOp::kIntersection) {
+    first = std::max(x->row0, y->row0);
+    last = std::min(x->row0 + x->rows, y->row0 + y->rows);
+  } else if (op == SetOp::kDifference) {
+    first = x->row0;
+    last = x->row0 + x->rows;
+  }
+  const int64_t rows = std::max<int64_t>(last - first, 0);
+  BitRows out(first, rows, x->col0, x->words, BitWords(static_cast<size_t>(rows * x->words)));
+  for (int64_t i = 0; i < rows; ++i)
+    CombineRow(op, RowAt(*x, first + i), RowAt(*y, first + i), x->words, out.Row(i));
+  return Region::FromPixelPlane(std::move(out));
+}
 
 bool PreferBitRows(SetOp op, const std::vector<Chord>& a, const std::vector<Chord>& b) {
   if (a.empty() || b.empty()) return false;

@@ -19,6 +19,11 @@ enum class SetOp { kUnion, kIntersection, kDifference, kSymmDifference };
 // for `op` on canonical lists a and b.
 bool PreferBitRows(SetOp op, const std::vector<Chord>& a, const std::vector<Chord>& b);
 
+// a op b word by word, when both regions are held as planes of the same
+// columns (the same first column and words per row); the result is a plane
+// as well. Null when they are not.
+RegionPtr CombinePlanes(SetOp op, const Region& a, const Region& b);
+
 // a op b for canonical lists; the result is canonical (difference: the
 // pixels of a not in b).
 std::vector<Chord> CombineByBitRows(SetOp op, const std::vector<Chord>& a,

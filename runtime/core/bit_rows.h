@@ -20,6 +20,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <utility>
 #include <vector>
 
 #include "region_store.h"
@@ -29,13 +31,38 @@ namespace vexa {
 using BitWord = uint64_t;
 constexpr BitWord kAllBits = ~BitWord{0};
 
+// Allocates words without clearing them: planes that are written in full
+// before they are read skip a pass over their memory.
+template <class T>
+struct UninitAllocator : std::allocator<T> {
+  template <class U>
+  struct rebind {
+    using other = UninitAllocator<U>;
+  };
+  UninitAllocator() = default;
+  template <class U>
+  UninitAllocator(const UninitAllocator<U>&) {}
+  template <class U>
+  void construct(U* p) {
+    ::new (static_cast<void*>(p)) U;
+  }
+  template <class U, class... Args>
+  void construct(U* p, Args&&... args) {
+    ::new (static_cast<void*>(p)) U(std::forward<Args>(args)...);
+  }
+};
+using BitWords = std::vector<BitWord, UninitAllocator<BitWord>>;
+
 struct BitRows {
   int64_t row0, rows, col0, words;
-  std::vector<BitWord> bits;
+  BitWords bits;
 
   BitRows(int64_t r0, int64_t n, int64_t c0, int64_t w, BitWord fill)
       : row0(r0), rows(n), col0(c0), words(w),
         bits(static_cast<size_t>(n * w), fill) {}
+  // A plane over words that the caller has written (n * w of them).
+  BitRows(int64_t r0, int64_t n, int64_t c0, int64_t w, BitWords written)
+      : row0(r0), rows(n), col0(c0), words(w), bits(std::move(written)) {}
   BitWord* Row(int64_t i) { return bits.data() + i * words; }
   const BitWord* Row(int64_t i) const { return bits.data() + i * words; }
   // Makes the plane rows r0..r0+n-1 of the same frame, every word `fill`
@@ -92,6 +119,19 @@ int64_t PixelsToEdges(BitRows* plane);
 // returns the position after the last one. The caller has room for them
 // all (half the edges).
 Chord* WriteChordsOfEdges(const BitRows& edges, Chord* out);
+
+// Pixel count and the sums of the pixels' rows and columns of a plane,
+// exact in integers (for the area and centre without the runs).
+struct PlaneSums {
+  int64_t area = 0;
+  int64_t sum_rows = 0;
+  int64_t sum_cols = 0;
+};
+PlaneSums SumsOfPixels(const BitRows& pixels);
+
+// The runs of a plane of pixels as canonical chords; the plane is left
+// as it is.
+std::vector<Chord> ChordsOfPixels(const BitRows& pixels);
 
 // Appends the runs of a plane of pixels (which becomes its edges) to
 // *chords, growing the list by exactly their number.

@@ -1,6 +1,8 @@
-#include "ops/region/kernels/bit_rows.h"
+#include "bit_rows.h"
 
 #include <algorithm>
+
+#include "ops/common/edge_words.h"
 
 namespace vexa {
 
@@ -107,6 +109,96 @@ Chord* WriteChordsOfEdges(const BitRows& edges, Chord* out) {
     for (const int32_t* c = cols.data(); c != end; c += 2) *out++ = {r, c[0], c[1] - 1};
   }
   return out;
+}
+
+namespace {
+
+template <bool kPopcnt>
+inline __attribute__((always_inline)) int64_t CountOf(BitWord x) {
+  if constexpr (kPopcnt) return __builtin_popcountll(x);
+  return BitCount(x);
+}
+
+// The sums of one row's pixels: the columns within a word are added as
+// the weights of their index bits, each bit k of the index counted by the
+// pixels whose index has it (the masks pick them).
+template <bool kPopcnt>
+inline __attribute__((always_inline)) void SumRow(const BitWord* row, int64_t words,
+                                                  int64_t* count, int64_t* cols) {
+  constexpr BitWord kIndexBit[6] = {0xAAAAAAAAAAAAAAAAu, 0xCCCCCCCCCCCCCCCCu,
+                                    0xF0F0F0F0F0F0F0F0u, 0xFF00FF00FF00FF00u,
+                                    0xFFFF0000FFFF0000u, 0xFFFFFFFF00000000u};
+  int64_t n = 0, c = 0;
+  for (int64_t w = 0; w < words; ++w) {
+    const BitWord x = row[w];
+    if (x == 0) continue;
+    const int64_t k = CountOf<kPopcnt>(x);
+    n += k;
+    c += 64 * w * k;
+    for (int b = 0; b < 6; ++b) c += CountOf<kPopcnt>(x & kIndexBit[b]) << b;
+  }
+  *count = n;
+  *cols = c;
+}
+
+template <bool kPopcnt>
+inline __attribute__((always_inline)) PlaneSums SumPlane(const BitRows& p) {
+  PlaneSums s;
+  for (int64_t i = 0; i < p.rows; ++i) {
+    int64_t count = 0, cols = 0;
+    SumRow<kPopcnt>(p.Row(i), p.words, &count, &cols);
+    s.area += count;
+    s.sum_rows += count * (p.row0 + i);
+    s.sum_cols += cols + count * p.col0;
+  }
+  return s;
+}
+
+#if defined(__x86_64__)
+__attribute__((target("popcnt"))) PlaneSums SumPlanePopcnt(const BitRows& p) {
+  return SumPlane<true>(p);
+}
+#endif
+
+}  // namespace
+
+PlaneSums SumsOfPixels(const BitRows& pixels) {
+#if defined(__x86_64__)
+  static const bool popcnt = __builtin_cpu_supports("popcnt");
+  if (popcnt) return SumPlanePopcnt(pixels);
+#endif
+  return SumPlane<false>(pixels);
+}
+
+std::vector<Chord> ChordsOfPixels(const BitRows& pixels) {
+  // Counted first, so that the list is sized once; the decoder writes
+  // whole vectors past a row's last run, into the slack at the end.
+  int64_t edges = 0;
+  for (int64_t i = 0; i < pixels.rows; ++i) {
+    const BitWord* row = pixels.Row(i);
+    BitWord before = 0;
+    for (int64_t w = 0; w < pixels.words; ++w) edges += BitCount(EdgesOfPixels(row[w], &before));
+  }
+  const size_t num_runs = static_cast<size_t>(edges / 2);
+  std::vector<Chord> chords(num_runs + kEdgeRunSlack);
+  std::vector<BitWord> row_edges(static_cast<size_t>(pixels.words));
+  std::vector<int32_t> cols(static_cast<size_t>(pixels.words * 64) + 1 + kEdgeColumnSlack);
+  Chord* out = chords.data();
+  for (int64_t i = 0; i < pixels.rows; ++i) {
+    const BitWord* row = pixels.Row(i);
+    BitWord before = 0;
+    BitWord any = 0;
+    for (int64_t w = 0; w < pixels.words; ++w) {
+      row_edges[static_cast<size_t>(w)] = EdgesOfPixels(row[w], &before);
+      any |= row[w];
+    }
+    if (any == 0) continue;
+    out += EdgeRuns(row_edges.data(), static_cast<size_t>(pixels.words),
+                    static_cast<int32_t>(pixels.row0 + i), static_cast<int32_t>(pixels.col0),
+                    cols.data(), out);
+  }
+  chords.resize(num_runs);
+  return chords;
 }
 
 void AppendChords(BitRows* plane, std::vector<Chord>* chords) {
