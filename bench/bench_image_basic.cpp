@@ -91,6 +91,20 @@ void BM_Threshold_Vexa(benchmark::State& state) {
   const Vobject im = Input(state, 1);
   RunVexa(state, [&] { Vobject r; return threshold(im, &r, 100.0, 200.0); });
 }
+// threshold and then the number of runs of the result, which makes the
+// runs of a region that threshold kept as bit rows: the cost of the first
+// use of the runs, beside the threshold alone.
+void BM_ThresholdThenRuns_Vexa(benchmark::State& state) {
+  const Vobject im = Input(state, 1);
+  RunVexa(state, [&] {
+    Vobject r;
+    const unsigned rc = threshold(im, &r, 100.0, 200.0);
+    if (rc != VRESULT_OK) return rc;
+    Vlong runs = 0, bytes = 0;
+    double k_factor = 0, l_factor = 0, mean_length = 0;
+    return runlength_features(r, &runs, &k_factor, &l_factor, &mean_length, &bytes);
+  });
+}
 void BM_Threshold_OpenCV(benchmark::State& state) {
   const cv::Mat im = Mat(1);
   cv::Mat mask;
@@ -232,6 +246,7 @@ void BM_BinaryThreshold_OpenCV(benchmark::State& state) {
   BENCHMARK(BM_##name##_Vexa)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime(); \
   BENCHMARK(BM_##name##_OpenCV)->Unit(benchmark::kMillisecond)->UseRealTime()
 VEXA_BENCH_PAIR(Threshold);
+BENCHMARK(BM_ThresholdThenRuns_Vexa)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime();
 VEXA_BENCH_PAIR(AddImage);
 VEXA_BENCH_PAIR(SubImage);
 VEXA_BENCH_PAIR(MultImage);

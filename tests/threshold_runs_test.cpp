@@ -98,6 +98,12 @@ void ExpectRuns(const Vobject& region, const std::vector<uint8_t>& expected, int
   EXPECT_EQ(reg->chords(), MaskRegion(expected, width, height)->chords());
 }
 
+// Whether the region is held as bit rows.
+bool HeldAsBits(const Vobject& region) {
+  vexa::RegionPtr reg;
+  return vexa::db::GetRegion(region.Id(), &reg) == VRESULT_OK && reg->plane() != nullptr;
+}
+
 // Pixel noise gives runs of one or two pixels and many edges per mask word;
 // every fourth row alternates between a selected and a rejected value, 64
 // edges in each word. Bounds at both ends of the byte range and a single
@@ -154,6 +160,9 @@ TEST_F(ThresholdRunsTest, LargeImagesSplitOverTwoThreadsGiveTheRunsOfAPerPixelLo
     const Vobject image = ByteImage(pixels, width, height, domain);
     Vobject region;
     ASSERT_EQ(threshold(image, &region, 70, 190), VRESULT_OK);
+    // Over the whole image the noise keeps the result as bit rows, whose
+    // runs are then read in two halves as well.
+    EXPECT_EQ(HeldAsBits(region), full);
     ExpectRuns(region, Expected(pixels, domain, [](uint8_t v) { return v >= 70 && v <= 190; }), width,
                height);
     Vobject split;

@@ -1,8 +1,11 @@
 #include "bit_rows.h"
 
 #include <algorithm>
+#include <cstring>
+#include <thread>
 
 #include "ops/common/edge_words.h"
+#include "ops/common/halves.h"
 
 namespace vexa {
 
@@ -154,50 +157,104 @@ inline __attribute__((always_inline)) PlaneSums SumPlane(const BitRows& p) {
   return s;
 }
 
+// The number of edges (bits that differ from their left neighbour) of
+// rows first..last-1.
+template <bool kPopcnt>
+inline __attribute__((always_inline)) int64_t CountEdges(const BitRows& p, int64_t first,
+                                                          int64_t last) {
+  int64_t edges = 0;
+  for (int64_t i = first; i < last; ++i) {
+    const BitWord* row = p.Row(i);
+    BitWord before = 0;
+    for (int64_t w = 0; w < p.words; ++w) edges += CountOf<kPopcnt>(EdgesOfPixels(row[w], &before));
+  }
+  return edges;
+}
+
 #if defined(__x86_64__)
 __attribute__((target("popcnt"))) PlaneSums SumPlanePopcnt(const BitRows& p) {
   return SumPlane<true>(p);
 }
+
+__attribute__((target("popcnt"))) int64_t CountEdgesPopcnt(const BitRows& p, int64_t first,
+                                                            int64_t last) {
+  return CountEdges<true>(p, first, last);
+}
 #endif
+
+bool HasPopcnt() {
+#if defined(__x86_64__)
+  static const bool popcnt = __builtin_cpu_supports("popcnt");
+  return popcnt;
+#else
+  return false;
+#endif
+}
+
+int64_t EdgesOfRows(const BitRows& p, int64_t first, int64_t last) {
+#if defined(__x86_64__)
+  if (HasPopcnt()) return CountEdgesPopcnt(p, first, last);
+#endif
+  return CountEdges<false>(p, first, last);
+}
 
 }  // namespace
 
 PlaneSums SumsOfPixels(const BitRows& pixels) {
 #if defined(__x86_64__)
-  static const bool popcnt = __builtin_cpu_supports("popcnt");
-  if (popcnt) return SumPlanePopcnt(pixels);
+  if (HasPopcnt()) return SumPlanePopcnt(pixels);
 #endif
   return SumPlane<false>(pixels);
 }
 
 std::vector<Chord> ChordsOfPixels(const BitRows& pixels) {
-  // Counted first, so that the list is sized once; the decoder writes
-  // whole vectors past a row's last run, into the slack at the end.
-  int64_t edges = 0;
-  for (int64_t i = 0; i < pixels.rows; ++i) {
-    const BitWord* row = pixels.Row(i);
-    BitWord before = 0;
-    for (int64_t w = 0; w < pixels.words; ++w) edges += BitCount(EdgesOfPixels(row[w], &before));
+  // Counted first, so that the list is sized once. A large plane is done
+  // in two halves of its rows at once, each into its own stretch of the
+  // list.
+  const bool split = pixels.rows >= 2 && pixels.rows * pixels.words * 64 >= int64_t{kSplitPixels} &&
+                     std::thread::hardware_concurrency() >= 2;
+  const int64_t middle = split ? pixels.rows / 2 : pixels.rows;
+  int64_t edges[2] = {0, 0};
+  if (split) {
+    RunInParallel([&] { edges[0] = EdgesOfRows(pixels, 0, middle); },
+                  [&] { edges[1] = EdgesOfRows(pixels, middle, pixels.rows); });
+  } else {
+    edges[0] = EdgesOfRows(pixels, 0, pixels.rows);
   }
-  const size_t num_runs = static_cast<size_t>(edges / 2);
-  std::vector<Chord> chords(num_runs + kEdgeRunSlack);
-  std::vector<BitWord> row_edges(static_cast<size_t>(pixels.words));
-  std::vector<int32_t> cols(static_cast<size_t>(pixels.words * 64) + 1 + kEdgeColumnSlack);
-  Chord* out = chords.data();
-  for (int64_t i = 0; i < pixels.rows; ++i) {
-    const BitWord* row = pixels.Row(i);
-    BitWord before = 0;
-    BitWord any = 0;
-    for (int64_t w = 0; w < pixels.words; ++w) {
-      row_edges[static_cast<size_t>(w)] = EdgesOfPixels(row[w], &before);
-      any |= row[w];
+  std::vector<Chord> chords(static_cast<size_t>((edges[0] + edges[1]) / 2));
+  // Rows are decoded in place while a row's most runs and the decoder's
+  // slack fit before the end of the half's stretch; the last rows go
+  // through a small buffer, so that nothing is written past the stretch.
+  const auto decode = [&](int64_t first, int64_t last, Chord* out, const Chord* end) {
+    const size_t words = static_cast<size_t>(pixels.words);
+    const size_t most = words * 32 + kEdgeRunSlack;
+    std::vector<BitWord> row_edges(words);
+    std::vector<int32_t> cols(words * 64 + 1 + kEdgeColumnSlack);
+    std::vector<Chord> stage(most);
+    for (int64_t i = first; i < last; ++i) {
+      const BitWord* row = pixels.Row(i);
+      BitWord before = 0, any = 0;
+      for (size_t w = 0; w < words; ++w) {
+        row_edges[w] = EdgesOfPixels(row[w], &before);
+        any |= row[w];
+      }
+      if (any == 0) continue;
+      const bool in_place = static_cast<size_t>(end - out) >= most;
+      Chord* to = in_place ? out : stage.data();
+      const size_t m = EdgeRuns(row_edges.data(), words, static_cast<int32_t>(pixels.row0 + i),
+                                static_cast<int32_t>(pixels.col0), cols.data(), to);
+      if (!in_place) std::memcpy(static_cast<void*>(out), to, m * sizeof(Chord));
+      out += m;
     }
-    if (any == 0) continue;
-    out += EdgeRuns(row_edges.data(), static_cast<size_t>(pixels.words),
-                    static_cast<int32_t>(pixels.row0 + i), static_cast<int32_t>(pixels.col0),
-                    cols.data(), out);
+  };
+  Chord* const middle_at = chords.data() + edges[0] / 2;
+  Chord* const end_at = chords.data() + chords.size();
+  if (split) {
+    RunInParallel([&] { decode(0, middle, chords.data(), middle_at); },
+                  [&] { decode(middle, pixels.rows, middle_at, end_at); });
+  } else {
+    decode(0, pixels.rows, chords.data(), end_at);
   }
-  chords.resize(num_runs);
   return chords;
 }
 
