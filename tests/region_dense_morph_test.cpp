@@ -113,8 +113,8 @@ void ExpectMorphology(const Grid& a, const Chords& element, const char* what) {
   const RegionPtr region = Region::FromCanonicalChords(a.ToChords());
   const Chords add = AddRef(a, element), fit = FitRef(a, element);
   if (!region->empty()) {
-    EXPECT_EQ(vexa::AddByBitRows(*region, BoxOf(*region), element), add) << what;
-    EXPECT_EQ(vexa::FitByBitRows(*region, BoxOf(*region), element), fit) << what;
+    EXPECT_EQ(vexa::AddByBitRows(*region, BoxOf(*region), element)->chords(), add) << what;
+    EXPECT_EQ(vexa::FitByBitRows(*region, BoxOf(*region), element)->chords(), fit) << what;
   }
   const vexa::Element e = vexa::Element::FromChords(element);
   RegionPtr out;

@@ -327,9 +327,23 @@ TEST(PackedMorphology, WideRegionsAtNegativeCoordinates) {
           if (!a.Get(r + k.r, c + dc)) return false;
       return true;
     });
-    EXPECT_EQ(vexa::AddByBitRows(*region, box, element), ChordsOf(grown));
-    EXPECT_EQ(vexa::FitByBitRows(*region, box, element), ChordsOf(fits));
+    EXPECT_EQ(vexa::AddByBitRows(*region, box, element)->chords(), ChordsOf(grown));
+    EXPECT_EQ(vexa::FitByBitRows(*region, box, element)->chords(), ChordsOf(fits));
   }
+}
+
+// A result with more runs than its words would hold as chords stays a
+// plane: pairs of pixels every fifth column, grown by a vertical pair.
+TEST(PackedMorphology, FragmentedResultsStayPlanes) {
+  const Mask dots = MaskOf(-5, -40, 30, 400, [](int r, int c) { return (c + 40) % 5 < 2 && r % 3; });
+  const auto region = vexa::Region::FromCanonicalChords(ChordsOf(dots));
+  vexa::RegionBox box;
+  ASSERT_TRUE(region->BoundingBox(&box.r1, &box.c1, &box.r2, &box.c2));
+  const vexa::RegionPtr grown = vexa::AddByBitRows(*region, box, {{0, 0, 0}, {1, 0, 0}});
+  EXPECT_NE(grown->plane(), nullptr);
+  EXPECT_EQ(grown->chords(), ChordsOf(MaskOf(-5, -40, 31, 400, [&](int r, int c) {
+              return dots.Get(r, c) || dots.Get(r - 1, c);
+            })));
 }
 
 }  // namespace

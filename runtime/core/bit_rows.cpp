@@ -56,19 +56,6 @@ void PaintChords(const Chord* begin, const Chord* end, BitRows* plane) {
   }
 }
 
-int64_t PixelsToEdges(BitRows* plane) {
-  int64_t edges = 0;
-  for (int64_t i = 0; i < plane->rows; ++i) {
-    BitWord* row = plane->Row(i);
-    BitWord before = 0;
-    for (int64_t w = 0; w < plane->words; ++w) {
-      row[w] = EdgesOfPixels(row[w], &before);
-      edges += BitCount(row[w]);
-    }
-  }
-  return edges / 2;
-}
-
 namespace {
 
 // Writes the columns of the set bits of one row's words to *cols, from
@@ -207,21 +194,37 @@ PlaneSums SumsOfPixels(const BitRows& pixels) {
   return SumPlane<false>(pixels);
 }
 
-std::vector<Chord> ChordsOfPixels(const BitRows& pixels) {
-  // Counted first, so that the list is sized once. A large plane is done
-  // in two halves of its rows at once, each into its own stretch of the
-  // list.
+namespace {
+
+// The edges of a plane, counted in two halves of its rows (at once, for a
+// large plane): the first half's count says where the second half's runs
+// start in the list.
+struct HalfEdges {
+  int64_t middle;   // the first row of the second half
+  int64_t edges[2];
+  int64_t runs() const { return (edges[0] + edges[1]) / 2; }
+};
+
+HalfEdges CountHalves(const BitRows& pixels) {
   const bool split = pixels.rows >= 2 && pixels.rows * pixels.words * 64 >= int64_t{kSplitPixels} &&
                      std::thread::hardware_concurrency() >= 2;
-  const int64_t middle = split ? pixels.rows / 2 : pixels.rows;
-  int64_t edges[2] = {0, 0};
+  HalfEdges h{split ? pixels.rows / 2 : pixels.rows, {0, 0}};
   if (split) {
-    RunInParallel([&] { edges[0] = EdgesOfRows(pixels, 0, middle); },
-                  [&] { edges[1] = EdgesOfRows(pixels, middle, pixels.rows); });
+    RunInParallel([&] { h.edges[0] = EdgesOfRows(pixels, 0, h.middle); },
+                  [&] { h.edges[1] = EdgesOfRows(pixels, h.middle, pixels.rows); });
   } else {
-    edges[0] = EdgesOfRows(pixels, 0, pixels.rows);
+    h.edges[0] = EdgesOfRows(pixels, 0, pixels.rows);
   }
-  std::vector<Chord> chords(static_cast<size_t>((edges[0] + edges[1]) / 2));
+  return h;
+}
+
+// The runs of a plane whose edges have been counted, each half of the rows
+// into its own stretch of the list.
+std::vector<Chord> DecodeHalves(const BitRows& pixels, const HalfEdges& counted) {
+  const int64_t middle = counted.middle;
+  const int64_t* const edges = counted.edges;
+  const bool split = middle < pixels.rows;
+  std::vector<Chord> chords(static_cast<size_t>(counted.runs()));
   // Rows are decoded in place while a row's most runs and the decoder's
   // slack fit before the end of the half's stretch; the last rows go
   // through a small buffer, so that nothing is written past the stretch.
@@ -258,10 +261,18 @@ std::vector<Chord> ChordsOfPixels(const BitRows& pixels) {
   return chords;
 }
 
-void AppendChords(BitRows* plane, std::vector<Chord>* chords) {
-  const size_t had = chords->size();
-  chords->resize(had + static_cast<size_t>(PixelsToEdges(plane)));
-  WriteChordsOfEdges(*plane, chords->data() + had);
+}  // namespace
+
+std::vector<Chord> ChordsOfPixels(const BitRows& pixels) {
+  // Counted first, so that the list is sized once.
+  return DecodeHalves(pixels, CountHalves(pixels));
+}
+
+RegionPtr RegionOfPixels(BitRows pixels) {
+  const HalfEdges counted = CountHalves(pixels);
+  if (RunsOutweighWords(counted.runs(), pixels.bits.size()))
+    return Region::FromPixelPlane(std::move(pixels));
+  return Region::FromCanonicalChords(DecodeHalves(pixels, counted));
 }
 
 }  // namespace vexa

@@ -1,7 +1,8 @@
-// Regions as rows of packed bits, for the kernels that work on dense,
-// fragmented regions 64 pixels at a time (bit_morph.h, bit_set_ops.h):
-// when rows hold many runs, a pass over words costs less than a walk over
-// runs.
+// Regions as rows of packed bits: the form in which a region with very
+// many runs is held (region_store.h), and the working form of the kernels
+// that treat dense, fragmented regions 64 pixels at a time (bit_morph.h,
+// bit_set_ops.h): when rows hold many runs, a pass over words costs less
+// than a walk over runs.
 //
 // A plane covers rows row0..row0+rows-1 and a column frame starting at
 // col0, `words` 64-bit words per row; bit j of row i is the pixel
@@ -111,10 +112,6 @@ inline int64_t BitCount(BitWord x) {
 // (the last column excepted); rows without chords are left as they are.
 void PaintChords(const Chord* begin, const Chord* end, BitRows* plane);
 
-// Turns a plane of pixels into its edges in place; returns the number of
-// runs.
-int64_t PixelsToEdges(BitRows* plane);
-
 // Writes the runs of a plane of edges from *out on, as canonical chords;
 // returns the position after the last one. The caller has room for them
 // all (half the edges).
@@ -133,8 +130,15 @@ PlaneSums SumsOfPixels(const BitRows& pixels);
 // as it is.
 std::vector<Chord> ChordsOfPixels(const BitRows& pixels);
 
-// Appends the runs of a plane of pixels (which becomes its edges) to
-// *chords, growing the list by exactly their number.
-void AppendChords(BitRows* plane, std::vector<Chord>* chords);
+// Whether `runs` chords would take more room than `words` words of a plane
+// (more than one run per 96 pixels of its frame): a region of that many
+// runs is better held as the plane.
+inline bool RunsOutweighWords(int64_t runs, size_t words) {
+  return static_cast<size_t>(runs) * sizeof(Chord) > words * sizeof(BitWord);
+}
+
+// The region of the pixels of a plane: the plane itself where its runs
+// outweigh its words, its chords otherwise.
+RegionPtr RegionOfPixels(BitRows pixels);
 
 }  // namespace vexa

@@ -188,7 +188,7 @@ inline RegionPtr ByteRangeRegion(const DomainScan& scan, const uint8_t* pixels, 
         return ByteRangePixelWords(pixels + o, n, lo, hi, words);
       },
       true);
-  if (w.edges() / 2 * sizeof(Chord) > w.words.size() * sizeof(BitWord)) {
+  if (RunsOutweighWords(static_cast<int64_t>(w.edges() / 2), w.words.size())) {
     // A whole image's chords are its rows, each of the same number of
     // words: the layout of a plane over the image's columns.
     const int64_t words_per_row = static_cast<int64_t>(EdgeWordCount(static_cast<size_t>(scan.width())));

@@ -180,14 +180,13 @@ Frame FrameOf(const RegionBox& box, const std::vector<Chord>& element) {
 // a(y - k.r) widened to [cb + k.cb, ce + k.ce]; shrinking: out(y) = AND of
 // a(y + k.r) shrunk to [cb - k.cb, ce - k.ce].
 template <bool kGrow>
-std::vector<Chord> Morph(const Region& a, const RegionBox& box,
-                         const std::vector<Chord>& element) {
+RegionPtr Morph(const Region& a, const RegionBox& box, const std::vector<Chord>& element) {
   using Op = std::conditional_t<kGrow, Or, And>;
   const Frame f = FrameOf(box, element);
   const int64_t kr_min = element.front().r, kr_max = element.back().r;
   const int64_t out_first = kGrow ? f.row1 + kr_min : f.row1 - kr_min;
   const int64_t out_last = kGrow ? f.row2 + kr_max : f.row2 - kr_max;
-  if (out_last < out_first) return {};
+  if (out_last < out_first) return Region::Empty();
 
   // y: the input widened (grown: y(p) = OR of a(p - j), shrunk: AND of
   // a(p + j), j = 0..have). Each group combines rows of y, or windows over
@@ -216,9 +215,7 @@ std::vector<Chord> Morph(const Region& a, const RegionBox& box,
       CombineRows(&out, window, kGrow ? -first : first, sign * g.cb, Op{});
     }
   }
-  std::vector<Chord> chords;
-  AppendChords(&out, &chords);
-  return chords;
+  return RegionOfPixels(std::move(out));
 }
 
 }  // namespace
@@ -247,13 +244,11 @@ bool PreferBitRows(const Region& a, const RegionBox& box,
   return bit_cost < run_cost;
 }
 
-std::vector<Chord> AddByBitRows(const Region& a, const RegionBox& box,
-                                const std::vector<Chord>& element) {
+RegionPtr AddByBitRows(const Region& a, const RegionBox& box, const std::vector<Chord>& element) {
   return Morph<true>(a, box, element);
 }
 
-std::vector<Chord> FitByBitRows(const Region& a, const RegionBox& box,
-                                const std::vector<Chord>& element) {
+RegionPtr FitByBitRows(const Region& a, const RegionBox& box, const std::vector<Chord>& element) {
   return Morph<false>(a, box, element);
 }
 

@@ -36,11 +36,10 @@ struct RegionBox {
 bool PreferBitRows(const Region& a, const RegionBox& box,
                    const std::vector<Chord>& element, double merges_per_chord);
 
-// { p + k : p in a, k in element }; a not empty.
-std::vector<Chord> AddByBitRows(const Region& a, const RegionBox& box,
-                                const std::vector<Chord>& element);
-// { p : p + k in a for every k in element }; a not empty.
-std::vector<Chord> FitByBitRows(const Region& a, const RegionBox& box,
-                                const std::vector<Chord>& element);
+// { p + k : p in a, k in element }; a not empty. A result of very many
+// runs stays a plane (RegionOfPixels).
+RegionPtr AddByBitRows(const Region& a, const RegionBox& box, const std::vector<Chord>& element);
+// { p : p + k in a for every k in element }; a not empty; as above.
+RegionPtr FitByBitRows(const Region& a, const RegionBox& box, const std::vector<Chord>& element);
 
 }  // namespace vexa

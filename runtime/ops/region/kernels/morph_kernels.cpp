@@ -250,7 +250,7 @@ Vresult Add(const Region& a, const Element& b, RegionPtr* out) {
   if (!FitsInt32(box, b.bounds_)) return VERR_TOO_LARGE;
   const std::vector<Chord> shape = b.AsChords();
   if (PreferBitRows(a, box, shape, b.RunMergesPerChord(true))) {
-    *out = Region::FromCanonicalChords(AddByBitRows(a, box, shape));
+    *out = AddByBitRows(a, box, shape);
   } else {
     *out = Region::FromCanonicalChords(b.is_box_ ? AddBox(a, b.bounds_)
                                                  : AddChords(a, b.chords_));
@@ -268,7 +268,7 @@ Vresult Fit(const Region& a, const Element& b, RegionPtr* out) {
   if (!FitsInt32(box, back)) return VERR_TOO_LARGE;
   const std::vector<Chord> shape = b.AsChords();
   if (PreferBitRows(a, box, shape, b.RunMergesPerChord(false))) {
-    *out = Region::FromCanonicalChords(FitByBitRows(a, box, shape));
+    *out = FitByBitRows(a, box, shape);
   } else {
     *out = Region::FromCanonicalChords(b.is_box_ ? FitBox(a, b.bounds_)
                                                  : FitChords(a, b.chords_));
