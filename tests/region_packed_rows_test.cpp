@@ -340,10 +340,19 @@ TEST(PackedMorphology, FragmentedResultsStayPlanes) {
   vexa::RegionBox box;
   ASSERT_TRUE(region->BoundingBox(&box.r1, &box.c1, &box.r2, &box.c2));
   const vexa::RegionPtr grown = vexa::AddByBitRows(*region, box, {{0, 0, 0}, {1, 0, 0}});
-  EXPECT_NE(grown->plane(), nullptr);
+  ASSERT_NE(grown->plane(), nullptr);
   EXPECT_EQ(grown->chords(), ChordsOf(MaskOf(-5, -40, 31, 400, [&](int r, int c) {
               return dots.Get(r, c) || dots.Get(r - 1, c);
             })));
+  // A plane as input is copied into the kernel's frame, shifted by any
+  // number of bits: the same results as from its runs.
+  const auto runs = vexa::Region::FromCanonicalChords(grown->chords());
+  const Chords element = {{-1, -3, 2}, {0, -70, -66}, {2, 5, 5}};
+  ASSERT_TRUE(grown->BoundingBox(&box.r1, &box.c1, &box.r2, &box.c2));
+  EXPECT_EQ(vexa::AddByBitRows(*grown, box, element)->chords(),
+            vexa::AddByBitRows(*runs, box, element)->chords());
+  EXPECT_EQ(vexa::FitByBitRows(*grown, box, element)->chords(),
+            vexa::FitByBitRows(*runs, box, element)->chords());
 }
 
 }  // namespace

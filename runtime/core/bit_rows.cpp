@@ -1,6 +1,7 @@
 #include "bit_rows.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
 #include <thread>
 
@@ -99,6 +100,53 @@ Chord* WriteChordsOfEdges(const BitRows& edges, Chord* out) {
     for (const int32_t* c = cols.data(); c != end; c += 2) *out++ = {r, c[0], c[1] - 1};
   }
   return out;
+}
+
+void PaintPlane(const BitRows& src, BitRows* dst) {
+  // Bit j of a source row goes to bit j + shift of the destination row.
+  const int64_t shift = src.col0 - dst->col0;
+  const int64_t last = dst->words * 64 - 1;
+  for (int64_t i = 0; i < src.rows; ++i) {
+    const int64_t r = src.row0 + i - dst->row0;
+    if (r < 0 || r >= dst->rows) continue;
+    const BitWord* in = src.Row(i);
+    BitWord* out = dst->Row(r);
+    for (int64_t w = 0; w < src.words; ++w) {
+      BitWord x = in[w];
+      if (x == 0) continue;
+      // Clip to destination bits 0..last-1 in the source word's terms.
+      const int64_t from = w * 64 + shift;
+      if (from < 0) x = -from >= 64 ? 0 : x >> -from << -from;
+      if (from + 63 >= last) x = last - from <= 0 ? 0 : x << (64 - (last - from)) >> (64 - (last - from));
+      if (x == 0) continue;
+      const int64_t q = from >= 0 ? from / 64 : -((-from + 63) / 64);
+      const int s = static_cast<int>(from - q * 64);
+      if (q >= 0) out[q] |= x << s;
+      if (s != 0 && q + 1 < dst->words) out[q + 1] |= x >> (64 - s);
+    }
+  }
+}
+
+bool PlaneBounds(const BitRows& p, int32_t* r1, int32_t* c1, int32_t* r2, int32_t* c2) {
+  int64_t first = -1, last = -1, cmin = INT64_MAX, cmax = INT64_MIN;
+  for (int64_t i = 0; i < p.rows; ++i) {
+    const BitWord* row = p.Row(i);
+    int64_t w = 0;
+    while (w < p.words && row[w] == 0) ++w;
+    if (w == p.words) continue;
+    if (first < 0) first = i;
+    last = i;
+    cmin = std::min(cmin, w * 64 + __builtin_ctzll(row[w]));
+    int64_t v = p.words - 1;
+    while (row[v] == 0) --v;
+    cmax = std::max(cmax, v * 64 + 63 - __builtin_clzll(row[v]));
+  }
+  if (first < 0) return false;
+  *r1 = static_cast<int32_t>(p.row0 + first);
+  *r2 = static_cast<int32_t>(p.row0 + last);
+  *c1 = static_cast<int32_t>(p.col0 + cmin);
+  *c2 = static_cast<int32_t>(p.col0 + cmax);
+  return true;
 }
 
 namespace {

@@ -117,6 +117,15 @@ void PaintChords(const Chord* begin, const Chord* end, BitRows* plane);
 // all (half the edges).
 Chord* WriteChordsOfEdges(const BitRows& edges, Chord* out);
 
+// Sets the pixels of the plane `src` in `dst` (a plane of any frame),
+// clipped to dst's frame (its last column excepted); other pixels of dst
+// are left as they are.
+void PaintPlane(const BitRows& src, BitRows* dst);
+
+// The smallest rectangle around the pixels of a plane; false when it has
+// none.
+bool PlaneBounds(const BitRows& pixels, int32_t* r1, int32_t* c1, int32_t* r2, int32_t* c2);
+
 // Pixel count and the sums of the pixels' rows and columns of a plane,
 // exact in integers (for the area and centre without the runs).
 struct PlaneSums {

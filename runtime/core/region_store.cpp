@@ -116,6 +116,7 @@ bool Region::Contains(int32_t r, int32_t c) const {
 
 bool Region::BoundingBox(int32_t* r1, int32_t* c1, int32_t* r2,
                          int32_t* c2) const {
+  if (plane_) return PlaneBounds(*plane_, r1, c1, r2, c2);
   const std::vector<Chord>& list = chords();
   if (list.empty()) return false;
   int32_t cmin = std::numeric_limits<int32_t>::max();

@@ -192,7 +192,11 @@ RegionPtr Morph(const Region& a, const RegionBox& box, const std::vector<Chord>&
   // a(p + j), j = 0..have). Each group combines rows of y, or windows over
   // them, moved to the group's first column on the way into out.
   BitRows y(f.row1, f.row2 - f.row1 + 1, f.col0, f.words, 0);
-  PaintChords(a.chords().data(), a.chords().data() + a.chords().size(), &y);
+  if (a.plane() != nullptr) {
+    PaintPlane(*a.plane(), &y);
+  } else {
+    PaintChords(a.chords().data(), a.chords().data() + a.chords().size(), &y);
+  }
   BitRows window(y.row0, 0, f.col0, f.words, 0);
   BitRows out(out_first, out_last - out_first + 1, f.col0, f.words,
               kGrow ? 0 : kAllBits);
@@ -228,6 +232,9 @@ bool PreferBitRows(const Region& a, const RegionBox& box,
       f.row2 - f.row1 + 1 + (int64_t{element.back().r} - element.front().r);
   const int64_t plane = rows * f.words;
   if (plane > kMaxPlaneWords) return false;
+  // A region held as a plane has more runs than its words: the run path
+  // would first have to make them.
+  if (a.plane() != nullptr) return true;
   // Painting, reading back, and per group: widening, combining.
   int64_t passes = 2, have = 0;
   for (const Group& g : GroupsOf(element)) {
