@@ -58,17 +58,38 @@ cv::Mat DiscKernel(int radius) {
 
 enum Op { kDilate, kErode, kOpenRect };
 
+unsigned RunOp(Op op, int size, const Vobject& region, Vobject* out) {
+  return op == kDilate  ? dilation_circle(region, out, double(size))
+         : op == kErode ? erosion_circle(region, out, double(size))
+                        : opening_rectangle1(region, out, size, size);
+}
+
 void BM_Vexa(benchmark::State& state) {
   const Op op = static_cast<Op>(state.range(0));
   const int size = static_cast<int>(state.range(1));
   const Vobject region = SceneRegion(state.range(2) != 0);
   for (auto _ : state) {
     Vobject out;
-    unsigned rc = op == kDilate  ? dilation_circle(region, &out, double(size))
-                  : op == kErode ? erosion_circle(region, &out, double(size))
-                                 : opening_rectangle1(region, &out, size, size);
-    if (rc != VRESULT_OK) state.SkipWithError("operator failed");
+    if (RunOp(op, size, region, &out) != VRESULT_OK) state.SkipWithError("operator failed");
     benchmark::DoNotOptimize(out.Id());
+  }
+}
+
+// The operation and then the number of runs of its result: a result of
+// very many runs is held as rows of bits, and this is the cost of the
+// first use of its runs.
+void BM_VexaThenRuns(benchmark::State& state) {
+  const Op op = static_cast<Op>(state.range(0));
+  const int size = static_cast<int>(state.range(1));
+  const Vobject region = SceneRegion(state.range(2) != 0);
+  for (auto _ : state) {
+    Vobject out;
+    Vlong runs = 0, bytes = 0;
+    double k_factor = 0, l_factor = 0, mean_length = 0;
+    if (RunOp(op, size, region, &out) != VRESULT_OK ||
+        runlength_features(out, &runs, &k_factor, &l_factor, &mean_length, &bytes) != VRESULT_OK)
+      state.SkipWithError("operator failed");
+    benchmark::DoNotOptimize(runs);
   }
 }
 
@@ -98,6 +119,7 @@ void Rows(benchmark::internal::Benchmark* b) {
 }
 
 BENCHMARK(BM_Vexa)->Apply(Rows);
+BENCHMARK(BM_VexaThenRuns)->Apply(Rows);
 BENCHMARK(BM_OpenCV)->Apply(Rows);
 
 }  // namespace
