@@ -64,33 +64,36 @@ unsigned RunOp(Op op, int size, const Vobject& region, Vobject* out) {
                         : opening_rectangle1(region, out, size, size);
 }
 
-void BM_Vexa(benchmark::State& state) {
+// The row's operation per iteration, then `then(result)`; a failure of
+// either ends the benchmark.
+template <class Then>
+void RunRow(benchmark::State& state, Then&& then) {
   const Op op = static_cast<Op>(state.range(0));
   const int size = static_cast<int>(state.range(1));
   const Vobject region = SceneRegion(state.range(2) != 0);
   for (auto _ : state) {
     Vobject out;
-    if (RunOp(op, size, region, &out) != VRESULT_OK) state.SkipWithError("operator failed");
+    if (RunOp(op, size, region, &out) != VRESULT_OK || then(out) != VRESULT_OK) {
+      state.SkipWithError("operator failed");
+      break;
+    }
     benchmark::DoNotOptimize(out.Id());
   }
+}
+
+void BM_Vexa(benchmark::State& state) {
+  RunRow(state, [](const Vobject&) { return unsigned{VRESULT_OK}; });
 }
 
 // The operation and then the number of runs of its result: a result of
 // very many runs is held as rows of bits, and this is the cost of the
 // first use of its runs.
 void BM_VexaThenRuns(benchmark::State& state) {
-  const Op op = static_cast<Op>(state.range(0));
-  const int size = static_cast<int>(state.range(1));
-  const Vobject region = SceneRegion(state.range(2) != 0);
-  for (auto _ : state) {
-    Vobject out;
+  RunRow(state, [](const Vobject& out) {
     Vlong runs = 0, bytes = 0;
     double k_factor = 0, l_factor = 0, mean_length = 0;
-    if (RunOp(op, size, region, &out) != VRESULT_OK ||
-        runlength_features(out, &runs, &k_factor, &l_factor, &mean_length, &bytes) != VRESULT_OK)
-      state.SkipWithError("operator failed");
-    benchmark::DoNotOptimize(runs);
-  }
+    return runlength_features(out, &runs, &k_factor, &l_factor, &mean_length, &bytes);
+  });
 }
 
 void BM_OpenCV(benchmark::State& state) {
