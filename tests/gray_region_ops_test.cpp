@@ -1,7 +1,8 @@
 // Gray values measured and painted in regions: fitted surfaces (exact on
 // exact data, robust against outliers), gray moments, the gray-weighted
 // ellipse, the fuzzy measures, the joint histogram, the mean painting,
-// the per-region images and the point selections.
+// the per-region images, the point selections and the shape histograms
+// over thresholds.
 #include <algorithm>
 #include <cmath>
 #include <functional>
@@ -245,6 +246,105 @@ TEST_F(GrayRegionTest, PointSelectionsGiveTheRegionsHoldingThePoint) {
   ASSERT_EQ(count_obj(picked, &n), VRESULT_OK);
   EXPECT_EQ(n, 2);
   EXPECT_EQ(select_region_point(all, &picked, 1 << 22, 0), VERR_CTRL_VALUE(0));
+}
+
+// Components and holes of a pixel mask by flood fill: 8-connected
+// components of the set pixels, and the 4-connected pieces of the rest that
+// do not reach the border of the w x h window (the window has a clear
+// border).
+std::pair<int, int> ComponentsAndHoles(const std::vector<uint8_t>& set, int w, int h) {
+  const auto count = [&](bool value, bool eight, bool skip_border) {
+    std::vector<uint8_t> seen(set.size(), 0);
+    int n = 0;
+    for (int start = 0; start < w * h; ++start) {
+      if (seen[start] || (set[start] != 0) != value) continue;
+      bool border = false;
+      std::vector<int> stack{start};
+      seen[start] = 1;
+      while (!stack.empty()) {
+        const int k = stack.back();
+        stack.pop_back();
+        const int r = k / w, c = k % w;
+        border |= r == 0 || c == 0 || r == h - 1 || c == w - 1;
+        for (int dr = -1; dr <= 1; ++dr)
+          for (int dc = -1; dc <= 1; ++dc) {
+            if ((dr == 0 && dc == 0) || (!eight && dr != 0 && dc != 0)) continue;
+            const int nr = r + dr, nc = c + dc;
+            if (nr < 0 || nc < 0 || nr >= h || nc >= w) continue;
+            const int q = nr * w + nc;
+            if (!seen[q] && (set[q] != 0) == value) seen[q] = 1, stack.push_back(q);
+          }
+      }
+      n += !(skip_border && border);
+    }
+    return n;
+  };
+  return {count(true, true, false), count(false, false, true)};
+}
+
+// Rings, discs and squares of several gray values in a region that leaves
+// the window's border out; the histograms of the number of components and
+// of holes at every threshold against flood fills, a mean feature against
+// threshold + connection + convexity, and the component of one point.
+TEST_F(GrayRegionTest, ShapeHistogramsFollowTheThresholdedComponents) {
+  const int w = 64, h = 50;
+  const auto gray = [](int r, int c) {
+    const int d1 = (r - 16) * (r - 16) + (c - 16) * (c - 16);
+    const int d2 = (r - 16) * (r - 16) + (c - 44) * (c - 44);
+    if (d1 <= 144 && d1 >= 36) return 150;
+    if (d2 <= 25) return 200;
+    if (r >= 32 && r < 42 && c >= 8 && c < 30) return c < 19 ? 100 : 120;
+    return 10 + (r + c) % 3;
+  };
+  const Vobject image = FunctionImage("byte", w, h, gray);
+  std::vector<uint8_t> inside(static_cast<size_t>(w) * h, 0);
+  for (int r = 1; r < h - 1; ++r)
+    for (int c = 1; c < w - 1; ++c) inside[static_cast<size_t>(r) * w + c] = 1;
+  const Vobject region = RegionOf(inside, w, h);
+  VTuple absolute, relative, holes, rel_holes, convexity, rel_convexity;
+  ASSERT_EQ(shape_histo_all(region, image, "connected_components", &absolute, &relative), VRESULT_OK);
+  ASSERT_EQ(shape_histo_all(region, image, "holes", &holes, &rel_holes), VRESULT_OK);
+  ASSERT_EQ(shape_histo_all(region, image, "convexity", &convexity, &rel_convexity), VRESULT_OK);
+  ASSERT_EQ(absolute.Num(), 256);
+  double sum = 0;
+  for (int g = 0; g < 256; ++g) {
+    std::vector<uint8_t> set(inside.size(), 0);
+    for (int r = 0; r < h; ++r)
+      for (int c = 0; c < w; ++c) set[static_cast<size_t>(r) * w + c] = inside[static_cast<size_t>(r) * w + c] && gray(r, c) >= g;
+    const auto [components, hole_count] = ComponentsAndHoles(set, w, h);
+    ASSERT_EQ(absolute[g].D(), components) << "g " << g;
+    ASSERT_EQ(holes[g].D(), hole_count) << "g " << g;
+    sum += components;
+  }
+  EXPECT_NEAR(relative[120].D(), absolute[120].D() / sum, 1e-12);
+  for (int g : {11, 101, 121, 151}) {
+    Vobject reduced, selected, parts;
+    VTuple values;
+    ASSERT_EQ(reduce_domain(image, region, &reduced), VRESULT_OK);
+    ASSERT_EQ(threshold(reduced, &selected, g, 255), VRESULT_OK);
+    ASSERT_EQ(connection(selected, &parts), VRESULT_OK);
+    ASSERT_EQ(Vexa::convexity(parts, &values), VRESULT_OK);
+    double mean = 0;
+    for (Vlong k = 0; k < values.Num(); ++k) mean += values[k].D() / values.Num();
+    EXPECT_NEAR(convexity[g].D(), mean, 1e-12) << "g " << g;
+  }
+
+  // A pixel of the ring: the whole region up to 12 (the background goes
+  // up to 12), the ring with its hole up to 150, nothing above.
+  VTuple point, rel_point;
+  ASSERT_EQ(shape_histo_point(region, image, "holes", 16, 26, &point, &rel_point), VRESULT_OK);
+  EXPECT_EQ(point[0].D(), 0);
+  EXPECT_EQ(point[13].D(), 1);
+  EXPECT_EQ(point[150].D(), 1);
+  EXPECT_EQ(point[151].D(), 0);
+  ASSERT_EQ(shape_histo_point(region, image, "connected_components", 0, 0, &point, &rel_point),
+            VRESULT_OK);
+  EXPECT_EQ(point[0].D(), 0);  // (0, 0) lies outside the region
+  EXPECT_EQ(rel_point[0].D(), 0);
+
+  EXPECT_EQ(shape_histo_all(region, image, "area", &absolute, &relative), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(shape_histo_all(region, FunctionImage("real", w, h, gray), "holes", &absolute, &relative),
+            VERR_PIXEL_TYPE);
 }
 
 }  // namespace
