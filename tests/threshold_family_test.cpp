@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <string>
+#include <tuple>
 
 #include "image_ops_support.h"
 
@@ -183,6 +185,80 @@ TEST_F(ThresholdFamily, ConnectivitySegmentationsOnKnownScenes) {
   ASSERT_EQ(count_obj(grown, &num), VRESULT_OK);
   EXPECT_EQ(num, 1);  // only the merged top half has 128 pixels
   EXPECT_EQ(regiongrowing(qimg, &grown, 0L, 4L, 3.0, 1L), VERR_CTRL_VALUE(0));
+}
+
+// Growing on three channels against a flood fill with the same metric:
+// random colours of a few levels under a random domain, every metric, a
+// tolerance band that excludes equal neighbours, and the size limit.
+TEST_F(ThresholdFamily, MultiChannelGrowingFollowsAFloodFill) {
+  std::mt19937 gen(77);
+  const int w = 23, h = 17;
+  std::uniform_int_distribution<int> level(0, 2);
+  std::vector<std::vector<unsigned char>> planes(3, std::vector<unsigned char>(w * h));
+  for (auto& p : planes)
+    for (auto& v : p) v = static_cast<unsigned char>(level(gen) * (level(gen) ? 3 : 40));
+  Vobject chans[3], image, reduced;
+  for (int i = 0; i < 3; ++i)
+    ASSERT_EQ(gen_image1(&chans[i], "byte", w, h,
+                         static_cast<Vlong>(reinterpret_cast<uintptr_t>(planes[i].data()))),
+              VRESULT_OK);
+  ASSERT_EQ(compose3(chans[0], chans[1], chans[2], &image), VRESULT_OK);
+  const std::vector<uint8_t> domain = RandomMask(w, h, gen, false);
+  ASSERT_EQ(reduce_domain(image, RegionOf(domain, w, h), &reduced), VRESULT_OK);
+
+  const auto distance = [&](const std::string& metric, int a, int b) {
+    double d[3], sum = 0, sq = 0, most = 0, least = 1e300;
+    for (int i = 0; i < 3; ++i) {
+      d[i] = std::fabs(double(planes[i][a]) - planes[i][b]);
+      sum += d[i], sq += d[i] * d[i], most = std::max(most, d[i]), least = std::min(least, d[i]);
+    }
+    return metric == "1-norm" ? sum : metric == "2-norm" ? std::sqrt(sq)
+         : metric == "max-diff" ? most : metric == "min-diff" ? least : sum / 3;
+  };
+  for (const char* metric : {"1-norm", "2-norm", "max-diff", "min-diff", "mean-diff"}) {
+    for (const auto& [lo, hi, min_size] : {std::tuple<double, double, Vlong>{0, 5, 1},
+                                           {1, 60, 1}, {0, 3, 4}}) {
+      SCOPED_TRACE(std::string(metric) + " " + std::to_string(lo) + ".." + std::to_string(hi));
+      // Flood fill from every unlabelled domain pixel in row order.
+      std::vector<int> label(w * h, -1);
+      std::vector<std::vector<uint8_t>> want;
+      for (int start = 0; start < w * h; ++start) {
+        if (!domain[start] || label[start] >= 0) continue;
+        std::vector<uint8_t> mask(w * h, 0);
+        std::vector<int> stack{start};
+        label[start] = 1;
+        int size = 0;
+        while (!stack.empty()) {
+          const int k = stack.back();
+          stack.pop_back();
+          mask[k] = 1, ++size;
+          const int r = k / w, c = k % w;
+          const int next[4][2] = {{r - 1, c}, {r + 1, c}, {r, c - 1}, {r, c + 1}};
+          for (const auto& n : next) {
+            if (n[0] < 0 || n[0] >= h || n[1] < 0 || n[1] >= w) continue;
+            const int q = n[0] * w + n[1];
+            const double d = distance(metric, k, q);
+            if (domain[q] && label[q] < 0 && d >= lo && d <= hi) label[q] = 1, stack.push_back(q);
+          }
+        }
+        if (size >= min_size) want.push_back(mask);
+      }
+      Vobject grown;
+      ASSERT_EQ(regiongrowing_n(reduced, &grown, metric, lo, hi, min_size), VRESULT_OK);
+      Vlong num = 0;
+      ASSERT_EQ(count_obj(grown, &num), VRESULT_OK);
+      ASSERT_EQ(num, static_cast<Vlong>(want.size()));
+      for (Vlong k = 0; k < num; ++k) {
+        Vobject one;
+        ASSERT_EQ(select_obj(grown, &one, k + 1), VRESULT_OK);
+        ASSERT_EQ(MaskOf(one, w, h), want[static_cast<size_t>(k)]) << "region " << k;
+      }
+    }
+  }
+  Vobject grown;
+  EXPECT_EQ(regiongrowing_n(reduced, &grown, "3-norm", 0.0, 1.0, 1L), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(regiongrowing_n(reduced, &grown, "1-norm", 2.0, 1.0, 1L), VERR_CTRL_VALUE(2));
+  EXPECT_EQ(regiongrowing_n(reduced, &grown, "1-norm", 0.0, 1.0, 0L), VERR_CTRL_VALUE(3));
 }
 
 // Growing by the mean: a ramp 0, 2, 4, ... along the columns is taken as
