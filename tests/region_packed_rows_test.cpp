@@ -196,6 +196,9 @@ TEST(PackedRegions, PlanesBehaveLikeTheirChords) {
     for (int r = m.r0 - 1; r <= m.r0 + m.h; ++r)
       for (int c = m.c0 - 1; c <= m.c0 + m.w; ++c)
         ASSERT_EQ(plane->Contains(r, c), m.Get(r, c)) << r << "," << c;
+    EXPECT_FALSE(plane->Contains(m.r0 - 100, m.c0));
+    EXPECT_FALSE(plane->Contains(m.r0, m.c0 - 100));
+    EXPECT_FALSE(plane->Contains(m.r0, m.c0 + 5000));
     EXPECT_TRUE(*plane == *chords);
     const auto band = vexa::Region::Rectangle(m.r0 + 2, m.c0 + 10, m.r0 + 9, m.c0 + 120);
     EXPECT_EQ(vexa::Region::Intersection(*plane, *band)->chords(),

@@ -105,6 +105,11 @@ RegionPtr Region::Rectangle(int32_t r1, int32_t c1, int32_t r2, int32_t c2) {
 }
 
 bool Region::Contains(int32_t r, int32_t c) const {
+  if (plane_) {
+    const int64_t i = int64_t{r} - plane_->row0, j = int64_t{c} - plane_->col0;
+    if (i < 0 || i >= plane_->rows || j < 0 || j >= plane_->words * 64) return false;
+    return (plane_->Row(i)[j / 64] >> (j % 64)) & 1;
+  }
   // The last chord that starts at or before (r, c) is the only candidate.
   const Chord key{r, c, c};
   const std::vector<Chord>& list = chords();

@@ -10,13 +10,14 @@
 // intermediate regions of a chain of operators are never measured, and
 // the pass over the chords would cost as much as the operation itself).
 //
-// A dense, fragmented region (more than about one run per 64 pixels of its
+// A dense, fragmented region (more than one run per 96 pixels of its
 // frame) is smaller as packed bit rows than as chords, and set operations
-// on two such regions are word operations. Regions made that way (by
-// threshold, and by set operations of two of them) hold their pixels as a
-// plane of bit rows (bit_rows.h), and the chord list is derived from it the
-// first time that anything asks for it; both forms stay, as the region
-// does not change.
+// and morphology on such regions are word operations. Regions made that
+// way (by threshold, by set operations of two of them, by morphology on bit
+// rows) hold their pixels as a plane of bit rows (bit_rows.h); area,
+// centre, bounding box and membership are read off the plane, and the
+// chord list is made from it the first time that anything asks for it;
+// both forms stay, as the region does not change.
 #pragma once
 
 #include <cstdint>
