@@ -3,9 +3,9 @@
 // partition_dynamic.
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <vector>
 
+#include "ops/common/named_values.h"
 #include "ops/region/region_op_util.h"
 #include "ops/region/region_ops.h"
 #include "region_store_moments.h"
@@ -18,20 +18,12 @@ namespace {
 enum class HoleFeature { kArea, kAnisometry, kPhi, kRa, kRb };
 
 bool ParseHoleFeature(const char* name, HoleFeature* f) {
-  static const struct {
-    const char* name;
-    HoleFeature f;
-  } kNames[] = {{"area", HoleFeature::kArea},
-                {"anisometry", HoleFeature::kAnisometry},
-                {"phi", HoleFeature::kPhi},
-                {"ra", HoleFeature::kRa},
-                {"rb", HoleFeature::kRb}};
-  for (const auto& n : kNames)
-    if (std::strcmp(name, n.name) == 0) {
-      *f = n.f;
-      return true;
-    }
-  return false;
+  static const Named<HoleFeature> kNames[] = {{"area", HoleFeature::kArea},
+                                              {"anisometry", HoleFeature::kAnisometry},
+                                              {"phi", HoleFeature::kPhi},
+                                              {"ra", HoleFeature::kRa},
+                                              {"rb", HoleFeature::kRb}};
+  return LookUpName(kNames, name, f);
 }
 
 double HoleFeatureValue(const ChordList& hole, HoleFeature f) {

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <vector>
 
+#include "ops/common/named_values.h"
 #include "ops/region/region_distance.h"
 #include "ops/region/region_op_util.h"
 #include "ops/region/region_ops.h"
@@ -17,17 +18,13 @@ namespace {
 enum class ProtoFeature { kDistanceDilate, kDistanceContour, kFits, kOverlapsAbs, kOverlapsRel };
 
 bool ParseProtoFeature(const char* name, ProtoFeature* f) {
-  static const struct {
-    const char* name;
-    ProtoFeature feature;
-  } kNames[] = {{"distance_dilate", ProtoFeature::kDistanceDilate},
-                {"distance_contour", ProtoFeature::kDistanceContour},
-                {"fits", ProtoFeature::kFits},
-                {"overlaps_abs", ProtoFeature::kOverlapsAbs},
-                {"overlaps_rel", ProtoFeature::kOverlapsRel}};
-  for (const auto& n : kNames)
-    if (std::strcmp(name, n.name) == 0) return *f = n.feature, true;
-  return false;
+  static const Named<ProtoFeature> kNames[] = {
+      {"distance_dilate", ProtoFeature::kDistanceDilate},
+      {"distance_contour", ProtoFeature::kDistanceContour},
+      {"fits", ProtoFeature::kFits},
+      {"overlaps_abs", ProtoFeature::kOverlapsAbs},
+      {"overlaps_rel", ProtoFeature::kOverlapsRel}};
+  return LookUpName(kNames, name, f);
 }
 
 // The feature's value for `region`; `fit` is the prototype as a

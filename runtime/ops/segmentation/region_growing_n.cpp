@@ -10,12 +10,13 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <numeric>
 #include <vector>
 
 #include "ops/common/domain_scan.h"
+#include "ops/common/named_values.h"
 #include "ops/common/op_objects.h"
+#include "ops/segmentation/pixel_select.h"
 #include "registry.h"
 
 namespace vexa {
@@ -24,17 +25,12 @@ namespace {
 enum class Metric { kOneNorm, kTwoNorm, kMaxDiff, kMinDiff, kMeanDiff };
 
 bool MetricOf(const char* name, Metric* m) {
-  static const struct {
-    const char* name;
-    Metric metric;
-  } kMetrics[] = {{"1-norm", Metric::kOneNorm},
-                  {"2-norm", Metric::kTwoNorm},
-                  {"max-diff", Metric::kMaxDiff},
-                  {"min-diff", Metric::kMinDiff},
-                  {"mean-diff", Metric::kMeanDiff}};
-  for (const auto& k : kMetrics)
-    if (std::strcmp(name, k.name) == 0) return *m = k.metric, true;
-  return false;
+  static const Named<Metric> kMetrics[] = {{"1-norm", Metric::kOneNorm},
+                                           {"2-norm", Metric::kTwoNorm},
+                                           {"max-diff", Metric::kMaxDiff},
+                                           {"min-diff", Metric::kMinDiff},
+                                           {"mean-diff", Metric::kMeanDiff}};
+  return LookUpName(kMetrics, name, m);
 }
 
 double Distance(Metric m, const double* a, const double* b, size_t n) {
@@ -120,10 +116,8 @@ Vresult GrowImage(const db::ImageData& image, Metric metric, double lo, double h
   for (std::vector<Chord>& g : groups) {
     RegionPtr region = Region::FromCanonicalChords(std::move(g));
     if (region->area() < min_size) continue;
-    Vkey key = VKEY_UNDEF;
-    const Vresult rc = db::NewRegion(std::move(region), &key);
+    const Vresult rc = AddRegion(std::move(region), out);
     if (rc != VRESULT_OK) return rc;
-    out->Add(key);
   }
   return VRESULT_OK;
 }

@@ -192,10 +192,8 @@ VEXA_OPERATOR(regiongrowing) {
       if (g.empty()) continue;
       RegionPtr region = Region::Intersection(*Region::FromChords(std::move(g)), *s.domain());
       if (region->area() < min_size) continue;
-      Vkey key = VKEY_UNDEF;
-      const Vresult r = db::NewRegion(std::move(region), &key);
+      const Vresult r = AddRegion(std::move(region), out);
       if (r != VRESULT_OK) return r;
-      out->Add(key);
     }
     return VRESULT_OK;
   });
