@@ -131,4 +131,58 @@ TEST_F(ObjectOps, ClearLeavesTheCallersReferencesAlone) {
   EXPECT_EQ(Count(rects_), 3);
 }
 
+TEST_F(ObjectOps, CompareWithToleranceAndDifferenceOfLists) {
+  Vobject image, brighter, complex_a, complex_b;
+  ASSERT_EQ(gen_image_const(&image, "real", 4, 3), VRESULT_OK);
+  ASSERT_EQ(gen_image_const(&brighter, "real", 4, 3), VRESULT_OK);
+  ASSERT_EQ(set_grayval(brighter, 2, 3, 0.25), VRESULT_OK);
+  Vlong equal = -1;
+  ASSERT_EQ(compare_obj(image, brighter, 0.0, &equal), VRESULT_OK);
+  EXPECT_EQ(equal, 0);
+  ASSERT_EQ(compare_obj(image, brighter, 0.25, &equal), VRESULT_OK);
+  EXPECT_EQ(equal, 1);
+  ASSERT_EQ(compare_obj(image, brighter, 0.2, &equal), VRESULT_OK);
+  EXPECT_EQ(equal, 0);
+  // The imaginary plane counts too.
+  Vobject zero, three;
+  ASSERT_EQ(gen_image_const(&zero, "real", 2, 2), VRESULT_OK);
+  ASSERT_EQ(gen_image_const(&three, "real", 2, 2), VRESULT_OK);
+  ASSERT_EQ(set_grayval(three, 1, 1, 3.0), VRESULT_OK);
+  ASSERT_EQ(real_to_complex(zero, zero, &complex_a), VRESULT_OK);
+  ASSERT_EQ(real_to_complex(zero, three, &complex_b), VRESULT_OK);
+  ASSERT_EQ(compare_obj(complex_a, complex_b, 2.5, &equal), VRESULT_OK);
+  EXPECT_EQ(equal, 0);
+  ASSERT_EQ(compare_obj(complex_a, complex_b, 3.0, &equal), VRESULT_OK);
+  EXPECT_EQ(equal, 1);
+  EXPECT_EQ(compare_obj(image, brighter, -1.0, &equal), VERR_CTRL_VALUE(0));
+
+  // obj_diff keeps the objects equal to none of the second list, in order.
+  Vobject middle, diff;
+  ASSERT_EQ(gen_rectangle1(&middle, 0.0, 0.0, 1.0, 1.0), VRESULT_OK);
+  ASSERT_EQ(obj_diff(rects_, middle, &diff), VRESULT_OK);
+  EXPECT_EQ(Count(diff), 2);
+  EXPECT_EQ(Areas(diff), VTuple(1).Concat(9));
+  Vobject none;
+  ASSERT_EQ(obj_diff(rects_, rects_, &none), VRESULT_OK);
+  EXPECT_EQ(Count(none), 0);
+}
+
+TEST_F(ObjectOps, KeysAsIntegersAndBack) {
+  VTuple keys;
+  ASSERT_EQ(obj_to_integer(rects_, 2, -1, &keys), VRESULT_OK);
+  ASSERT_EQ(keys.Num(), 2);
+  Vobject back;
+  ASSERT_EQ(integer_to_obj(&back, keys), VRESULT_OK);
+  EXPECT_EQ(Areas(back), VTuple(4).Concat(9));
+  EXPECT_EQ(obj_to_integer(rects_, 3, 2, &keys), VERR_OBJ_INDEX);
+  // Integers that name no live object are refused, not dereferenced.
+  Vobject bad;
+  EXPECT_EQ(integer_to_obj(&bad, Vlong{12345}), VERR_KEY_INVALID);
+  Vobject gone;
+  ASSERT_EQ(gen_rectangle1(&gone, 0.0, 0.0, 1.0, 1.0), VRESULT_OK);
+  ASSERT_EQ(obj_to_integer(gone, 1, 1, &keys), VRESULT_OK);
+  gone.Reset();
+  EXPECT_EQ(integer_to_obj(&bad, keys), VERR_KEY_DELETED);
+}
+
 }  // namespace

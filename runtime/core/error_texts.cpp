@@ -1,7 +1,12 @@
 // Texts of the runtime's result codes. The interface shows these texts to
-// the application in failure reports, so each one names the problem.
+// the application in failure reports, so each one names the problem; the
+// text of the failure a thread's last call ended with also says what it
+// failed on (error_detail.h).
 #include <cstdio>
+#include <cstring>
+#include <string>
 
+#include "error_detail.h"
 #include "vexa/errors.h"
 #include "vexa/runtime.h"
 
@@ -103,12 +108,8 @@ const NumberedText kNumberedTexts[] = {
      "Wrong object class at input object parameter %d"},
 };
 
-}  // namespace
-
-extern "C" {
-
-void VErrorMessage(Vresult code, char* buffer) {
-  if (!buffer) return;
+// The text of `code` alone.
+void CodeText(Vresult code, char* buffer) {
   for (const FixedText& t : kFixedTexts) {
     if (t.code == code) {
       std::snprintf(buffer, kTextBuffer, "%s", t.text);
@@ -123,6 +124,20 @@ void VErrorMessage(Vresult code, char* buffer) {
     }
   }
   std::snprintf(buffer, kTextBuffer, "Unknown error code %u", code);
+}
+
+}  // namespace
+
+extern "C" {
+
+void VErrorMessage(Vresult code, char* buffer) {
+  if (!buffer) return;
+  CodeText(code, buffer);
+  // What the thread's last call, failing with this code, named.
+  const std::string& detail = vexa::DetailOfLastFailure(code);
+  if (detail.empty()) return;
+  const size_t used = std::strlen(buffer);
+  std::snprintf(buffer + used, kTextBuffer - used, ": %s", detail.c_str());
 }
 
 void IOWIN32PrintErrorMessage(const char* text) {

@@ -19,6 +19,7 @@
 #include <new>
 #include <unordered_set>
 
+#include "error_detail.h"
 #include "instance.h"
 #include "op_table.h"
 #include "registry.h"
@@ -170,16 +171,20 @@ Vresult VCreateVProc(int32_t op, void** proc) {
 Vresult CCallVProc(void* proc) {
   VProcInstance* inst = vexa::LiveInstance(proc);
   if (!inst || vexa::DataOf(inst).db_context) return VERR_PROC_INVALID;
-  VOperatorFn fn = vexa::DispatchEntry(inst->op);
-  if (!fn) return VERR_NOT_AVAILABLE;
+  const int32_t op = inst->op;
+  VOperatorFn fn = vexa::DispatchEntry(op);
+  vexa::BeginOperatorCall();
+  Vresult rc = VERR_NOT_AVAILABLE;
   // An implementation must not let an exception cross into the C caller.
   try {
-    return fn(proc);
+    if (fn) rc = fn(proc);
   } catch (const std::bad_alloc&) {
-    return VERR_OUT_OF_MEMORY;
+    rc = VERR_OUT_OF_MEMORY;
   } catch (...) {
-    return VERR_INTERNAL;
+    rc = VERR_INTERNAL;
   }
+  vexa::EndOperatorCall(op, rc);
+  return rc;
 }
 
 Vresult VDeleteVProc(void* proc, int32_t reserved, Vresult err) {

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "error_detail.h"
 #include "vexa/errors.h"
 
 namespace vexa {
@@ -23,9 +24,7 @@ struct FileCloser {
   }
 };
 
-}  // namespace
-
-Vresult ReadWholeFile(const std::string& path, Bytes* contents) {
+Vresult ReadContents(const std::string& path, Bytes* contents) {
   struct stat st;
   if (::stat(path.c_str(), &st) != 0)
     return errno == ENOENT || errno == ENOTDIR ? VERR_FILE_NOT_FOUND
@@ -44,7 +43,7 @@ Vresult ReadWholeFile(const std::string& path, Bytes* contents) {
   return std::ferror(in.f) ? VERR_FILE_READ : VRESULT_OK;
 }
 
-Vresult WriteWholeFile(const std::string& path, const Bytes& contents) {
+Vresult WriteContents(const std::string& path, const Bytes& contents) {
   FileCloser out{std::fopen(path.c_str(), "wb")};
   if (!out.f) return VERR_FILE_WRITE;
   const bool written =
@@ -54,6 +53,18 @@ Vresult WriteWholeFile(const std::string& path, const Bytes& contents) {
   if (written && closed) return VRESULT_OK;
   std::remove(path.c_str());
   return VERR_FILE_WRITE;
+}
+
+}  // namespace
+
+Vresult ReadWholeFile(const std::string& path, Bytes* contents) {
+  const Vresult rc = ReadContents(path, contents);
+  return rc == VRESULT_OK ? rc : FileFailure(rc, path);
+}
+
+Vresult WriteWholeFile(const std::string& path, const Bytes& contents) {
+  const Vresult rc = WriteContents(path, contents);
+  return rc == VRESULT_OK ? rc : FileFailure(rc, path);
 }
 
 bool HasExtension(const std::string& path) {

@@ -9,7 +9,8 @@ namespace vexa {
 namespace io {
 
 // VERR_FILE_NOT_FOUND when no file has the name, VERR_FILE_READ when it
-// cannot be read (a directory, no permission, an input error).
+// cannot be read (a directory, no permission, an input error). Failures of
+// both functions name the file as the call's error detail.
 Vresult ReadWholeFile(const std::string& path, Bytes* contents);
 // Writes the file anew; on failure VERR_FILE_WRITE, and no partial file
 // is left under the name.

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "error_detail.h"
 #include "io/image_codecs.h"
 #include "io/image_file.h"
 #include "ops/common/op_objects.h"
@@ -20,7 +21,7 @@ Vresult ReadImageFile(const std::string& name, Vkey* key) {
   if (rc != VRESULT_OK) return rc;
   io::DecodedImage image;
   rc = io::DecodeImage(file, &image);
-  if (rc != VRESULT_OK) return rc;
+  if (rc != VRESULT_OK) return FileFailure(rc, path);
   return db::NewImage(std::move(image.domain), std::move(image.channels), key);
 }
 

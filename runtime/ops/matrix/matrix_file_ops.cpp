@@ -12,6 +12,7 @@
 #include <sstream>
 #include <string>
 
+#include "error_detail.h"
 #include "io/image_file.h"
 #include "ops/matrix/matrix_tool.h"
 #include "ops/serialize/serialized_item.h"
@@ -119,7 +120,7 @@ VEXA_OPERATOR(read_matrix) {
   } else {
     rc = MatrixFromText(std::string(file.begin(), file.end()), &m);
   }
-  return rc == VRESULT_OK ? OutpNewMatrix(ctx, 0, std::move(m)) : rc;
+  return rc == VRESULT_OK ? OutpNewMatrix(ctx, 0, std::move(m)) : FileFailure(rc, name);
 }
 
 }  // namespace vexa

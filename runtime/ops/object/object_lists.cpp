@@ -1,9 +1,12 @@
 // Operators on lists of objects of any class: counting, making the empty
-// list, concatenating, selecting and copying, and clear_obj.
+// list, concatenating, selecting and copying, keys as integers and back,
+// and clear_obj.
 //
 // Objects are immutable, so passing an input object on to an output hands
 // over one more reference to the same key; copy_obj alone makes new keys
 // (which share the data).
+#include <cstdint>
+
 #include "ops/common/op_objects.h"
 #include "registry.h"
 
@@ -60,9 +63,12 @@ VEXA_OPERATOR(select_obj) {
   return PassOn(ctx, 1, selected);
 }
 
-// `num_objects` objects from `index` (counting from 1); -1 takes all from
-// `index` to the end. The range must lie within the input.
-VEXA_OPERATOR(copy_obj) {
+namespace {
+
+// The objects of input 1 that controls 0 (`index`, counting from 1) and 1
+// (`num`, -1 for all from `index` to the end) select; the range must lie
+// within the input.
+Vresult SelectedRange(OpContext& ctx, std::vector<Vkey>* range) {
   const std::vector<Vkey>* objects = nullptr;
   Vlong index = 0, num = 0;
   Vresult rc = ctx.InpObjs(1, &objects);
@@ -74,13 +80,57 @@ VEXA_OPERATOR(copy_obj) {
   if (index < 1 || index > total) return VERR_OBJ_INDEX;
   if (num == -1) num = total - index + 1;
   if (num > total - index + 1) return VERR_OBJ_INDEX;
+  range->assign(objects->begin() + (index - 1), objects->begin() + (index - 1 + num));
+  return VRESULT_OK;
+}
+
+}  // namespace
+
+// New keys for a range of objects (see SelectedRange); they share the data.
+VEXA_OPERATOR(copy_obj) {
+  std::vector<Vkey> range;
+  Vresult rc = SelectedRange(ctx, &range);
+  if (rc != VRESULT_OK) return rc;
   NewKeys out;
-  out.Reserve(static_cast<size_t>(num));
-  for (Vlong i = index - 1; i < index - 1 + num; ++i) {
+  out.Reserve(range.size());
+  for (Vkey key : range) {
     Vkey copy = VKEY_UNDEF;
-    rc = db::Copy((*objects)[static_cast<size_t>(i)], &copy);
+    rc = db::Copy(key, &copy);
     if (rc != VRESULT_OK) return rc;
     out.Add(copy);
+  }
+  return out.HandOver(ctx, 1);
+}
+
+// The keys of a range of objects (see SelectedRange) as integers. They
+// hold no reference: they stay valid while the objects live.
+VEXA_OPERATOR(obj_to_integer) {
+  std::vector<Vkey> range;
+  const Vresult rc = SelectedRange(ctx, &range);
+  if (rc != VRESULT_OK) return rc;
+  std::vector<Vlong> values;
+  values.reserve(range.size());
+  for (Vkey key : range) values.push_back(static_cast<Vlong>(reinterpret_cast<intptr_t>(key)));
+  return ctx.SetOutpLongs(0, values);
+}
+
+// The objects whose keys obj_to_integer gave; an integer that names no
+// live object is refused (VERR_KEY_INVALID, VERR_KEY_DELETED), as is the
+// key of a key tuple.
+VEXA_OPERATOR(integer_to_obj) {
+  std::vector<Vlong> values;
+  Vresult rc = ctx.GetLongs(0, values);
+  if (rc != VRESULT_OK) return rc;
+  NewKeys out;
+  out.Reserve(values.size());
+  for (Vlong v : values) {
+    const Vkey key = reinterpret_cast<Vkey>(static_cast<intptr_t>(v));
+    db::ObjKind kind;
+    rc = db::KindOf(key, &kind);
+    if (rc == VRESULT_OK && kind == db::ObjKind::kTuple) rc = VERR_CTRL_VALUE(0);
+    if (rc == VRESULT_OK) rc = db::AddRef(key);
+    if (rc != VRESULT_OK) return rc;
+    out.Add(key);
   }
   return out.HandOver(ctx, 1);
 }

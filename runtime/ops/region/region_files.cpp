@@ -4,6 +4,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "error_detail.h"
 #include "ops/region/kernels/region_file.h"
 #include "ops/region/region_ops.h"
 #include "registry.h"
@@ -19,10 +20,10 @@ VEXA_OPERATOR(write_region) {
   if ((rc = InpRegions(ctx, 1, &in)) != VRESULT_OK) return rc;
   const std::string bytes = EncodeRegions(in);
   std::ofstream file(name, std::ios::binary | std::ios::trunc);
-  if (!file) return VERR_FILE_WRITE;
+  if (!file) return FileFailure(VERR_FILE_WRITE, name);
   file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   file.close();
-  return file ? VRESULT_OK : VERR_FILE_WRITE;
+  return file ? VRESULT_OK : FileFailure(VERR_FILE_WRITE, name);
 }
 
 VEXA_OPERATOR(read_region) {
@@ -30,12 +31,12 @@ VEXA_OPERATOR(read_region) {
   Vresult rc = ctx.GetString(0, &name);
   if (rc != VRESULT_OK) return rc;
   std::ifstream file(name, std::ios::binary);
-  if (!file) return VERR_FILE_NOT_FOUND;
+  if (!file) return FileFailure(VERR_FILE_NOT_FOUND, name);
   std::string bytes((std::istreambuf_iterator<char>(file)),
                     std::istreambuf_iterator<char>());
-  if (file.bad()) return VERR_FILE_READ;
+  if (file.bad()) return FileFailure(VERR_FILE_READ, name);
   std::vector<RegionPtr> regions;
-  if ((rc = DecodeRegions(bytes, &regions)) != VRESULT_OK) return rc;
+  if ((rc = DecodeRegions(bytes, &regions)) != VRESULT_OK) return FileFailure(rc, name);
   return OutRegions(ctx, 1, regions);
 }
 

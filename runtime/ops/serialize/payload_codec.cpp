@@ -198,4 +198,17 @@ Vresult DecodeObjects(ByteReader* r, ItemKind kind, NewKeys* out) {
   return r->remaining() == 0 ? VRESULT_OK : VERR_FILE_CORRUPT;
 }
 
+Vresult DecodeObjectItem(const unsigned char* data, size_t size, ItemKind kind, NewKeys* out) {
+  ItemKind actual;
+  Vresult rc = ItemKindOf(data, size, &actual);
+  if (rc != VRESULT_OK) return rc;
+  const bool fits = actual == kind || (kind == ItemKind::kObject &&
+                                       (actual == ItemKind::kImage || actual == ItemKind::kRegion ||
+                                        actual == ItemKind::kXld));
+  if (!fits) return VERR_DATA_KIND;
+  ByteReader payload(nullptr, 0);
+  rc = OpenItem(data, size, actual, &payload);
+  return rc == VRESULT_OK ? DecodeObjects(&payload, actual, out) : rc;
+}
+
 }  // namespace vexa

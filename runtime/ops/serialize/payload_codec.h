@@ -24,5 +24,8 @@ Vresult EncodeInpObjects(OpContext& ctx, int par, ItemKind kind, ByteWriter* w);
 // VERR_FILE_CORRUPT for inconsistent data or an object the kind does not
 // hold.
 Vresult DecodeObjects(ByteReader* r, ItemKind kind, NewKeys* out);
+// The objects of a whole item whose kind must be `kind`, where kObject
+// takes any item of objects; VERR_DATA_KIND for another kind.
+Vresult DecodeObjectItem(const unsigned char* data, size_t size, ItemKind kind, NewKeys* out);
 
 }  // namespace vexa

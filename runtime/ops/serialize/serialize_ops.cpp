@@ -31,20 +31,9 @@ Vresult SerializeObjects(OpContext& ctx, ItemKind kind) {
 // deserialize_image/region/xld/object: the objects of the item at control 0.
 Vresult DeserializeObjects(OpContext& ctx, ItemKind kind) {
   std::shared_ptr<SerializedItem> item;
-  ByteReader payload(nullptr, 0);
   Vresult rc = InpTool(ctx, 0, &item);
-  if (rc != VRESULT_OK) return rc;
-  ItemKind actual;
-  rc = ItemKindOf(item->data(), item->size(), &actual);
-  if (rc != VRESULT_OK) return rc;
-  // deserialize_object takes any item of objects.
-  const bool fits = actual == kind || (kind == ItemKind::kObject &&
-                                       (actual == ItemKind::kImage || actual == ItemKind::kRegion ||
-                                        actual == ItemKind::kXld));
-  if (!fits) return VERR_DATA_KIND;
-  rc = OpenItem(item->data(), item->size(), actual, &payload);
   NewKeys objects;
-  if (rc == VRESULT_OK) rc = DecodeObjects(&payload, actual, &objects);
+  if (rc == VRESULT_OK) rc = DecodeObjectItem(item->data(), item->size(), kind, &objects);
   return rc == VRESULT_OK ? objects.HandOver(ctx, 1) : rc;
 }
 

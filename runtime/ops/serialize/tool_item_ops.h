@@ -17,6 +17,7 @@
 #include <memory>
 #include <utility>
 
+#include "error_detail.h"
 #include "io/image_file.h"
 #include "ops/serialize/serialized_item.h"
 
@@ -54,8 +55,9 @@ struct ToolItemOps {
     Value value{};
     Vresult rc = ctx.GetString(0, &name);
     if (rc == VRESULT_OK) rc = io::ReadWholeFile(name, &file);
-    if (rc == VRESULT_OK) rc = Codec::Decode(file.data(), file.size(), &value);
-    return rc == VRESULT_OK ? Codec::Outp(ctx, 0, std::move(value)) : rc;
+    if (rc != VRESULT_OK) return rc;
+    rc = Codec::Decode(file.data(), file.size(), &value);
+    return rc == VRESULT_OK ? Codec::Outp(ctx, 0, std::move(value)) : FileFailure(rc, name);
   }
 };
 
