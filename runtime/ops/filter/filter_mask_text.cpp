@@ -9,6 +9,7 @@
 #include <limits>
 #include <memory>
 
+#include "ops/filter/filter_support.h"
 #include "vexa/errors.h"
 
 namespace vexa {
@@ -140,6 +141,38 @@ Vresult ReadFilterMaskFile(const char* name, FilterMask* mask) {
   SetFilterMask(static_cast<int>(width), static_cast<int>(height), static_cast<double>(div),
                 coefficients, mask);
   return VRESULT_OK;
+}
+
+namespace {
+
+Vresult MaskOfTuple(const OpContext& ctx, int par, FilterMask* mask) {
+  std::vector<double> v;
+  if (ctx.GetDoubles(par, v) != VRESULT_OK) return VERR_CTRL_TYPE(par);
+  if (v.size() < 4) return VERR_CTRL_NUM(par);
+  for (double x : v)
+    if (!std::isfinite(x)) return VERR_CTRL_VALUE(par);
+  const double w = v[0], h = v[1];
+  if (w != std::floor(w) || h != std::floor(h) || w < 1 || h < 1 || w > kMaxMaskSide ||
+      h > kMaxMaskSide || std::fmod(w, 2.0) == 0.0 || std::fmod(h, 2.0) == 0.0)
+    return VERR_CTRL_VALUE(par);
+  if (v.size() != 3 + static_cast<size_t>(w * h)) return VERR_CTRL_NUM(par);
+  SetFilterMask(static_cast<int>(w), static_cast<int>(h), v[2],
+                std::vector<double>(v.begin() + 3, v.end()), mask);
+  return VRESULT_OK;
+}
+
+}  // namespace
+
+Vresult ReadFilterMaskParam(const OpContext& ctx, int par, FilterMask* mask) {
+  if (ctx.CtrlNum(par) == 1 && ctx.CtrlElem(par, 0).type == VPAR_STRING) {
+    const char* name = nullptr;
+    Vresult rc = ctx.GetString(par, &name);
+    if (rc == VRESULT_OK) rc = ReadFilterMaskFile(name, mask);
+    if (rc == VRESULT_OK && (mask->width > kMaxMaskSide || mask->height > kMaxMaskSide))
+      rc = VERR_TOO_LARGE;
+    return rc;
+  }
+  return MaskOfTuple(ctx, par, mask);
 }
 
 }  // namespace vexa

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "op_context.h"
 #include "vexa/types.h"
 
 namespace vexa {
@@ -28,5 +29,10 @@ Vresult ReadFilterMaskFile(const char* name, FilterMask* mask);
 // order (column by column), as the file's integer form gives them.
 void SetFilterMask(int width, int height, double divisor, const std::vector<double>& coefficients,
                    FilterMask* mask);
+
+// The mask of control input `par`: the name of a mask file, or a tuple
+// [width, height, divisor, c0 .. cN-1] with odd sides up to kMaxMaskSide
+// and the coefficients in the file's order.
+Vresult ReadFilterMaskParam(const OpContext& ctx, int par, FilterMask* mask);
 
 }  // namespace vexa

@@ -273,4 +273,20 @@ Vresult ReadBorder(const OpContext& ctx, int par, Border* border) {
   return ReadReal(ctx, par, -big, big, &border->value);
 }
 
+void ConvolveRect(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect, const cv::Mat& kernel,
+                  cv::Point origin, const Border& border) {
+  // filter2D correlates: with the kernel turned by 180 degrees and its
+  // anchor mirrored, it convolves. src(p - q) reaches origin.y rows up and
+  // kernel.rows - 1 - origin.y rows down, and the same for columns.
+  const int my = std::max(origin.y, kernel.rows - 1 - origin.y);
+  const int mx = std::max(origin.x, kernel.cols - 1 - origin.x);
+  cv::Mat flipped, tile, sum;
+  cv::flip(kernel, flipped, -1);
+  BorderedTile(src, rect, my, mx, border).convertTo(tile, CV_64F);
+  cv::filter2D(tile, sum, CV_64F, flipped,
+               cv::Point(kernel.cols - 1 - origin.x, kernel.rows - 1 - origin.y));
+  cv::Mat out = dst(rect);
+  sum(cv::Rect(mx, my, rect.width, rect.height)).convertTo(out, dst.type());
+}
+
 }  // namespace vexa

@@ -110,6 +110,13 @@ Vresult ChainFilters(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect, int
                      int mx, const Border& border, const ChannelFilter& first,
                      const ChannelFilter& second);
 
+// dst(rect) = the true convolution of src with `kernel` (CV_64F), whose
+// pixel `origin` is the weight of displacement 0:
+//   dst(p) = sum over q of kernel(origin + q) src(p - q),
+// computed in double over a tile bordered by `border` and stored rounded.
+void ConvolveRect(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect, const cv::Mat& kernel,
+                  cv::Point origin, const Border& border);
+
 // Runs an OpenCV neighbourhood call op(in, out) for dst(rect) with the
 // mirror border, the call reading up to my rows and mx columns around `in`.
 // Depths OpenCV filters itself (8U, 16U, 16S, 32F) are filtered in place
