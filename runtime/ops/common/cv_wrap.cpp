@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <limits>
 #include <type_traits>
+#include <vector>
 
 namespace vexa {
 
@@ -123,6 +124,32 @@ void StoreInDomain(const cv::Mat& result, const cv::Rect& box,
   DispatchPixelType(out->type(), [&](auto tag) {
     StoreFrom<decltype(tag)::kType>(result, box, domain, out);
   });
+}
+
+cv::Mat MaskOfRegion(const Region& region, const cv::Rect& box) {
+  cv::Mat mask = cv::Mat::zeros(box.size(), CV_8U);
+  for (const Chord& ch : region.chords()) {
+    if (ch.r < box.y || ch.r >= box.y + box.height) continue;
+    const int32_t cb = std::max(ch.cb, box.x), ce = std::min(ch.ce, box.x + box.width - 1);
+    uint8_t* row = mask.ptr<uint8_t>(ch.r - box.y);
+    for (int32_t c = cb; c <= ce; ++c) row[c - box.x] = 255;
+  }
+  return mask;
+}
+
+RegionPtr RegionOfMask(const cv::Mat& mask, cv::Point origin) {
+  std::vector<Chord> chords;
+  for (int r = 0; r < mask.rows; ++r) {
+    const uint8_t* row = mask.ptr<uint8_t>(r);
+    for (int c = 0; c < mask.cols; ++c) {
+      if (row[c] == 0) continue;
+      int e = c;
+      while (e + 1 < mask.cols && row[e + 1] != 0) ++e;
+      chords.emplace_back(r + origin.y, c + origin.x, e + origin.x);
+      c = e;
+    }
+  }
+  return Region::FromCanonicalChords(std::move(chords));
 }
 
 }  // namespace vexa

@@ -32,6 +32,13 @@ cv::Mat CvHeaderOf(PixelBuffer* buffer);
 // The bounding box of a region as a rectangle (empty for an empty region).
 cv::Rect BoxOf(const Region& region);
 
+// The pixels of `region` within `box` as a mask over `box` (CV_8U, 255
+// inside).
+cv::Mat MaskOfRegion(const Region& region, const cv::Rect& box);
+// The non-zero pixels of a CV_8U mask whose pixel (0, 0) lies at image
+// position `origin`.
+RegionPtr RegionOfMask(const cv::Mat& mask, cv::Point origin);
+
 // `box` grown by `margin` on every side and clipped to `size`.
 cv::Rect GrowBox(const cv::Rect& box, int margin, cv::Size size);
 

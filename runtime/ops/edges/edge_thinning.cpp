@@ -64,13 +64,4 @@ cv::Mat Hysteresis(const cv::Mat& amp, const cv::Mat& mask, double low, double h
   return keep;
 }
 
-cv::Mat DomainMask(const Region& domain, const cv::Rect& box) {
-  cv::Mat mask = cv::Mat::zeros(box.size(), CV_8U);
-  for (const Chord& ch : domain.chords()) {
-    uint8_t* row = mask.ptr<uint8_t>(ch.r - box.y);
-    for (int32_t c = ch.cb; c <= ch.ce; ++c) row[c - box.x] = 255;
-  }
-  return mask;
-}
-
 }  // namespace vexa

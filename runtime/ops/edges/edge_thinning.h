@@ -1,6 +1,5 @@
 // Thinning and tracking of edge amplitudes: interpolated non-maximum
-// suppression, hysteresis thresholds, and the domain as a mask over its
-// bounding box. Amplitudes are CV_64F matrices over a box.
+// suppression and hysteresis thresholds. Amplitudes are CV_64F matrices over a box.
 #pragma once
 
 #include <opencv2/core.hpp>
@@ -19,8 +18,5 @@ cv::Mat SuppressInterpolated(const cv::Mat& amp, const cv::Mat& angle);
 // The pixels (CV_8U, 255 kept) of `amp` inside `mask` above `low` that are
 // 8-connected within the mask to a pixel above `high`.
 cv::Mat Hysteresis(const cv::Mat& amp, const cv::Mat& mask, double low, double high);
-
-// `domain` as a mask over `box` (CV_8U, 255 inside).
-cv::Mat DomainMask(const Region& domain, const cv::Rect& box);
 
 }  // namespace vexa

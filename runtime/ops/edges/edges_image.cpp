@@ -28,6 +28,7 @@
 
 #include <opencv2/imgproc.hpp>
 
+#include "ops/common/cv_wrap.h"
 #include "ops/edges/edge_thinning.h"
 #include "ops/edges/gauss_masks.h"
 #include "ops/edges/gradient.h"
@@ -191,10 +192,10 @@ VEXA_OPERATOR(edges_image) {
         amp = cv::max(cv::Mat(cv::abs(x)), cv::Mat(cv::abs(y)));
       else
         cv::magnitude(x, y, amp);
-      keep = Hysteresis(Thinned(amp, x, y, nms)(inner), DomainMask(area.domain, area.box),
+      keep = Hysteresis(Thinned(amp, x, y, nms)(inner), MaskOfRegion(area.domain, area.box),
                         static_cast<double>(low), static_cast<double>(high));
     } else if (area.domain.area() != area.box.area()) {
-      keep &= DomainMask(area.domain, area.box);
+      keep &= MaskOfRegion(area.domain, area.box);
     }
     cv::Mat edges, codes;
     if (gx.depth() == CV_32F)

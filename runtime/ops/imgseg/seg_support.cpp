@@ -2,6 +2,7 @@
 #include "ops/imgseg/seg_support.h"
 
 #include "ops/edges/edge_support.h"
+#include "ops/common/cv_wrap.h"
 #include "ops/edges/edge_thinning.h"
 
 namespace vexa {
@@ -16,7 +17,7 @@ Vresult GrayGridOf(const db::ImageData& image, GrayGrid* grid) {
     return VRESULT_OK;
   }
   grid->values = SourceFor(px, grid->box, 0, CV_64F).Roi();
-  grid->inside = DomainMask(*image.domain, grid->box);
+  grid->inside = MaskOfRegion(*image.domain, grid->box);
   return VRESULT_OK;
 }
 
