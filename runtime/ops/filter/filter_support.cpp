@@ -134,6 +134,11 @@ bool ByteToReal(PixelType in, PixelType* out) {
   return in == PixelType::kByte;
 }
 
+bool ByteToByte(PixelType in, PixelType* out) {
+  *out = PixelType::kByte;
+  return in == PixelType::kByte;
+}
+
 namespace {
 
 Vresult GuardedFilter(const ChannelFilter& filter, const cv::Mat& src, cv::Mat& dst,
@@ -273,7 +278,7 @@ Vresult ReadBorder(const OpContext& ctx, int par, Border* border) {
   return ReadReal(ctx, par, -big, big, &border->value);
 }
 
-void ConvolveRect(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect, const cv::Mat& kernel,
+cv::Mat Convolved(const cv::Mat& src, const cv::Rect& rect, const cv::Mat& kernel,
                   cv::Point origin, const Border& border) {
   // filter2D correlates: with the kernel turned by 180 degrees and its
   // anchor mirrored, it convolves. src(p - q) reaches origin.y rows up and
@@ -285,8 +290,13 @@ void ConvolveRect(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect, const 
   BorderedTile(src, rect, my, mx, border).convertTo(tile, CV_64F);
   cv::filter2D(tile, sum, CV_64F, flipped,
                cv::Point(kernel.cols - 1 - origin.x, kernel.rows - 1 - origin.y));
+  return sum(cv::Rect(mx, my, rect.width, rect.height));
+}
+
+void ConvolveRect(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect, const cv::Mat& kernel,
+                  cv::Point origin, const Border& border) {
   cv::Mat out = dst(rect);
-  sum(cv::Rect(mx, my, rect.width, rect.height)).convertTo(out, dst.type());
+  Convolved(src, rect, kernel, origin, border).convertTo(out, dst.type());
 }
 
 }  // namespace vexa

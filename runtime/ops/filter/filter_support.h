@@ -85,6 +85,8 @@ bool FilterableType(PixelType in, PixelType* out);
 bool FilterableToReal(PixelType in, PixelType* out);
 // byte only, result real.
 bool ByteToReal(PixelType in, PixelType* out);
+// byte only, result byte.
+bool ByteToByte(PixelType in, PixelType* out);
 
 // Whether a filter writes every pixel of dst(rect). Then a result with a
 // full domain is not cleared first, which saves a pass over the image.
@@ -110,10 +112,14 @@ Vresult ChainFilters(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect, int
                      int mx, const Border& border, const ChannelFilter& first,
                      const ChannelFilter& second);
 
-// dst(rect) = the true convolution of src with `kernel` (CV_64F), whose
+// The true convolution over `rect` of src with `kernel` (CV_64F), whose
 // pixel `origin` is the weight of displacement 0:
-//   dst(p) = sum over q of kernel(origin + q) src(p - q),
-// computed in double over a tile bordered by `border` and stored rounded.
+//   out(p) = sum over q of kernel(origin + q) src(p - q),
+// computed in double (CV_64F, rect's size) over a tile bordered by
+// `border`.
+cv::Mat Convolved(const cv::Mat& src, const cv::Rect& rect, const cv::Mat& kernel,
+                  cv::Point origin, const Border& border);
+// The same stored rounded into dst(rect).
 void ConvolveRect(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect, const cv::Mat& kernel,
                   cv::Point origin, const Border& border);
 
