@@ -211,6 +211,61 @@ TEST_F(ImageSegmentation, HoughFindsADrawnLinesAngleAndDistance) {
   }
 }
 
+TEST_F(ImageSegmentation, DirectionHoughVotesOnlyAlongTheGradient) {
+  // A vertical line at column 20 whose gradient points along the columns
+  // (direction 0) and a horizontal one at row 10 whose gradient points up
+  // (90 degrees, stored as 45); every other pixel has no direction.
+  const int w = 50, h = 40;
+  Vobject dir;
+  ASSERT_EQ(gen_image_const(&dir, "direction", w, h), VRESULT_OK);
+  for (int r = 0; r < h; ++r)
+    for (int c = 0; c < w; ++c) {
+      const double v = c == 20 && r >= 15 ? 0 : r == 10 && c >= 25 ? 45 : 255;
+      ASSERT_EQ(set_grayval(dir, r, c, v), VRESULT_OK);
+    }
+  Vobject trans;
+  ASSERT_EQ(hough_line_trans_dir(dir, &trans, Vlong{5}, Vlong{1}), VRESULT_OK);
+  const vexa::PixelBuffer* acc = Pixels(trans);
+  ASSERT_EQ(acc->width(), 180);
+  const int max_dist = (acc->height() - 1) / 2;
+  EXPECT_EQ(acc->Get(max_dist + 20, 0), 25);   // the vertical line's 25 pixels
+  EXPECT_EQ(acc->Get(max_dist - 10, 90), 25);  // the horizontal one's
+  double off_direction = 0;
+  for (int r = 0; r < acc->height(); ++r) off_direction += acc->Get(r, 45);
+  EXPECT_EQ(off_direction, 0);  // 45 degrees is beyond both uncertainties
+
+  Vobject image, lines;
+  VTuple angles, dists;
+  ASSERT_EQ(hough_lines_dir(dir, &image, &lines, Vlong{5}, Vlong{1}, "mean", Vlong{1}, Vlong{20},
+                            Vlong{5}, Vlong{5}, "true", &angles, &dists),
+            VRESULT_OK);
+  ASSERT_EQ(angles.Num(), 2);
+  EXPECT_NEAR(angles[0].D(), 0.0, 1e-12);
+  EXPECT_NEAR(dists[0].D(), 20.0, 1e-12);
+  EXPECT_NEAR(angles[1].D(), M_PI / 2, 1e-12);
+  EXPECT_NEAR(dists[1].D(), -10.0, 1e-12);
+  Vlong n = 0;
+  ASSERT_EQ(count_obj(lines, &n), VRESULT_OK);
+  ASSERT_EQ(n, 2);
+  Vobject first, column;
+  ASSERT_EQ(select_obj(lines, &first, Vlong{1}), VRESULT_OK);
+  ASSERT_EQ(gen_rectangle1(&column, 15.0, 20.0, 39.0, 20.0), VRESULT_OK);
+  Vlong equal = 0;
+  ASSERT_EQ(test_equal_region(first, column, &equal), VRESULT_OK);
+  EXPECT_EQ(equal, 1);
+  ASSERT_EQ(hough_lines_dir(dir, &image, &lines, Vlong{5}, Vlong{1}, "gauss", Vlong{3}, Vlong{5},
+                            Vlong{5}, Vlong{5}, "false", &angles, &dists),
+            VRESULT_OK);
+  ASSERT_EQ(count_obj(lines, &n), VRESULT_OK);
+  EXPECT_EQ(n, 0);
+  EXPECT_EQ(hough_lines_dir(dir, &image, &lines, Vlong{5}, Vlong{1}, "median", Vlong{3}, Vlong{5},
+                            Vlong{5}, Vlong{5}, "false", &angles, &dists),
+            VERR_CTRL_VALUE(2));
+  Vobject real_image;
+  ASSERT_EQ(gen_image_const(&real_image, "real", 8, 8), VRESULT_OK);
+  EXPECT_EQ(hough_line_trans_dir(real_image, &trans, Vlong{5}, Vlong{1}), VERR_PIXEL_TYPE);
+}
+
 TEST_F(ImageSegmentation, HoughCirclesFindsACircleOutline) {
   const int w = 70, h = 60;
   std::vector<uint8_t> mask(w * h, 0);

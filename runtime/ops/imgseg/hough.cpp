@@ -1,68 +1,22 @@
 // Hough transforms of regions: hough_line_trans, hough_lines,
-// select_matching_lines, hough_circle_trans and hough_circles.
-//
-// A line is given by the angle `phi` of its normal (radians, 0 <= phi <
-// pi, counter-clockwise from the column axis with rows pointing up) and
-// its signed distance `dist` from the origin: the points (row, col) with
-// col * cos(phi) - row * sin(phi) = dist. The accumulator has
-// 180 * angle_resolution columns (angles i / angle_resolution degrees)
-// and 2 D + 1 rows for distances -D..D, D the distance of the region's
-// farthest bounding-box corner from the origin, rounded up.
+// select_matching_lines, hough_circle_trans and hough_circles. Lines and
+// the accumulator are those of hough_lines.h.
 #include <algorithm>
 #include <cmath>
 #include <vector>
 
-#include "ops/imgseg/seg_support.h"
+#include "ops/imgseg/hough_lines.h"
 #include "registry.h"
 
 namespace vexa {
 namespace {
 
-constexpr Vlong kMaxAngleResolution = 4;
-// Largest accumulator, in cells: regions spread wider are refused.
-constexpr double kMaxCells = double(1 << 26);
-
-struct Accumulator {
-  int num_angles = 0;
-  int max_dist = 0;   // D
-  std::vector<double> cos_phi, sin_phi;
-  cv::Mat votes;      // CV_32S, (2 D + 1) x num_angles
-
-  double Angle(int i) const { return i * M_PI / num_angles; }
-};
-
-Vresult ReadAngleResolution(const OpContext& ctx, int par, int* res) {
-  Vlong v = 0;
-  const Vresult rc = ctx.GetLong(par, &v);
+// The accumulator of every pixel of `region` voting for every angle.
+Vresult VoteRegion(const Region& region, int resolution, LineAccumulator* acc) {
+  const Vresult rc = NewLineAccumulator(BoxOf(region), resolution, acc);
   if (rc != VRESULT_OK) return rc;
-  if (v < 1 || v > kMaxAngleResolution) return VERR_CTRL_VALUE(par);
-  *res = static_cast<int>(v);
-  return VRESULT_OK;
-}
-
-Vresult Vote(const Region& region, int resolution, Accumulator* out) {
-  Accumulator& acc = *out;
-  acc.num_angles = 180 * resolution;
-  int32_t r1 = 0, c1 = 0, r2 = 0, c2 = 0;
-  if (region.BoundingBox(&r1, &c1, &r2, &c2)) {
-    const double far_r = std::max(std::abs(r1), std::abs(r2));
-    const double far_c = std::max(std::abs(c1), std::abs(c2));
-    const double d = std::ceil(std::hypot(far_r, far_c));
-    if ((2 * d + 1) * acc.num_angles > kMaxCells) return VERR_TOO_LARGE;
-    acc.max_dist = static_cast<int>(d);
-  }
-  for (int i = 0; i < acc.num_angles; ++i) {
-    acc.cos_phi.push_back(std::cos(acc.Angle(i)));
-    acc.sin_phi.push_back(std::sin(acc.Angle(i)));
-  }
-  acc.votes = cv::Mat::zeros(2 * acc.max_dist + 1, acc.num_angles, CV_32S);
   for (const Chord& ch : region.chords())
-    for (int32_t c = ch.cb; c <= ch.ce; ++c)
-      for (int i = 0; i < acc.num_angles; ++i) {
-        const long d = std::lround(c * acc.cos_phi[static_cast<size_t>(i)] -
-                                   ch.r * acc.sin_phi[static_cast<size_t>(i)]);
-        ++acc.votes.at<int32_t>(static_cast<int>(d) + acc.max_dist, i);
-      }
+    for (int32_t c = ch.cb; c <= ch.ce; ++c) VoteLine(ch.r, c, 0, acc->num_angles - 1, acc);
   return VRESULT_OK;
 }
 
@@ -124,19 +78,6 @@ cv::Mat CircleVotes(const Region& region, const std::vector<cv::Point>& ring, co
   return votes;
 }
 
-// A new int4 image holding `votes`, added to `out`.
-Vresult VoteImage(const cv::Mat& votes, NewKeys* out) {
-  Vkey key = VKEY_UNDEF;
-  Vresult rc = db::NewBlankImage(PixelType::kInt4, votes.cols, votes.rows, 1, nullptr, &key);
-  if (rc != VRESULT_OK) return rc;
-  out->Add(key);
-  PixelBuffer* px = nullptr;
-  rc = db::WritableChannel(key, 0, &px);
-  if (rc != VRESULT_OK) return rc;
-  votes.copyTo(CvHeaderOf(px));
-  return VRESULT_OK;
-}
-
 }  // namespace
 
 VEXA_OPERATOR(hough_line_trans) {
@@ -144,18 +85,15 @@ VEXA_OPERATOR(hough_line_trans) {
   RegionPtr region;
   Vresult rc = ReadAngleResolution(ctx, 0, &resolution);
   if (rc == VRESULT_OK) rc = InpRegionSingle(ctx, &region);
-  Accumulator acc;
-  if (rc == VRESULT_OK) rc = Vote(*region, resolution, &acc);
+  LineAccumulator acc;
+  if (rc == VRESULT_OK) rc = VoteRegion(*region, resolution, &acc);
   if (rc != VRESULT_OK) return rc;
   NewKeys out;
   rc = VoteImage(acc.votes, &out);
   return rc == VRESULT_OK ? out.HandOver(ctx, 1) : rc;
 }
 
-// hough_lines: the lines with at least `threshold` votes that are the
-// strongest within angle_gap accumulator columns and dist_gap rows of
-// every stronger line found, strongest first (equal votes: smaller angle,
-// then smaller distance, first).
+// hough_lines: the lines with at least `threshold` votes (StrongestLines).
 VEXA_OPERATOR(hough_lines) {
   int resolution = 0;
   Vlong threshold = 0, angle_gap = 0, dist_gap = 0;
@@ -169,36 +107,12 @@ VEXA_OPERATOR(hough_lines) {
   if (angle_gap < 0) return VERR_CTRL_VALUE(2);
   if (dist_gap < 0) return VERR_CTRL_VALUE(3);
   rc = InpRegionSingle(ctx, &region);
-  Accumulator acc;
-  if (rc == VRESULT_OK) rc = Vote(*region, resolution, &acc);
+  LineAccumulator acc;
+  if (rc == VRESULT_OK) rc = VoteRegion(*region, resolution, &acc);
   if (rc != VRESULT_OK) return rc;
-  struct Peak {
-    int votes, angle, row;
-  };
-  std::vector<Peak> candidates;
-  for (int r = 0; r < acc.votes.rows; ++r)
-    for (int i = 0; i < acc.votes.cols; ++i)
-      if (acc.votes.at<int32_t>(r, i) >= threshold)
-        candidates.push_back({acc.votes.at<int32_t>(r, i), i, r});
-  std::stable_sort(candidates.begin(), candidates.end(), [](const Peak& a, const Peak& b) {
-    return a.votes != b.votes ? a.votes > b.votes
-                              : a.angle != b.angle ? a.angle < b.angle : a.row < b.row;
-  });
-  std::vector<Peak> lines;
-  for (const Peak& p : candidates) {
-    const bool near = std::any_of(lines.begin(), lines.end(), [&](const Peak& q) {
-      return std::abs(p.angle - q.angle) <= angle_gap && std::abs(p.row - q.row) <= dist_gap;
-    });
-    if (!near) lines.push_back(p);
-  }
-  std::vector<double> angles, dists;
-  for (const Peak& p : lines) {
-    angles.push_back(acc.Angle(p.angle));
-    dists.push_back(p.row - acc.max_dist);
-  }
-  rc = ctx.SetOutpDoubles(0, angles);
-  if (rc == VRESULT_OK) rc = ctx.SetOutpDoubles(1, dists);
-  return rc;
+  cv::Mat votes;
+  acc.votes.convertTo(votes, CV_64F);
+  return OutpLines(ctx, acc, StrongestLines(votes, acc, static_cast<double>(threshold), angle_gap, dist_gap), 0);
 }
 
 // select_matching_lines: the points of the region within line_width / 2
@@ -258,7 +172,7 @@ VEXA_OPERATOR(hough_circles) {
   const cv::Rect box = BoxOf(*region);
   if (!box.empty()) {
     const cv::Rect area(box.x - rad, box.y - rad, box.width + 2 * rad, box.height + 2 * rad);
-    if (double(area.width) * area.height > kMaxCells) return VERR_TOO_LARGE;
+    if (double(area.width) * area.height > kMaxHoughCells) return VERR_TOO_LARGE;
     const cv::Mat votes = CircleVotes(*region, ring, area);
     const double needed = percent / 100.0 * static_cast<double>(ring.size());
     struct Centre {
@@ -302,7 +216,7 @@ VEXA_OPERATOR(hough_circle_trans) {
   cv::Rect area(0, 0, 1, 1);
   if (region->BoundingBox(&r1, &c1, &r2, &c2)) {
     const double width = std::max(1.0, double(c2) + rad + 1), height = std::max(1.0, double(r2) + rad + 1);
-    if (width * height > kMaxCells) return VERR_TOO_LARGE;
+    if (width * height > kMaxHoughCells) return VERR_TOO_LARGE;
     area = cv::Rect(0, 0, static_cast<int>(width), static_cast<int>(height));
   }
   NewKeys out;
