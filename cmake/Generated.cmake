@@ -64,6 +64,7 @@ set(VEXA_GEN_OUTPUTS
     ${VEXA_GEN_METHOD_OUTPUTS}
     ${VEXA_GEN_DIR}/include/vexaobj/VProcedural.h
     ${VEXA_GEN_DIR}/runtime/op_table.cpp
+    ${VEXA_GEN_DIR}/runtime/op_info.cpp
     ${VEXA_GEN_DIR}/tests/signatures_test.cpp
     ${VEXA_GEN_DIR}/tests/sweep_calls.inc
     ${VEXA_GEN_DIR}/tests/sweep_params.inc

@@ -5,6 +5,8 @@
   vexaobj/procedural_<k>.cpp      their definitions, in shards that compile
                                   in parallel
   runtime/op_table.cpp            the runtime's operator table
+  runtime/op_info.cpp             every operator's line of meaning and the
+                                  chapter of the documentation that has it
   tests/signatures_test.cpp       takes the address of every overload with
                                   the signature the catalogue prescribes
   tests/sweep_calls.inc           one call of every operator with empty
@@ -158,6 +160,16 @@ def op_table(ops):
     return "".join(out)
 
 
+def op_info(ops, meanings, chapters):
+    out = [HEADER_NOTE, '#include "op_table.h"\n\nnamespace vexa {\n\n',
+           "const OpInfo kOperatorInfo[kOperatorCount] = {\n"]
+    for op in ops:
+        out.append("  {%s, %s},\n" % (c_string(meanings.get(op.name, "")),
+                                        c_string(chapters.get(op.name, ""))))
+    out.append("};\n\n}  // namespace vexa\n")
+    return "".join(out)
+
+
 # ----------------------------------------------------------- signature test
 
 
@@ -255,6 +267,9 @@ def main():
                                              meanings)
         write("docs/operators.md", text)
         write("docs/coverage.txt", coverage)
+        chapters = {name: chapter
+                    for name, (_, chapter) in reference.documented_lines(args.docs).items()}
+        write("runtime/op_info.cpp", op_info(ops, meanings, chapters))
     try:
         available = tool_classes.write_tools(args.decl, ops, class_methods.read_available(args.decl),
                                              args.tool_shards, write)

@@ -34,18 +34,27 @@ def implemented_operators(ops_dir):
 
 
 def documented_meanings(docs_dir):
-    meanings = {}
+    return {name: text for name, (text, _) in documented_lines(docs_dir).items()}
+
+
+def documented_lines(docs_dir):
+    """{name: (meaning, chapter)} of the documentation lines, the chapter
+    being the title of the file that documents the operator."""
+    lines = {}
     for f in sorted(os.listdir(docs_dir)):
         if not f.endswith(".md"):
             continue
+        chapter = ""
         with open(os.path.join(docs_dir, f)) as doc:
             for line in doc:
+                if not chapter and line.startswith("# "):
+                    chapter = line[2:].strip()
                 m = _DOC_LINE.match(line.rstrip())
                 if m:
                     text = m.group(2).split(" | ")[0]
                     for name in _NAME.findall(m.group(1)):
-                        meanings.setdefault(name, text)
-    return meanings
+                        lines.setdefault(name, (text, chapter))
+    return lines
 
 
 class MeaningError(Exception):

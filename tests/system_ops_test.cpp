@@ -242,4 +242,55 @@ TEST_F(SystemOps, ObjectsInFiles) {
   EXPECT_EQ(write_object(both, ""), VERR_CTRL_VALUE(0));
 }
 
+TEST_F(SystemOps, WhatTheDocumentationSaysOfOperators) {
+  VTuple info;
+  ASSERT_EQ(get_operator_info("file_exists", "chapter", &info), VRESULT_OK);
+  EXPECT_STREQ(info[0].S(), "System operators");
+  ASSERT_EQ(get_operator_info("threshold", "implemented", &info), VRESULT_OK);
+  EXPECT_STREQ(info[0].S(), "true");
+  ASSERT_EQ(get_operator_info("train_class_mlp", "implemented", &info), VRESULT_OK);
+  EXPECT_STREQ(info[0].S(), "false");
+  VTuple brief, abstract;
+  ASSERT_EQ(get_operator_info("wiener_filter", "short", &brief), VRESULT_OK);
+  ASSERT_EQ(get_operator_info("wiener_filter", "abstract", &abstract), VRESULT_OK);
+  const std::string whole = abstract[0].S(), first = brief[0].S();
+  EXPECT_FALSE(first.empty());
+  EXPECT_EQ(whole.compare(0, first.size(), first), 0);
+  EXPECT_LT(first.size(), whole.size());
+  EXPECT_EQ(get_operator_info("no_such_operator", "short", &info), VERR_OP_NAME);
+  EXPECT_EQ(get_operator_info("threshold", "colour", &info), VERR_CTRL_VALUE(1));
+  ASSERT_EQ(query_operator_info(&info), VRESULT_OK);
+  EXPECT_EQ(info.Num(), 4);
+
+  const struct {
+    const char *op, *param, *slot, *answer;
+  } params[] = {
+      {"threshold", "image", "parameter_class", "input_object"},
+      {"threshold", "image", "type", "image"},
+      {"threshold", "image", "multivalue", "true"},
+      {"threshold", "min_gray", "type", "real"},
+      {"threshold", "min_gray", "parameter_class", "input_control"},
+      {"close_file", "file_handle", "tool_class", "VFile"},
+      {"threshold", "region", "parameter_class", "output_object"},
+  };
+  for (const auto& p : params) {
+    ASSERT_EQ(get_param_info(p.op, p.param, p.slot, &info), VRESULT_OK) << p.param;
+    EXPECT_STREQ(info[0].S(), p.answer) << p.op << " " << p.param << " " << p.slot;
+  }
+  EXPECT_EQ(get_param_info("threshold", "nothing", "type", &info), VERR_CTRL_VALUE(1));
+
+  VTuple found;
+  ASSERT_EQ(search_operator("WIENER", &found), VRESULT_OK);
+  ASSERT_EQ(found.Num(), 2);
+  EXPECT_STREQ(found[0].S(), "wiener_filter_ni");
+  VTuple chapters, members;
+  ASSERT_EQ(get_chapter_info("", &chapters), VRESULT_OK);
+  EXPECT_GT(chapters.Num(), 10);
+  ASSERT_EQ(get_chapter_info("System operators", &members), VRESULT_OK);
+  bool listed = false;
+  for (Vlong i = 0; i < members.Num(); ++i) listed |= std::string(members[i].S()) == "list_files";
+  EXPECT_TRUE(listed);
+  EXPECT_EQ(get_chapter_info("No such chapter", &members), VERR_CTRL_VALUE(0));
+}
+
 }  // namespace

@@ -31,6 +31,15 @@ struct OpDecl {
 constexpr int32_t kOperatorCount = 2075;
 extern const OpDecl kOperatorTable[kOperatorCount];
 
+// What the documentation says of an operator: its line of meaning and the
+// title of the chapter that documents it ("" where only the declaration
+// table's list of meanings has it), generated (generated/runtime/op_info.cpp).
+struct OpInfo {
+  const char* meaning;
+  const char* chapter;
+};
+extern const OpInfo kOperatorInfo[kOperatorCount];
+
 // Index of the operator called `name`, or -1.
 int32_t FindOperatorIndex(const char* name);
 

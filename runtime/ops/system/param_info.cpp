@@ -8,20 +8,10 @@
 
 #include "op_context.h"
 #include "op_table.h"
+#include "ops/system/named_operator.h"
 #include "registry.h"
 
 namespace {
-
-// The operator named by control input 0.
-Vresult NamedOperator(const vexa::OpContext& ctx, const vexa::OpDecl** decl) {
-  const char* name = nullptr;
-  Vresult rc = ctx.GetString(0, &name);
-  if (rc != VRESULT_OK) return rc;
-  const int32_t op = vexa::FindOperatorIndex(name);
-  if (op < 0) return VERR_OP_NAME;
-  *decl = &vexa::kOperatorTable[op];
-  return VRESULT_OK;
-}
 
 std::vector<std::string> ParamNames(const vexa::OpDecl& decl, int direction) {
   std::vector<std::string> names;
@@ -30,20 +20,10 @@ std::vector<std::string> ParamNames(const vexa::OpDecl& decl, int direction) {
   return names;
 }
 
-// The type of a control parameter as a word.
-const char* TypeWord(char type) {
-  switch (type) {
-    case 'l': return "integer";
-    case 'd': return "real";
-    case 's': return "string";
-    default: return "any";
-  }
-}
-
 std::vector<std::string> ParamTypes(const vexa::OpDecl& decl, int direction) {
   std::vector<std::string> types;
   for (int i = 0; i < decl.num[direction]; ++i)
-    types.emplace_back(TypeWord(decl.param(direction, i)->type));
+    types.emplace_back(vexa::ControlTypeWord(decl.param(direction, i)->type));
   return types;
 }
 
@@ -58,7 +38,7 @@ const char kProcedureClass[] = "operator";
 // the procedure class.
 VEXA_OPERATOR(get_param_num) {
   const vexa::OpDecl* decl = nullptr;
-  Vresult rc = NamedOperator(ctx, &decl);
+  Vresult rc = vexa::NamedOperator(ctx, 0, &decl);
   if (rc != VRESULT_OK) return rc;
   rc = ctx.SetOutpString(0, decl->name);
   for (int d = vexa::kInpObj; rc == VRESULT_OK && d <= vexa::kOutpCtrl; ++d)
@@ -70,7 +50,7 @@ VEXA_OPERATOR(get_param_num) {
 // Outputs: the names of the parameters of each direction, one tuple each.
 VEXA_OPERATOR(get_param_names) {
   const vexa::OpDecl* decl = nullptr;
-  Vresult rc = NamedOperator(ctx, &decl);
+  Vresult rc = vexa::NamedOperator(ctx, 0, &decl);
   for (int d = vexa::kInpObj; rc == VRESULT_OK && d <= vexa::kOutpCtrl; ++d)
     rc = ctx.SetOutpStrings(d, ParamNames(*decl, d));
   return rc;
@@ -79,7 +59,7 @@ VEXA_OPERATOR(get_param_names) {
 // Outputs: the types of the input and of the output control parameters.
 VEXA_OPERATOR(get_param_types) {
   const vexa::OpDecl* decl = nullptr;
-  Vresult rc = NamedOperator(ctx, &decl);
+  Vresult rc = vexa::NamedOperator(ctx, 0, &decl);
   if (rc == VRESULT_OK) rc = ctx.SetOutpStrings(0, ParamTypes(*decl, vexa::kInpCtrl));
   if (rc == VRESULT_OK) rc = ctx.SetOutpStrings(1, ParamTypes(*decl, vexa::kOutpCtrl));
   return rc;
