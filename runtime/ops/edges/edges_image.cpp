@@ -23,12 +23,11 @@
 // types filtered in float, on OpenCV's stage itself otherwise.
 #include <algorithm>
 #include <cmath>
-#include <cstring>
-#include <string>
 
 #include <opencv2/imgproc.hpp>
 
 #include "ops/common/cv_wrap.h"
+#include "ops/edges/edge_filters.h"
 #include "ops/edges/edge_thinning.h"
 #include "ops/edges/gauss_masks.h"
 #include "ops/edges/gradient.h"
@@ -37,75 +36,6 @@
 
 namespace vexa {
 namespace {
-
-enum class Nms { kNms, kInterpolated, kHorizontalVertical, kNone };
-
-struct EdgeFilter {
-  double sigma = 0;  // 0: 3x3 Sobel
-  bool max_norm = false;
-};
-
-Vresult ReadFilter(const OpContext& ctx, EdgeFilter* filter) {
-  const char* name = nullptr;
-  double alpha;
-  Vresult rc = ctx.GetString(0, &name);
-  if (rc == VRESULT_OK) rc = ctx.GetDouble(1, &alpha);
-  if (rc != VRESULT_OK) return rc;
-  const std::string f = name;
-  filter->max_norm = f == "mshen" || f == "mderiche1" || f == "mderiche2";
-  if (f == "sobel_fast") return VRESULT_OK;
-  if (!std::isfinite(alpha) || alpha <= 0) return VERR_CTRL_VALUE(1);
-  if (f == "canny") {
-    filter->sigma = alpha;
-  } else if (f == "deriche1" || f == "deriche2" || f == "lanser1" || f == "lanser2" ||
-             f == "mderiche1" || f == "mderiche2") {
-    filter->sigma = std::sqrt(M_PI) / alpha;
-  } else if (f == "shen" || f == "mshen") {
-    if (alpha >= 1) return VERR_CTRL_VALUE(1);
-    filter->sigma = std::sqrt(2.0) / -std::log(1.0 - alpha);
-  } else {
-    return VERR_CTRL_VALUE(0);
-  }
-  return filter->sigma <= kMaxSigma ? VRESULT_OK : VERR_CTRL_VALUE(1);
-}
-
-Vresult ReadNms(const OpContext& ctx, Nms* nms) {
-  const char* name = nullptr;
-  const Vresult rc = ctx.GetString(2, &name);
-  if (rc != VRESULT_OK) return rc;
-  if (std::strcmp(name, "nms") == 0) *nms = Nms::kNms;
-  else if (std::strcmp(name, "inms") == 0) *nms = Nms::kInterpolated;
-  else if (std::strcmp(name, "hvnms") == 0) *nms = Nms::kHorizontalVertical;
-  else if (std::strcmp(name, "none") == 0) *nms = Nms::kNone;
-  else return VERR_CTRL_VALUE(2);
-  return VRESULT_OK;
-}
-
-cv::Mat Thinned(const cv::Mat& amp, const cv::Mat& gx, const cv::Mat& gy, Nms nms) {
-  switch (nms) {
-    case Nms::kNms:
-      return SuppressNonMaxima(amp, [&](int r, int c, int* dr, int* dc) {
-        GradientStep(gx.at<double>(r, c), gy.at<double>(r, c), dr, dc);
-      });
-    case Nms::kHorizontalVertical:
-      return SuppressNonMaxima(amp, [&](int r, int c, int* dr, int* dc) {
-        const double x = std::fabs(gx.at<double>(r, c)), y = std::fabs(gy.at<double>(r, c));
-        *dr = y > x ? 1 : 0;
-        *dc = x >= y && x > 0 ? 1 : 0;
-      });
-    case Nms::kInterpolated: {
-      cv::Mat angle(amp.size(), CV_64F);
-      for (int r = 0; r < amp.rows; ++r)
-        for (int c = 0; c < amp.cols; ++c) {
-          const double x = gx.at<double>(r, c), y = gy.at<double>(r, c);
-          angle.at<double>(r, c) = x == 0 && y == 0 ? NAN : std::atan2(-y, x);
-        }
-      return SuppressInterpolated(amp, angle);
-    }
-    case Nms::kNone: break;
-  }
-  return amp;
-}
 
 // "nms" and hysteresis by OpenCV's Canny stage, which takes 16-bit
 // derivatives: the derivatives are scaled so that the largest fills about
@@ -125,27 +55,6 @@ bool TrackByOpenCv(const cv::Mat& gx, const cv::Mat& gy, const cv::Rect& inner, 
   cv::Canny(dx, dy, edges, low * scale, high * scale, true);
   *keep = edges(inner).clone();
   return true;
-}
-
-// The amplitude (0 off the edges) and the direction code (255 off the
-// edges) at the kept pixels, from the derivatives of element type S.
-template <class S>
-void EdgeValues(const cv::Mat& gx, const cv::Mat& gy, const cv::Mat& keep, bool max_norm,
-                cv::Mat* amp, cv::Mat* codes) {
-  *amp = cv::Mat::zeros(keep.size(), gx.type());
-  *codes = cv::Mat(keep.size(), CV_8U, cv::Scalar(255));
-  for (int r = 0; r < keep.rows; ++r) {
-    const uint8_t* k = keep.ptr<uint8_t>(r);
-    const S* x = gx.ptr<S>(r);
-    const S* y = gy.ptr<S>(r);
-    S* a = amp->ptr<S>(r);
-    uint8_t* code = codes->ptr<uint8_t>(r);
-    for (int c = 0; c < keep.cols; ++c) {
-      if (!k[c]) continue;
-      a[c] = max_norm ? std::max(std::abs(x[c]), std::abs(y[c])) : std::sqrt(x[c] * x[c] + y[c] * y[c]);
-      code[c] = static_cast<uint8_t>(DirectionCode(x[c], y[c]));
-    }
-  }
 }
 
 }  // namespace
