@@ -3,24 +3,14 @@
 #include <cmath>
 #include <random>
 
-#include "vexa/errors.h"
-#include "xld_test_support.h"
+#include "geometry_test_support.h"
 
 namespace {
 
 using namespace Vexa;
-using xld_test::Tuple;
-using xld_test::Values;
+using namespace geometry_test;
 
-class GeometryContours : public xld_test::XldTest {};
-
-constexpr double kPi = 3.141592653589793;
-
-Vobject Contour(const std::vector<double>& rows, const std::vector<double>& cols) {
-  Vobject x;
-  EXPECT_EQ(gen_contour_polygon_xld(&x, Tuple(rows), Tuple(cols)), VRESULT_OK);
-  return x;
-}
+class GeometryContours : public GeometryTest {};
 
 // Rows and columns 0..10, closed.
 Vobject Square() { return Contour({0, 0, 10, 10, 0}, {0, 10, 10, 0, 0}); }

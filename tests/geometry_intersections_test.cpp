@@ -5,18 +5,14 @@
 #include <cmath>
 #include <random>
 
-#include "vexa/errors.h"
-#include "xld_test_support.h"
+#include "geometry_test_support.h"
 
 namespace {
 
 using namespace Vexa;
-using xld_test::Tuple;
-using xld_test::Values;
+using namespace geometry_test;
 
-class GeometryIntersections : public xld_test::XldTest {};
-
-constexpr double kPi = 3.141592653589793;
+class GeometryIntersections : public GeometryTest {};
 
 struct Hits {
   std::vector<double> rows, cols;

@@ -2,16 +2,14 @@
 // split into passing and failing lines, and the longest lines.
 #include <cmath>
 
-#include "vexa/errors.h"
-#include "xld_test_support.h"
+#include "geometry_test_support.h"
 
 namespace {
 
 using namespace Vexa;
-using xld_test::Tuple;
-using xld_test::Values;
+using namespace geometry_test;
 
-class GeometryLineLists : public xld_test::XldTest {};
+class GeometryLineLists : public GeometryTest {};
 
 
 // Four lines: horizontal of length 10, vertical of length 4, diagonal of

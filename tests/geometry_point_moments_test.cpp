@@ -5,24 +5,14 @@
 #include <cmath>
 #include <random>
 
-#include "vexa/errors.h"
-#include "xld_test_support.h"
+#include "geometry_test_support.h"
 
 namespace {
 
 using namespace Vexa;
-using xld_test::Tuple;
-using xld_test::Values;
+using namespace geometry_test;
 
-class GeometryPointMoments : public xld_test::XldTest {};
-
-constexpr double kPi = 3.141592653589793;
-
-Vobject Contour(const std::vector<double>& rows, const std::vector<double>& cols) {
-  Vobject x;
-  EXPECT_EQ(gen_contour_polygon_xld(&x, Tuple(rows), Tuple(cols)), VRESULT_OK);
-  return x;
-}
+class GeometryPointMoments : public GeometryTest {};
 
 TEST_F(GeometryPointMoments, SecondMomentsAndEllipseOfRandomPoints) {
   std::mt19937 random(4);

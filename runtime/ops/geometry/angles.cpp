@@ -9,24 +9,29 @@
 
 namespace vexa {
 namespace geo {
+namespace {
+
+// Calls fn(a, b, values) for the line from a to b of inputs 0..3 of every
+// element and writes the values as PerElement does.
+template <class Fn>
+Vresult PerLine(OpContext& ctx, size_t outputs, Fn&& fn) {
+  ElementInputs in;
+  const Vresult rc = in.ReadFirst(ctx, 4, {0});
+  if (rc != VRESULT_OK) return rc;
+  return PerElement(ctx, in, outputs, [&](size_t i, double* out) { fn(in.Point(0, i), in.Point(2, i), out); });
+}
+
+}  // namespace
 
 // Direction of the line from the first to the second point, in (-pi, pi].
 VEXA_OPERATOR(angle_lx) {
-  ElementInputs in;
-  Vresult rc = in.Read(ctx, {0, 1, 2, 3});
-  if (rc == VRESULT_OK) rc = in.RequireDistinctPoints(0, 2);
-  if (rc != VRESULT_OK) return rc;
-  return PerElement(ctx, in, 1, [&](size_t i, double* out) {
-    out[0] = DirectionAngle(in.Point(2, i) - in.Point(0, i));
-  });
+  return PerLine(ctx, 1, [](const Pt& a, const Pt& b, double* out) { out[0] = DirectionAngle(b - a); });
 }
 
 // The turn from line a's direction to line b's, in (-pi, pi].
 VEXA_OPERATOR(angle_ll) {
   ElementInputs in;
-  Vresult rc = in.Read(ctx, {0, 1, 2, 3, 4, 5, 6, 7});
-  if (rc == VRESULT_OK) rc = in.RequireDistinctPoints(0, 2);
-  if (rc == VRESULT_OK) rc = in.RequireDistinctPoints(4, 6);
+  const Vresult rc = in.ReadFirst(ctx, 8, {0, 4});
   if (rc != VRESULT_OK) return rc;
   return PerElement(ctx, in, 1, [&](size_t i, double* out) {
     const double a = DirectionAngle(in.Point(2, i) - in.Point(0, i));
@@ -37,23 +42,14 @@ VEXA_OPERATOR(angle_ll) {
 
 // Orientation of the undirected line, in (-pi/2, pi/2].
 VEXA_OPERATOR(line_orientation) {
-  ElementInputs in;
-  Vresult rc = in.Read(ctx, {0, 1, 2, 3});
-  if (rc == VRESULT_OK) rc = in.RequireDistinctPoints(0, 2);
-  if (rc != VRESULT_OK) return rc;
-  return PerElement(ctx, in, 1, [&](size_t i, double* out) {
-    out[0] = Orientation(DirectionAngle(in.Point(2, i) - in.Point(0, i)));
+  return PerLine(ctx, 1, [](const Pt& a, const Pt& b, double* out) {
+    out[0] = Orientation(DirectionAngle(b - a));
   });
 }
 
 // Centre, length and orientation (as line_orientation) of each segment.
 VEXA_OPERATOR(line_position) {
-  ElementInputs in;
-  Vresult rc = in.Read(ctx, {0, 1, 2, 3});
-  if (rc == VRESULT_OK) rc = in.RequireDistinctPoints(0, 2);
-  if (rc != VRESULT_OK) return rc;
-  return PerElement(ctx, in, 4, [&](size_t i, double* out) {
-    const Pt a = in.Point(0, i), b = in.Point(2, i);
+  return PerLine(ctx, 4, [](const Pt& a, const Pt& b, double* out) {
     const Pt centre = Along(a, b, 0.5);
     out[0] = centre.r;
     out[1] = centre.c;
@@ -65,8 +61,7 @@ VEXA_OPERATOR(line_position) {
 // Foot of the perpendicular from the point onto the line.
 VEXA_OPERATOR(projection_pl) {
   ElementInputs in;
-  Vresult rc = in.Read(ctx, {0, 1, 2, 3, 4, 5});
-  if (rc == VRESULT_OK) rc = in.RequireDistinctPoints(2, 4);
+  const Vresult rc = in.ReadFirst(ctx, 6, {2});
   if (rc != VRESULT_OK) return rc;
   return PerElement(ctx, in, 2, [&](size_t i, double* out) {
     const Pt a = in.Point(2, i), b = in.Point(4, i);
@@ -82,7 +77,7 @@ VEXA_OPERATOR(projection_pl) {
 // samples.
 VEXA_OPERATOR(get_points_ellipse) {
   ElementInputs in;
-  Vresult rc = in.Read(ctx, {0, 1, 2, 3, 4, 5});
+  Vresult rc = in.ReadFirst(ctx, 6);
   if (rc == VRESULT_OK) rc = in.RequirePositive(4, 4, true);
   if (rc == VRESULT_OK) rc = in.RequirePositive(5, 5, true);
   if (rc != VRESULT_OK) return rc;

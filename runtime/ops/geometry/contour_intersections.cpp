@@ -20,7 +20,7 @@ Vresult ContourAndStraight(OpContext& ctx, bool line) {
   std::vector<Pt> chain;
   ElementInputs in;
   Vresult rc = InpContourPoints(ctx, 1, &chain);
-  if (rc == VRESULT_OK) rc = in.Read(ctx, {0, 1, 2, 3});
+  if (rc == VRESULT_OK) rc = in.ReadFirst(ctx, 4);
   if (rc == VRESULT_OK && line) rc = in.RequireDistinctPoints(0, 2);
   if (rc != VRESULT_OK) return rc;
   std::vector<Meeting> meetings(in.size());

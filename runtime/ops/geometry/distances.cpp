@@ -20,7 +20,7 @@ double SignedLineDistance(const Pt& p, const Pt& a, const Pt& b) {
 
 VEXA_OPERATOR(distance_pp) {
   ElementInputs in;
-  const Vresult rc = in.Read(ctx, {0, 1, 2, 3});
+  const Vresult rc = in.ReadFirst(ctx, 4);
   if (rc != VRESULT_OK) return rc;
   return PerElement(ctx, in, 1, [&](size_t i, double* out) {
     out[0] = Distance(in.Point(0, i), in.Point(2, i));
@@ -29,8 +29,7 @@ VEXA_OPERATOR(distance_pp) {
 
 VEXA_OPERATOR(distance_pl) {
   ElementInputs in;
-  Vresult rc = in.Read(ctx, {0, 1, 2, 3, 4, 5});
-  if (rc == VRESULT_OK) rc = in.RequireDistinctPoints(2, 4);
+  const Vresult rc = in.ReadFirst(ctx, 6, {2});
   if (rc != VRESULT_OK) return rc;
   return PerElement(ctx, in, 1, [&](size_t i, double* out) {
     out[0] = LineDistance(in.Point(0, i), in.Point(2, i), in.Point(4, i));
@@ -40,7 +39,7 @@ VEXA_OPERATOR(distance_pl) {
 // Least and largest distance from the point to the points of the segment.
 VEXA_OPERATOR(distance_ps) {
   ElementInputs in;
-  const Vresult rc = in.Read(ctx, {0, 1, 2, 3, 4, 5});
+  const Vresult rc = in.ReadFirst(ctx, 6);
   if (rc != VRESULT_OK) return rc;
   return PerElement(ctx, in, 2, [&](size_t i, double* out) {
     const Pt p = in.Point(0, i), a = in.Point(2, i), b = in.Point(4, i);
@@ -53,8 +52,7 @@ VEXA_OPERATOR(distance_ps) {
 // the farther end's distance where the segment crosses or touches it.
 VEXA_OPERATOR(distance_sl) {
   ElementInputs in;
-  Vresult rc = in.Read(ctx, {0, 1, 2, 3, 4, 5, 6, 7});
-  if (rc == VRESULT_OK) rc = in.RequireDistinctPoints(4, 6);
+  const Vresult rc = in.ReadFirst(ctx, 8, {4});
   if (rc != VRESULT_OK) return rc;
   return PerElement(ctx, in, 2, [&](size_t i, double* out) {
     const Pt l1 = in.Point(4, i), l2 = in.Point(6, i);
@@ -69,7 +67,7 @@ VEXA_OPERATOR(distance_sl) {
 // largest distance of a point of either to the other, reached at an end.
 VEXA_OPERATOR(distance_ss) {
   ElementInputs in;
-  const Vresult rc = in.Read(ctx, {0, 1, 2, 3, 4, 5, 6, 7});
+  const Vresult rc = in.ReadFirst(ctx, 8);
   if (rc != VRESULT_OK) return rc;
   return PerElement(ctx, in, 2, [&](size_t i, double* out) {
     const Pt a1 = in.Point(0, i), a2 = in.Point(2, i), b1 = in.Point(4, i), b2 = in.Point(6, i);

@@ -11,8 +11,8 @@ Vresult ElementInputs::Fit(int par, size_t length) const {
   return length == n_ || length == 1 ? VRESULT_OK : VERR_CTRL_NUM(par);
 }
 
-Vresult ElementInputs::Read(const OpContext& ctx, std::initializer_list<int> reals,
-                            std::initializer_list<int> orders) {
+Vresult ElementInputs::Read(const OpContext& ctx, const std::vector<int>& reals,
+                            const std::vector<int>& orders) {
   reals_.assign(reals.size(), {});
   orders_.assign(orders.size(), {});
   n_ = 0;
@@ -49,6 +49,15 @@ Vresult ElementInputs::Read(const OpContext& ctx, std::initializer_list<int> rea
     if (rc != VRESULT_OK) return rc;
   }
   return VRESULT_OK;
+}
+
+Vresult ElementInputs::ReadFirst(const OpContext& ctx, int count, std::initializer_list<size_t> lines) {
+  std::vector<int> pars(static_cast<size_t>(count));
+  for (int k = 0; k < count; ++k) pars[static_cast<size_t>(k)] = k;
+  Vresult rc = Read(ctx, pars);
+  for (auto k = lines.begin(); rc == VRESULT_OK && k != lines.end(); ++k)
+    rc = RequireDistinctPoints(*k, static_cast<int>(*k) + 2);
+  return rc;
 }
 
 Vresult ElementInputs::RequireDistinctPoints(size_t k, int par) const {

@@ -26,8 +26,13 @@ class ElementInputs {
  public:
   // Reads the reals of `reals` (integers are converted) and the point
   // orders of `orders` ("positive" or "negative", else VERR_CTRL_VALUE).
-  Vresult Read(const OpContext& ctx, std::initializer_list<int> reals,
-               std::initializer_list<int> orders = {});
+  Vresult Read(const OpContext& ctx, const std::vector<int>& reals,
+               const std::vector<int>& orders = {});
+
+  // Reads the reals of parameters 0 .. count - 1 and requires, for each
+  // k of `lines`, the line of inputs k .. k + 3 to have two distinct
+  // points (see RequireDistinctPoints).
+  Vresult ReadFirst(const OpContext& ctx, int count, std::initializer_list<size_t> lines = {});
 
   size_t size() const { return n_; }
   // Real input k (counted in the order given to Read) of element i.

@@ -12,7 +12,7 @@ namespace {
 // element; `a_line`, `b_line` make them infinite lines.
 Vresult MeetStraights(OpContext& ctx, bool a_line, bool b_line, std::vector<Meeting>* out) {
   ElementInputs in;
-  Vresult rc = in.Read(ctx, {0, 1, 2, 3, 4, 5, 6, 7});
+  Vresult rc = in.ReadFirst(ctx, 8);
   if (rc == VRESULT_OK && a_line) rc = in.RequireDistinctPoints(0, 2);
   if (rc == VRESULT_OK && b_line) rc = in.RequireDistinctPoints(4, 6);
   for (size_t i = 0; rc == VRESULT_OK && i < in.size(); ++i)

@@ -54,7 +54,7 @@ Vresult Partition(OpContext& ctx, LineList* lines, std::vector<size_t>* pass,
   std::vector<const char*> names;
   const char* operation = nullptr;
   std::vector<double> lo, hi;
-  Vresult rc = lines->in.Read(ctx, {0, 1, 2, 3});
+  Vresult rc = lines->in.ReadFirst(ctx, 4);
   if (rc == VRESULT_OK) rc = ctx.GetStrings(4, names);
   if (rc == VRESULT_OK) rc = ctx.GetString(5, &operation);
   if (rc == VRESULT_OK) rc = ctx.GetDoubles(6, lo);
@@ -102,7 +102,7 @@ VEXA_OPERATOR(partition_lines) {
 VEXA_OPERATOR(select_lines_longest) {
   LineList lines;
   Vlong num = 0;
-  Vresult rc = lines.in.Read(ctx, {0, 1, 2, 3});
+  Vresult rc = lines.in.ReadFirst(ctx, 4);
   if (rc == VRESULT_OK) rc = ctx.GetLong(4, &num);
   if (rc != VRESULT_OK) return rc;
   if (num < 0) return VERR_CTRL_VALUE(4);
