@@ -15,10 +15,9 @@ namespace {
 // element and writes the values as PerElement does.
 template <class Fn>
 Vresult PerLine(OpContext& ctx, size_t outputs, Fn&& fn) {
-  ElementInputs in;
-  const Vresult rc = in.ReadFirst(ctx, 4, {0});
-  if (rc != VRESULT_OK) return rc;
-  return PerElement(ctx, in, outputs, [&](size_t i, double* out) { fn(in.Point(0, i), in.Point(2, i), out); });
+  return PerElementOfFirst(ctx, 4, {0}, outputs, [&](const ElementInputs& in, size_t i, double* out) {
+    fn(in.Point(0, i), in.Point(2, i), out);
+  });
 }
 
 }  // namespace
@@ -30,10 +29,7 @@ VEXA_OPERATOR(angle_lx) {
 
 // The turn from line a's direction to line b's, in (-pi, pi].
 VEXA_OPERATOR(angle_ll) {
-  ElementInputs in;
-  const Vresult rc = in.ReadFirst(ctx, 8, {0, 4});
-  if (rc != VRESULT_OK) return rc;
-  return PerElement(ctx, in, 1, [&](size_t i, double* out) {
+  return PerElementOfFirst(ctx, 8, {0, 4}, 1, [](const ElementInputs& in, size_t i, double* out) {
     const double a = DirectionAngle(in.Point(2, i) - in.Point(0, i));
     const double b = DirectionAngle(in.Point(6, i) - in.Point(4, i));
     out[0] = WrapAngle(b - a);
@@ -60,10 +56,7 @@ VEXA_OPERATOR(line_position) {
 
 // Foot of the perpendicular from the point onto the line.
 VEXA_OPERATOR(projection_pl) {
-  ElementInputs in;
-  const Vresult rc = in.ReadFirst(ctx, 6, {2});
-  if (rc != VRESULT_OK) return rc;
-  return PerElement(ctx, in, 2, [&](size_t i, double* out) {
+  return PerElementOfFirst(ctx, 6, {2}, 2, [](const ElementInputs& in, size_t i, double* out) {
     const Pt a = in.Point(2, i), b = in.Point(4, i);
     const Pt foot = Along(a, b, FootParameter(in.Point(0, i), a, b));
     out[0] = foot.r;

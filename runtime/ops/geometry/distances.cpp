@@ -19,29 +19,20 @@ double SignedLineDistance(const Pt& p, const Pt& a, const Pt& b) {
 }  // namespace
 
 VEXA_OPERATOR(distance_pp) {
-  ElementInputs in;
-  const Vresult rc = in.ReadFirst(ctx, 4);
-  if (rc != VRESULT_OK) return rc;
-  return PerElement(ctx, in, 1, [&](size_t i, double* out) {
+  return PerElementOfFirst(ctx, 4, {}, 1, [](const ElementInputs& in, size_t i, double* out) {
     out[0] = Distance(in.Point(0, i), in.Point(2, i));
   });
 }
 
 VEXA_OPERATOR(distance_pl) {
-  ElementInputs in;
-  const Vresult rc = in.ReadFirst(ctx, 6, {2});
-  if (rc != VRESULT_OK) return rc;
-  return PerElement(ctx, in, 1, [&](size_t i, double* out) {
+  return PerElementOfFirst(ctx, 6, {2}, 1, [](const ElementInputs& in, size_t i, double* out) {
     out[0] = LineDistance(in.Point(0, i), in.Point(2, i), in.Point(4, i));
   });
 }
 
 // Least and largest distance from the point to the points of the segment.
 VEXA_OPERATOR(distance_ps) {
-  ElementInputs in;
-  const Vresult rc = in.ReadFirst(ctx, 6);
-  if (rc != VRESULT_OK) return rc;
-  return PerElement(ctx, in, 2, [&](size_t i, double* out) {
+  return PerElementOfFirst(ctx, 6, {}, 2, [](const ElementInputs& in, size_t i, double* out) {
     const Pt p = in.Point(0, i), a = in.Point(2, i), b = in.Point(4, i);
     out[0] = xld::SegmentDistance(p, a, b);
     out[1] = std::max(Distance(p, a), Distance(p, b));
@@ -51,10 +42,7 @@ VEXA_OPERATOR(distance_ps) {
 // Least and largest distance of the segment's points to the line: 0 and
 // the farther end's distance where the segment crosses or touches it.
 VEXA_OPERATOR(distance_sl) {
-  ElementInputs in;
-  const Vresult rc = in.ReadFirst(ctx, 8, {4});
-  if (rc != VRESULT_OK) return rc;
-  return PerElement(ctx, in, 2, [&](size_t i, double* out) {
+  return PerElementOfFirst(ctx, 8, {4}, 2, [](const ElementInputs& in, size_t i, double* out) {
     const Pt l1 = in.Point(4, i), l2 = in.Point(6, i);
     const double d1 = SignedLineDistance(in.Point(0, i), l1, l2);
     const double d2 = SignedLineDistance(in.Point(2, i), l1, l2);
@@ -66,10 +54,7 @@ VEXA_OPERATOR(distance_sl) {
 // Least distance between the segments and their Hausdorff distance: the
 // largest distance of a point of either to the other, reached at an end.
 VEXA_OPERATOR(distance_ss) {
-  ElementInputs in;
-  const Vresult rc = in.ReadFirst(ctx, 8);
-  if (rc != VRESULT_OK) return rc;
-  return PerElement(ctx, in, 2, [&](size_t i, double* out) {
+  return PerElementOfFirst(ctx, 8, {}, 2, [](const ElementInputs& in, size_t i, double* out) {
     const Pt a1 = in.Point(0, i), a2 = in.Point(2, i), b1 = in.Point(4, i), b2 = in.Point(6, i);
     out[0] = xld::SegmentsDistance(a1, a2, b1, b2);
     out[1] = std::max(std::max(xld::SegmentDistance(a1, b1, b2), xld::SegmentDistance(a2, b1, b2)),

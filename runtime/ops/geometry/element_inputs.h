@@ -82,5 +82,16 @@ Vresult PerElement(OpContext& ctx, const ElementInputs& in, size_t outputs, Fn&&
 }
 
 
+// Reads inputs 0 .. count - 1 as ReadFirst does and calls fn(in, i,
+// values) for every element, writing as PerElement.
+template <class Fn>
+Vresult PerElementOfFirst(OpContext& ctx, int count, std::initializer_list<size_t> lines, size_t outputs,
+                          Fn&& fn) {
+  ElementInputs in;
+  const Vresult rc = in.ReadFirst(ctx, count, lines);
+  if (rc != VRESULT_OK) return rc;
+  return PerElement(ctx, in, outputs, [&](size_t i, double* out) { fn(in, i, out); });
+}
+
 }  // namespace geo
 }  // namespace vexa
