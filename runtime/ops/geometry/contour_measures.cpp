@@ -101,8 +101,9 @@ Pt DirectionAt(const Around& around, size_t i, long k, DirectionCalc calc) {
 // "mean": the sum of the unit directions of the segments between them;
 // "regress": the regression line through the points from the one before
 // to the one after (those beyond the ends of an open contour left out),
-// pointing along the contour. Where that gives no direction (all points equal, a sum of 0),
-// the direction to the next different point is taken.
+// pointing along the contour. Where that gives no direction (all points
+// equal, a sum of 0), the direction to the next different point is taken.
+// look_around beyond the point count counts as the point count.
 VEXA_OPERATOR(get_contour_angle_xld) {
   std::vector<Pt> p;
   const char* mode = nullptr;
@@ -117,11 +118,14 @@ VEXA_OPERATOR(get_contour_angle_xld) {
   const std::string angle_mode(mode);
   if (angle_mode != "abs" && angle_mode != "rel") return VERR_CTRL_VALUE(0);
   if (!LookUpName(kDirectionCalcs, calc_name, &calc)) return VERR_CTRL_VALUE(1);
-  if (look < 1 || look > static_cast<Vlong>(xld::kMaxPoints)) return VERR_CTRL_VALUE(2);
+  if (look < 1) return VERR_CTRL_VALUE(2);
+  // Beyond the point count a window adds nothing new: it reaches the ends
+  // of an open contour and goes round a closed one.
+  const long k = static_cast<long>(std::min<Vlong>(look, static_cast<Vlong>(p.size())));
   const Around around(p);
   std::vector<double> angles(p.size());
   for (size_t i = 0; i < p.size(); ++i) {
-    const Pt v = DirectionAt(around, i, static_cast<long>(look), calc);
+    const Pt v = DirectionAt(around, i, k, calc);
     if (Norm(v) == 0) return VERR_EMPTY_OBJECT;  // one distinct point: no direction
     angles[i] = DirectionAngle(v);
   }
