@@ -260,6 +260,44 @@ TEST_F(GeometryIntersections, ElementsConcatenateTheirPoints) {
   EXPECT_EQ(Values(c), std::vector<double>({-5, 5, 15, 25}));
 }
 
+// Coordinates of wildly different magnitudes, down to denormal steps: every
+// result is a finite number or a clear code, never NaN or infinity.
+TEST_F(GeometryIntersections, ExtremeMagnitudesGiveFiniteResults) {
+  std::mt19937 random(13);
+  std::uniform_int_distribution<int> exponent(-320, 100), sign(0, 1);
+  auto value = [&] { return (sign(random) ? 1 : -1) * std::pow(10.0, exponent(random)); };
+  auto finite = [](const VTuple& t) {
+    for (Vlong i = 0; i < t.Num(); ++i)
+      if (!std::isfinite(t[i].D())) return false;
+    return true;
+  };
+  for (int round = 0; round < 2000; ++round) {
+    double v[10];
+    for (double& x : v) x = value();
+    VTuple r, c, o;
+    unsigned rc = intersection_segments(v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], &r, &c, &o);
+    ASSERT_EQ(rc, VRESULT_OK);
+    EXPECT_TRUE(finite(r) && finite(c)) << round;
+    rc = intersection_lines(v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], &r, &c, &o);
+    if (rc == VRESULT_OK) {
+      EXPECT_TRUE(finite(r) && finite(c)) << round;
+    }
+    rc = intersection_line_circle(v[0], v[1], v[2], v[3], v[4], v[5], std::fabs(v[6]), v[7], v[8], "positive",
+                                  &r, &c);
+    if (rc == VRESULT_OK) {
+      EXPECT_TRUE(finite(r) && finite(c)) << round;
+    }
+    rc = intersection_circles(v[0], v[1], std::fabs(v[2]), 0.0, 7.0, "positive", v[4], v[5], std::fabs(v[6]),
+                              0.0, 7.0, "negative", &r, &c, &o);
+    if (rc == VRESULT_OK) {
+      EXPECT_TRUE(finite(r) && finite(c)) << round;
+    }
+    rc = distance_ss(v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], &r, &c);
+    ASSERT_EQ(rc, VRESULT_OK);
+    EXPECT_TRUE(finite(r) && finite(c)) << round;
+  }
+}
+
 TEST_F(GeometryIntersections, BadInputGivesClearCodes) {
   VTuple r, c, o;
   EXPECT_EQ(intersection_lines(0.0, 0.0, 0.0, 0.0, 1.0, 1.0, 2.0, 2.0, &r, &c, &o), VERR_CTRL_VALUE(2));

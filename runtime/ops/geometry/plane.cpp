@@ -79,9 +79,11 @@ Meeting Intersect(const Straight& s, const Straight& t) {
     return m;
   }
   const double denom = Cross(u, v);
-  if (std::fabs(denom) > kParallelSine * lu * lv) {
-    const Pt w = t.a - s.a;
-    const double ts = Cross(w, v) / denom, tt = Cross(w, u) / denom;
+  const Pt w = t.a - s.a;
+  const double ts = Cross(w, v) / denom, tt = Cross(w, u) / denom;
+  // Directions so close that the crossing lies beyond the range of doubles
+  // count as parallel too.
+  if (std::fabs(denom) > kParallelSine * lu * lv && std::isfinite(ts) && std::isfinite(tt)) {
     if (InRange(s, ts) && InRange(t, tt)) m.points.push_back(PieceAt(s, ts));
     return m;
   }
@@ -111,27 +113,26 @@ bool OnArc(const Arc& arc, double t) {
 }
 
 std::vector<Pt> IntersectArc(const Straight& s, const Arc& arc) {
-  std::vector<Pt> out;
+  // Distances along the piece from s.a in the unit direction e, so that
+  // neither a very short nor a very long piece leaves the range of doubles.
   const double r2 = arc.radius * arc.radius;
-  std::vector<double> ts;
   const Pt u = s.b - s.a;
-  const double uu = Dot(u, u);
-  if (uu == 0) {
-    if (std::fabs(Distance(s.a, arc.centre) - arc.radius) <= kTouchSlack * arc.radius) ts = {0.0};
-  } else {
-    const double t0 = Dot(arc.centre - s.a, u) / uu;
-    const Pt f = Along(s.a, s.b, t0) - arc.centre;
-    const double h2 = r2 - Dot(f, f);
-    if (std::fabs(h2) <= kTouchSlack * r2) {
-      ts = {t0};
-    } else if (h2 > 0) {
-      const double dt = std::sqrt(h2 / uu);
-      ts = {t0 - dt, t0 + dt};
-    }
+  const double len = Norm(u);
+  const Pt e = len > 0 ? Pt{u.r / len, u.c / len} : Pt{0, 0};
+  const double along = Dot(arc.centre - s.a, e);
+  const Pt foot = s.a + along * e - arc.centre;
+  const double h2 = r2 - Dot(foot, foot);
+  std::vector<double> ds;
+  if (std::fabs(h2) <= kTouchSlack * r2) {
+    ds = {along};
+  } else if (h2 > 0) {
+    const double h = std::sqrt(h2);
+    ds = {along - h, along + h};
   }
-  for (double t : ts) {
-    if (!InRange(s, t)) continue;
-    const Pt p = PieceAt(s, t);
+  std::vector<Pt> out;
+  for (double d : ds) {
+    if (!s.infinite && (d < -kParamSlack * len || d > (1 + kParamSlack) * len)) continue;
+    const Pt p = s.a + (s.infinite ? d : std::clamp(d, 0.0, len)) * e;
     if (OnArc(arc, DirectionAngle(p - arc.centre))) out.push_back(p);
   }
   return out;
