@@ -6,9 +6,9 @@
 // points one after the other, and one is_overlapping each.
 #include <algorithm>
 
+#include "ops/common/named_values.h"
 #include "ops/geometry/contour_chain.h"
 #include "ops/geometry/meetings.h"
-#include "ops/common/named_values.h"
 #include "registry.h"
 
 namespace vexa {
