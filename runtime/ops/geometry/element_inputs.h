@@ -81,7 +81,6 @@ Vresult PerElement(OpContext& ctx, const ElementInputs& in, size_t outputs, Fn&&
   return SetRealOutputs(ctx, 0, columns);
 }
 
-
 // Reads inputs 0 .. count - 1 as ReadFirst does and calls fn(in, i,
 // values) for every element, writing as PerElement.
 template <class Fn>
