@@ -10,20 +10,6 @@ namespace vexa {
 namespace xld {
 namespace {
 
-// Distance from q to the chain p (to its only point, when it has one).
-double ChainDistance(const std::vector<Pt>& p, const Pt& q) {
-  if (p.size() == 1) return SegmentDistance(q, p[0], p[0]);
-  double best = INFINITY;
-  for (size_t i = 1; i < p.size(); ++i) best = std::min(best, SegmentDistance(q, p[i - 1], p[i]));
-  return best;
-}
-
-double PointDistance(const std::vector<Pt>& p, const Pt& q) {
-  double best = INFINITY;
-  for (const Pt& a : p) best = std::min(best, std::hypot(a.r - q.r, a.c - q.c));
-  return best;
-}
-
 Vresult SingleContourPoints(OpContext& ctx, std::vector<Pt>* p) {
   XldPtr x;
   const Vresult rc = InpSingleXld(ctx, 1, VOBJ_XLD_CONT, &x);

@@ -187,6 +187,19 @@ double SegmentDistance(const Pt& p, const Pt& a, const Pt& b) {
   return std::hypot(p.r - (a.r + t * dr), p.c - (a.c + t * dc));
 }
 
+double ChainDistance(const std::vector<Pt>& p, const Pt& q) {
+  if (p.size() == 1) return SegmentDistance(q, p[0], p[0]);
+  double best = INFINITY;
+  for (size_t i = 1; i < p.size(); ++i) best = std::min(best, SegmentDistance(q, p[i - 1], p[i]));
+  return best;
+}
+
+double PointDistance(const std::vector<Pt>& p, const Pt& q) {
+  double best = INFINITY;
+  for (const Pt& a : p) best = std::min(best, std::hypot(a.r - q.r, a.c - q.c));
+  return best;
+}
+
 double SegmentsDistance(const Pt& a, const Pt& b, const Pt& c, const Pt& d) {
   if (SegmentsTouch(a, b, c, d)) return 0.0;
   return std::min(std::min(SegmentDistance(a, c, d), SegmentDistance(b, c, d)),

@@ -46,6 +46,13 @@ Circle SmallestCircle(std::vector<Pt> p);
 // Distance from `p` to the segment a-b (a point when a == b).
 double SegmentDistance(const Pt& p, const Pt& a, const Pt& b);
 
+// Distance from q to the chain p (to its only point, when it has one);
+// infinity for no points.
+double ChainDistance(const std::vector<Pt>& p, const Pt& q);
+
+// Distance from q to the nearest of the points p; infinity for none.
+double PointDistance(const std::vector<Pt>& p, const Pt& q);
+
 // Distance between the segments a-b and c-d (0 when they cross).
 double SegmentsDistance(const Pt& a, const Pt& b, const Pt& c, const Pt& d);
 
