@@ -71,4 +71,19 @@ cv::Mat Thinned(const cv::Mat& amp, const cv::Mat& gx, const cv::Mat& gy, Nms nm
   return amp;
 }
 
+Vresult ReadEdgeParams(const OpContext& ctx, EdgeFilter* filter, Nms* nms, double* low,
+                       double* high) {
+  Vlong lo = 0, hi = 0;
+  Vresult rc = ReadFilter(ctx, filter);
+  if (rc == VRESULT_OK) rc = ReadNms(ctx, nms);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(3, &lo);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(4, &hi);
+  if (rc != VRESULT_OK) return rc;
+  if (lo < 0) return VERR_CTRL_VALUE(3);
+  if (hi < lo) return VERR_CTRL_VALUE(4);
+  *low = static_cast<double>(lo);
+  *high = static_cast<double>(hi);
+  return VRESULT_OK;
+}
+
 }  // namespace vexa

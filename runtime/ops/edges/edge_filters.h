@@ -25,6 +25,10 @@ struct EdgeFilter {
 Vresult ReadFilter(const OpContext& ctx, EdgeFilter* filter);
 // The thinning named by control 2.
 Vresult ReadNms(const OpContext& ctx, Nms* nms);
+// Filter, thinning and the hysteresis thresholds low (>= 0) and high
+// (>= low) of controls 0 to 4, as edges_image and edges_color take them.
+Vresult ReadEdgeParams(const OpContext& ctx, EdgeFilter* filter, Nms* nms, double* low,
+                       double* high);
 // `amp` thinned along the gradient (gx, gy), all CV_64F of one size.
 cv::Mat Thinned(const cv::Mat& amp, const cv::Mat& gx, const cv::Mat& gy, Nms nms);
 

@@ -80,14 +80,9 @@ Vresult NewResult(const db::ImageData& image, PixelType type, NewKeys* out, Pixe
 VEXA_OPERATOR(edges_color) {
   EdgeFilter filter;
   Nms nms;
-  Vlong low = 0, high = 0;
-  Vresult rc = ReadFilter(ctx, &filter);
-  if (rc == VRESULT_OK) rc = ReadNms(ctx, &nms);
-  if (rc == VRESULT_OK) rc = ctx.GetLong(3, &low);
-  if (rc == VRESULT_OK) rc = ctx.GetLong(4, &high);
+  double low = 0, high = 0;
+  Vresult rc = ReadEdgeParams(ctx, &filter, &nms, &low, &high);
   if (rc != VRESULT_OK) return rc;
-  if (low < 0) return VERR_CTRL_VALUE(3);
-  if (high < low) return VERR_CTRL_VALUE(4);
   NewKeys amps, dirs;
   rc = ctx.ForEachInpObj(1, [&](Vkey key, Vlong) {
     db::ImageData image;
@@ -108,7 +103,7 @@ VEXA_OPERATOR(edges_color) {
     ColorGradient(image, grown, filter, &gx, &gy);
     cv::magnitude(gx, gy, amp);
     const cv::Mat keep = Hysteresis(Thinned(amp, gx, gy, nms)(inner), MaskOfRegion(*image.domain, box),
-                                    static_cast<double>(low), static_cast<double>(high));
+                                    low, high);
     cv::Mat edges, codes;
     EdgeValues<double>(gx(inner), gy(inner), keep, false, &edges, &codes);
     StoreInDomain(edges, box, *image.domain, amp_out);

@@ -62,14 +62,9 @@ bool TrackByOpenCv(const cv::Mat& gx, const cv::Mat& gy, const cv::Rect& inner, 
 VEXA_OPERATOR(edges_image) {
   EdgeFilter filter;
   Nms nms;
-  Vlong low = 0, high = 0;
-  Vresult rc = ReadFilter(ctx, &filter);
-  if (rc == VRESULT_OK) rc = ReadNms(ctx, &nms);
-  if (rc == VRESULT_OK) rc = ctx.GetLong(3, &low);
-  if (rc == VRESULT_OK) rc = ctx.GetLong(4, &high);
+  double low = 0, high = 0;
+  Vresult rc = ReadEdgeParams(ctx, &filter, &nms, &low, &high);
   if (rc != VRESULT_OK) return rc;
-  if (low < 0) return VERR_CTRL_VALUE(3);
-  if (high < low) return VERR_CTRL_VALUE(4);
   return FilterImages(ctx, 2, AmpAndDirection,
                       [&](const PixelBuffer& in, const FilterArea& area, PixelBuffer** outs) {
     if (nms == Nms::kNms && !filter.max_norm) {
@@ -77,7 +72,7 @@ VEXA_OPERATOR(edges_image) {
                                       ? GradientMasks{GaussMask(filter.sigma, 1),
                                                       GaussMask(filter.sigma, 0)}
                                       : SobelMasks(3);
-      if (RowCannyEdges(in, area, masks, static_cast<double>(low), static_cast<double>(high),
+      if (RowCannyEdges(in, area, masks, low, high,
                         outs))
         return VRESULT_OK;
     }
@@ -93,7 +88,7 @@ VEXA_OPERATOR(edges_image) {
     }
     cv::Mat keep;
     if (nms != Nms::kNms || filter.max_norm ||
-        !TrackByOpenCv(gx, gy, inner, static_cast<double>(low), static_cast<double>(high), &keep)) {
+        !TrackByOpenCv(gx, gy, inner, low, high, &keep)) {
       cv::Mat x, y, amp;
       gx.convertTo(x, CV_64F);
       gy.convertTo(y, CV_64F);
@@ -102,7 +97,7 @@ VEXA_OPERATOR(edges_image) {
       else
         cv::magnitude(x, y, amp);
       keep = Hysteresis(Thinned(amp, x, y, nms)(inner), MaskOfRegion(area.domain, area.box),
-                        static_cast<double>(low), static_cast<double>(high));
+                        low, high);
     } else if (area.domain.area() != area.box.area()) {
       keep &= MaskOfRegion(area.domain, area.box);
     }
