@@ -47,10 +47,8 @@ Vresult AdaptCellSize(const CamPar& old, CamPar* out) {
     return VERR_CTRL_VALUE(1);
   double factor = 0.0;
   for (const Eigen::Vector2d& px : BorderPoints(old)) {
-    Eigen::Vector3d dir;
     double row = 0.0, col = 0.0;
-    Vresult rc = PixelRay(old, px.x(), px.y(), &dir);
-    if (rc == VRESULT_OK) rc = ProjectPoint(*out, dir, &row, &col);
+    const Vresult rc = ChangeCamera(old, *out, px.x(), px.y(), &row, &col);
     if (rc != VRESULT_OK) return rc;
     factor = std::max({factor, Reach(col - out->cx, room_left, room_right),
                        Reach(row - out->cy, room_top, room_bottom)});

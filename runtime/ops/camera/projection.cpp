@@ -33,6 +33,13 @@ Vresult PixelRay(const CamPar& cam, double row, double col, Eigen::Vector3d* dir
   return rc;
 }
 
+Vresult ChangeCamera(const CamPar& from, const CamPar& to, double row, double col,
+                     double* to_row, double* to_col) {
+  Eigen::Vector3d dir;
+  const Vresult rc = PixelRay(from, row, col, &dir);
+  return rc == VRESULT_OK ? ProjectPoint(to, dir, to_row, to_col) : rc;
+}
+
 Vresult PixelToWorldPlane(const CamPar& cam, const Mat3D& world_to_cam, double row, double col,
                           Eigen::Vector2d* xy) {
   Eigen::Vector3d dir;

@@ -27,6 +27,11 @@ Vresult PixelToImagePlane(const CamPar& cam, double row, double col, Eigen::Vect
 // (u, v, focus) for its ideal image point (u, v).
 Vresult PixelRay(const CamPar& cam, double row, double col, Eigen::Vector3d* dir);
 
+// The pixel at which camera `to`, with the same projection centre and
+// axes, sees the line of sight of pixel (row, col) of camera `from`.
+Vresult ChangeCamera(const CamPar& from, const CamPar& to, double row, double col,
+                     double* to_row, double* to_col);
+
 // The point (x, y) of the plane z = 0 of the world whose points map into
 // camera coordinates by `world_to_cam`, seen at a pixel: VERR_CAM_BEHIND
 // when the line of sight misses the plane or meets it behind the camera.

@@ -72,10 +72,8 @@ VEXA_OPERATOR(change_radial_distortion_points) {
   if (rc != VRESULT_OK) return rc;
   PointColumns out = MakeColumns(2, px[0].size());
   for (size_t i = 0; i < px[0].size() && rc == VRESULT_OK; ++i) {
-    Eigen::Vector3d dir;
     double row = 0.0, col = 0.0;
-    rc = PixelRay(in, px[0][i], px[1][i], &dir);
-    if (rc == VRESULT_OK) rc = ProjectPoint(out_cam, dir, &row, &col);
+    rc = ChangeCamera(in, out_cam, px[0][i], px[1][i], &row, &col);
     out[0].push_back(row), out[1].push_back(col);
   }
   return rc == VRESULT_OK ? SetOutpColumns(ctx, out) : rc;
