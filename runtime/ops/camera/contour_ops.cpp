@@ -4,7 +4,6 @@
 #include <functional>
 
 #include "ops/camera/projection.h"
-#include "ops/math/pose.h"
 #include "ops/xld/xld_support.h"
 #include "registry.h"
 
@@ -38,18 +37,13 @@ Vresult MapContours(OpContext& ctx, const PointMap& map) {
 // World plane points of the contour pixels: row y / scale, column
 // x / scale, the layout of image_to_world_plane.
 VEXA_OPERATOR(contour_to_world_plane_xld) {
-  CamPar cam;
-  Mat3D world_to_cam;
-  PoseType type;
-  double scale = 1.0;
-  Vresult rc = GetCamPar(ctx, 0, &cam);
-  if (rc == VRESULT_OK) rc = GetPose(ctx, 1, &world_to_cam, &type);
-  if (rc == VRESULT_OK) rc = GetWorldScale(ctx, 2, &scale);
+  WorldPlane plane;
+  const Vresult rc = GetWorldPlane(ctx, 0, 2, &plane);
   if (rc != VRESULT_OK) return rc;
   return MapContours(ctx, [&](double* row, double* col) {
     Eigen::Vector2d xy;
-    const Vresult r = PixelToWorldPlane(cam, world_to_cam, *row, *col, &xy);
-    *row = xy.y() / scale, *col = xy.x() / scale;
+    const Vresult r = PixelToWorldPlane(plane.cam, plane.world_to_cam, *row, *col, &xy);
+    *row = xy.y() / plane.metres, *col = xy.x() / plane.metres;
     return r;
   });
 }

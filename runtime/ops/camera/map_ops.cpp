@@ -3,7 +3,6 @@
 #include "ops/camera/projection.h"
 #include "ops/common/op_objects.h"
 #include "ops/image/image_op_util.h"
-#include "ops/math/pose.h"
 #include "registry.h"
 
 namespace vexa {
@@ -12,14 +11,9 @@ namespace {
 // Camera, world pose and the unit of one output pixel (inputs 0, 1 and
 // scale_par) as the map onto the world plane.
 Vresult GetWorldPlaneView(const OpContext& ctx, int scale_par, CameraSource* source) {
-  CamPar cam;
-  Mat3D world_to_cam;
-  PoseType type;
-  double scale = 1.0;
-  Vresult rc = GetCamPar(ctx, 0, &cam);
-  if (rc == VRESULT_OK) rc = GetPose(ctx, 1, &world_to_cam, &type);
-  if (rc == VRESULT_OK) rc = GetWorldScale(ctx, scale_par, &scale);
-  if (rc == VRESULT_OK) *source = WorldPlaneView(cam, world_to_cam, scale);
+  WorldPlane plane;
+  const Vresult rc = GetWorldPlane(ctx, 0, scale_par, &plane);
+  if (rc == VRESULT_OK) *source = WorldPlaneView(plane.cam, plane.world_to_cam, plane.metres);
   return rc;
 }
 

@@ -4,6 +4,7 @@
 
 #include "ops/camera/distortion.h"
 #include "ops/common/named_values.h"
+#include "ops/math/pose.h"
 
 namespace vexa {
 
@@ -65,6 +66,18 @@ Vresult GetWorldScale(const OpContext& ctx, int par, double* metres) {
   const Vresult rc = GetFiniteDouble(ctx, par, metres);
   if (rc != VRESULT_OK) return rc;
   return *metres > 0.0 ? VRESULT_OK : VERR_CTRL_VALUE(par);
+}
+
+}  // namespace vexa
+
+namespace vexa {
+
+Vresult GetWorldPlane(const OpContext& ctx, int cam_par, int unit_par, WorldPlane* plane) {
+  PoseType type;
+  Vresult rc = GetCamPar(ctx, cam_par, &plane->cam);
+  if (rc == VRESULT_OK) rc = GetPose(ctx, cam_par + 1, &plane->world_to_cam, &type);
+  if (rc == VRESULT_OK) rc = GetWorldScale(ctx, unit_par, &plane->metres);
+  return rc;
 }
 
 }  // namespace vexa

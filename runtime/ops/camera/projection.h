@@ -38,6 +38,15 @@ Vresult ChangeCamera(const CamPar& from, const CamPar& to, double row, double co
 Vresult PixelToWorldPlane(const CamPar& cam, const Mat3D& world_to_cam, double row, double col,
                           Eigen::Vector2d* xy);
 
+// A camera, the pose of the world plane in it and a unit of the plane.
+struct WorldPlane {
+  CamPar cam;
+  Mat3D world_to_cam;
+  double metres = 1.0;
+};
+// Reads them from inputs cam_par, cam_par + 1 (a pose) and unit_par.
+Vresult GetWorldPlane(const OpContext& ctx, int cam_par, int unit_par, WorldPlane* plane);
+
 // The unit of world plane coordinates at input `par`, in metres: a
 // positive number or "m", "cm", "mm", "microns", "um"
 // (VERR_CTRL_VALUE(par) otherwise).

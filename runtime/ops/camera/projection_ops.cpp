@@ -3,7 +3,6 @@
 // pixels of one camera as another camera sees them.
 #include "ops/camera/point_columns.h"
 #include "ops/camera/projection.h"
-#include "ops/math/pose.h"
 #include "registry.h"
 
 namespace vexa {
@@ -42,21 +41,16 @@ VEXA_OPERATOR(get_line_of_sight) {
 }
 
 VEXA_OPERATOR(image_points_to_world_plane) {
-  CamPar cam;
-  Mat3D world_to_cam;
-  PoseType type;
+  WorldPlane plane;
   std::vector<std::vector<double>> px;
-  double scale = 1.0;
-  Vresult rc = GetCamPar(ctx, 0, &cam);
-  if (rc == VRESULT_OK) rc = GetPose(ctx, 1, &world_to_cam, &type);
+  Vresult rc = GetWorldPlane(ctx, 0, 4, &plane);
   if (rc == VRESULT_OK) rc = GetPointTuples(ctx, {2, 3}, &px);
-  if (rc == VRESULT_OK) rc = GetWorldScale(ctx, 4, &scale);
   if (rc != VRESULT_OK) return rc;
   PointColumns out = MakeColumns(2, px[0].size());
   for (size_t i = 0; i < px[0].size() && rc == VRESULT_OK; ++i) {
     Eigen::Vector2d xy;
-    rc = PixelToWorldPlane(cam, world_to_cam, px[0][i], px[1][i], &xy);
-    out[0].push_back(xy.x() / scale), out[1].push_back(xy.y() / scale);
+    rc = PixelToWorldPlane(plane.cam, plane.world_to_cam, px[0][i], px[1][i], &xy);
+    out[0].push_back(xy.x() / plane.metres), out[1].push_back(xy.y() / plane.metres);
   }
   return rc == VRESULT_OK ? SetOutpColumns(ctx, out) : rc;
 }
