@@ -137,7 +137,7 @@ TEST_F(CameraFilesTest, DamagedPoseFiles) {
   EXPECT_EQ(Vec(pose), std::vector<double>({1, 2, 3, 10, 20, 30, 0}));
   EXPECT_EQ(read_pose(Put("p.txt", good.substr(0, good.find("type"))).c_str(), &pose),
             VERR_FILE_TRUNCATED);
-  EXPECT_EQ(read_pose(Put("p.txt", "VXPOSE 1\ntx 1\n" + good.substr(14)).c_str(), &pose),
+  EXPECT_EQ(read_pose(Put("p.txt", "VXPOSE 1\ntx 1\n" + good.substr(9)).c_str(), &pose),
             VERR_FILE_CORRUPT);
   EXPECT_EQ(read_pose(Put("p.txt", good.substr(0, good.size() - 2) + "6\n").c_str(), &pose),
             VERR_FILE_CORRUPT);

@@ -21,8 +21,13 @@ Vobject Ramp(bool rows) {
   return image;
 }
 
-VTuple SampleRows() { return Tup({10, 10, 75, 75, 140, 140, 30}); }
-VTuple SampleCols() { return Tup({10, 190, 100, 20, 10, 190, 150}); }
+VTuple Pixels(const std::vector<Vlong>& v) {
+  VTuple t;
+  for (size_t i = 0; i < v.size(); ++i) t[static_cast<Vlong>(i)] = v[i];
+  return t;
+}
+VTuple SampleRows() { return Pixels({10, 10, 75, 75, 140, 140, 30}); }
+VTuple SampleCols() { return Pixels({10, 190, 100, 20, 10, 190, 150}); }
 
 // The values of `image` at the sample pixels.
 VTuple Values(const Vobject& image) {

@@ -45,6 +45,13 @@ VTuple With(VTuple t, Vlong i, V v) {
   return t;
 }
 
+// The numbers of a camera tuple (all but the model name).
+inline std::vector<double> Numbers(const VTuple& cam) {
+  std::vector<double> v;
+  for (Vlong i = 1; i < cam.Num(); ++i) v.push_back(cam[i].D());
+  return v;
+}
+
 inline VTuple Pose(double tx, double ty, double tz, double a, double b, double c) {
   return math_test::Tup({tx, ty, tz, a, b, c, 0});
 }

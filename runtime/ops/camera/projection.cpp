@@ -7,6 +7,13 @@
 #include "ops/math/pose.h"
 
 namespace vexa {
+namespace {
+
+// Sine of the angle below which a line of sight counts as parallel to a
+// plane.
+constexpr double kParallelTolerance = 1e-12;
+
+}  // namespace
 
 Vresult ImagePlaneToPixel(const CamPar& cam, const Eigen::Vector2d& ideal, double* row,
                           double* col) {
@@ -49,6 +56,8 @@ Vresult PixelToWorldPlane(const CamPar& cam, const Mat3D& world_to_cam, double r
   const Eigen::Matrix3d rt = world_to_cam.topLeftCorner<3, 3>().transpose();
   const Eigen::Vector3d origin = -rt * world_to_cam.topRightCorner<3, 1>();
   const Eigen::Vector3d d = rt * dir;
+  // A line of sight parallel to the plane (to rounding) never meets it.
+  if (!(std::fabs(d.z()) > kParallelTolerance * d.norm())) return VERR_CAM_BEHIND;
   // Distance along the ray (in units of dir) to the plane z = 0.
   const double lambda = -origin.z() / d.z();
   if (!(lambda > 0.0) || !std::isfinite(lambda)) return VERR_CAM_BEHIND;
