@@ -99,23 +99,20 @@ TEST_F(CameraFilesTest, DamagedCameraFilesHaveClearCodes) {
   EXPECT_EQ(read("VXCAM 1\n"), VERR_FILE_TRUNCATED);
   EXPECT_EQ(read(good.substr(0, good.find("image_height"))), VERR_FILE_TRUNCATED);
   EXPECT_EQ(read(good + "extra 1\n"), VERR_FILE_CORRUPT);
-  std::string bad = good;
-  EXPECT_EQ(read(bad.replace(bad.find("-3000"), 5, "-3,0")), VERR_FILE_CORRUPT);
-  bad = good;
-  EXPECT_EQ(read(bad.replace(bad.find("sy"), 2, "sz")), VERR_FILE_CORRUPT);
-  bad = good;
-  EXPECT_EQ(read(bad.replace(bad.find("0.012"), 5, "nan")), VERR_FILE_CORRUPT);
-  bad = good;
-  EXPECT_EQ(read(bad.replace(bad.find("cx 322.5"), 8, "cx 322.5 1")), VERR_FILE_CORRUPT);
-  bad = good;
-  EXPECT_EQ(read(bad.replace(bad.find("model"), 5, "camera")), VERR_FILE_CORRUPT);
+  // The good file with its first `from` replaced by `to`, read.
+  auto edited = [&](const std::string& from, const std::string& to) {
+    std::string text = good;
+    return read(text.replace(text.find(from), from.size(), to));
+  };
+  EXPECT_EQ(edited("-3000", "-3,0"), VERR_FILE_CORRUPT);
+  EXPECT_EQ(edited("sy", "sz"), VERR_FILE_CORRUPT);
+  EXPECT_EQ(edited("0.012", "nan"), VERR_FILE_CORRUPT);
+  EXPECT_EQ(edited("cx 322.5", "cx 322.5 1"), VERR_FILE_CORRUPT);
+  EXPECT_EQ(edited("model", "camera"), VERR_FILE_CORRUPT);
   // Well-formed files with values no camera has.
-  bad = good;
-  EXPECT_EQ(read(bad.replace(bad.find("division"), 8, "fisheye")), VERR_CAM_MODEL);
-  bad = good;
-  EXPECT_EQ(read(bad.replace(bad.find("0.012"), 5, "-0.012")), VERR_CAM_FOCUS);
-  bad = good;
-  EXPECT_EQ(read(bad.replace(bad.find("480"), 3, "48.5")), VERR_CAM_IMAGE_SIZE);
+  EXPECT_EQ(edited("division", "fisheye"), VERR_CAM_MODEL);
+  EXPECT_EQ(edited("0.012", "-0.012"), VERR_CAM_FOCUS);
+  EXPECT_EQ(edited("480", "48.5"), VERR_CAM_IMAGE_SIZE);
 
   // Every prefix of the file is read without harm: a whole camera or a
   // file code.
