@@ -1,6 +1,7 @@
 // Two cameras: the point where the lines of sight of two pixels (nearly)
 // meet, and depth from disparity for a rectified pair. The relative pose
 // maps coordinates of the second camera into those of the first.
+#include <algorithm>
 #include <cmath>
 
 #include "ops/camera/point_columns.h"
