@@ -80,5 +80,13 @@
 #define VERR_CODE_RESULT_NA 9252u       /* result not available for this code */
 #define VERR_CODE_UNREADABLE 9253u      /* elements or modules form no readable code */
 #define VERR_MODEL_POINTS 9260u         /* model has too few edge points */
+#define VERR_CAM_MODEL 9270u            /* camera parameters: unknown camera model */
+#define VERR_CAM_PAR_NUM 9271u          /* camera parameters: count does not fit the model */
+#define VERR_CAM_PAR_VALUE 9272u        /* camera parameters: value not a finite number */
+#define VERR_CAM_FOCUS 9273u            /* camera parameters: focal length not positive */
+#define VERR_CAM_CELL_SIZE 9274u        /* camera parameters: cell size not positive */
+#define VERR_CAM_IMAGE_SIZE 9275u       /* camera parameters: image size not a positive integer */
+#define VERR_CAM_DISTORTION 9276u       /* point outside the invertible range of the distortion */
+#define VERR_CAM_BEHIND 9277u           /* point or intersection on or behind the camera */
 
 #endif /* VEXA_ERRORS_H */

@@ -1,27 +1,15 @@
 // serialize_* and deserialize_* of transformation values: 2D matrices (6
 // reals), 3D matrices (12), poses (six reals and the type code) and
-// quaternions (4). An item holds the tuple as given, after the check that
-// every operator taking such a value makes; reading it checks count,
-// types and finiteness again (and a pose's type code), so a damaged item
-// never yields a value those operators would refuse.
+// quaternions (4), as items of their own kinds (ops/serialize/value_item.h).
 #include <cmath>
-#include <memory>
 
 #include "ops/math/hom_mat.h"
 #include "ops/math/pose.h"
-#include "ops/serialize/payload_codec.h"
-#include "ops/serialize/serialized_item.h"
+#include "ops/serialize/value_item.h"
 #include "registry.h"
 
 namespace vexa {
 namespace {
-
-struct ValueKind {
-  ItemKind kind;
-  size_t count;
-  // The operators' own check of an input value.
-  Vresult (*check)(const OpContext& ctx, int par);
-};
 
 Vresult CheckHomMat2D(const OpContext& ctx, int par) {
   Mat2D m;
@@ -41,52 +29,34 @@ Vresult CheckQuat(const OpContext& ctx, int par) {
   return GetQuat(ctx, par, false, &q);
 }
 
-constexpr ValueKind kHomMat2DValue{ItemKind::kHomMat2D, 6, CheckHomMat2D};
-constexpr ValueKind kHomMat3DValue{ItemKind::kHomMat3D, 12, CheckHomMat3D};
-constexpr ValueKind kPoseValue{ItemKind::kPose, 7, CheckPose};
-constexpr ValueKind kQuatValue{ItemKind::kQuat, 4, CheckQuat};
-
-Vresult SerializeValue(OpContext& ctx, const ValueKind& k) {
-  TupleValues values;
-  Vresult rc = k.check(ctx, 0);
-  if (rc == VRESULT_OK) rc = ReadInpValues(ctx, 0, &values);
-  if (rc != VRESULT_OK) return rc;
-  ByteWriter w;
-  EncodeTuple(values, &w);
-  return OutpNewItem(ctx, 0, WrapItem(k.kind, w.bytes()));
+// `count` finite numbers.
+template <size_t count>
+bool FiniteNumbers(const TupleValues& values) {
+  if (values.size() != count) return false;
+  for (const TupleValue& v : values)
+    if (!v.IsNumber() || !std::isfinite(v.Real())) return false;
+  return true;
 }
 
-bool Plausible(const TupleValues& values, const ValueKind& k) {
-  if (values.size() != k.count) return false;
-  for (const TupleValue& v : values) {
-    if (v.type == VPAR_STRING || (v.type == VPAR_DOUBLE && !std::isfinite(v.d))) return false;
-  }
-  if (k.kind != ItemKind::kPose) return true;
-  const TupleValue& code = values[6];
+bool PlausiblePose(const TupleValues& values) {
   PoseType type;
-  return DecodePoseType(code.type == VPAR_LONG ? static_cast<double>(code.l) : code.d, &type);
+  return FiniteNumbers<7>(values) && DecodePoseType(values[6].Real(), &type);
 }
 
-Vresult DeserializeValue(OpContext& ctx, const ValueKind& k) {
-  std::shared_ptr<SerializedItem> item;
-  ByteReader payload(nullptr, 0);
-  TupleValues values;
-  Vresult rc = InpTool(ctx, 0, &item);
-  if (rc == VRESULT_OK) rc = OpenItem(item->data(), item->size(), k.kind, &payload);
-  if (rc == VRESULT_OK) rc = DecodeTuple(&payload, &values);
-  if (rc == VRESULT_OK && !Plausible(values, k)) rc = VERR_FILE_CORRUPT;
-  return rc == VRESULT_OK ? WriteOutpValues(ctx, 0, values) : rc;
-}
+constexpr ValueItemKind kHomMat2DValue{ItemKind::kHomMat2D, CheckHomMat2D, FiniteNumbers<6>};
+constexpr ValueItemKind kHomMat3DValue{ItemKind::kHomMat3D, CheckHomMat3D, FiniteNumbers<12>};
+constexpr ValueItemKind kPoseValue{ItemKind::kPose, CheckPose, PlausiblePose};
+constexpr ValueItemKind kQuatValue{ItemKind::kQuat, CheckQuat, FiniteNumbers<4>};
 
 }  // namespace
 
-VEXA_OPERATOR(serialize_hom_mat2d) { return SerializeValue(ctx, kHomMat2DValue); }
-VEXA_OPERATOR(deserialize_hom_mat2d) { return DeserializeValue(ctx, kHomMat2DValue); }
-VEXA_OPERATOR(serialize_hom_mat3d) { return SerializeValue(ctx, kHomMat3DValue); }
-VEXA_OPERATOR(deserialize_hom_mat3d) { return DeserializeValue(ctx, kHomMat3DValue); }
-VEXA_OPERATOR(serialize_pose) { return SerializeValue(ctx, kPoseValue); }
-VEXA_OPERATOR(deserialize_pose) { return DeserializeValue(ctx, kPoseValue); }
-VEXA_OPERATOR(serialize_quat) { return SerializeValue(ctx, kQuatValue); }
-VEXA_OPERATOR(deserialize_quat) { return DeserializeValue(ctx, kQuatValue); }
+VEXA_OPERATOR(serialize_hom_mat2d) { return SerializeValueItem(ctx, kHomMat2DValue); }
+VEXA_OPERATOR(deserialize_hom_mat2d) { return DeserializeValueItem(ctx, kHomMat2DValue); }
+VEXA_OPERATOR(serialize_hom_mat3d) { return SerializeValueItem(ctx, kHomMat3DValue); }
+VEXA_OPERATOR(deserialize_hom_mat3d) { return DeserializeValueItem(ctx, kHomMat3DValue); }
+VEXA_OPERATOR(serialize_pose) { return SerializeValueItem(ctx, kPoseValue); }
+VEXA_OPERATOR(deserialize_pose) { return DeserializeValueItem(ctx, kPoseValue); }
+VEXA_OPERATOR(serialize_quat) { return SerializeValueItem(ctx, kQuatValue); }
+VEXA_OPERATOR(deserialize_quat) { return DeserializeValueItem(ctx, kQuatValue); }
 
 }  // namespace vexa

@@ -33,6 +33,7 @@ enum class ItemKind : uint16_t {
   kHomMat3D = 11,
   kPose = 12,
   kQuat = 13,
+  kCamPar = 14,
   kMetrologyModel = 16,
   kShapeModel = 20,
   kNccModel = 21,

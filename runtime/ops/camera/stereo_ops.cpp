@@ -1,0 +1,128 @@
+// Two cameras: the point where the lines of sight of two pixels (nearly)
+// meet, and depth from disparity for a rectified pair. The relative pose
+// maps coordinates of the second camera into those of the first.
+#include <algorithm>
+#include <cmath>
+
+#include "ops/camera/point_columns.h"
+#include "ops/camera/projection.h"
+#include "ops/math/pose.h"
+#include "registry.h"
+
+namespace vexa {
+namespace {
+
+// Relative tolerance of the conditions on a rectified pair.
+constexpr double kRectifiedTolerance = 1e-6;
+
+bool Near(double a, double b) {
+  return std::fabs(a - b) <= kRectifiedTolerance * std::max(std::fabs(a), std::fabs(b));
+}
+
+// A rectified pair reduced to what relates depth and disparity: column
+// disparity = offset - scale / depth.
+struct RectifiedPair {
+  double scale;
+  double offset;
+};
+
+// Inputs 0..2 as a rectified pair: both cameras without distortion, of one
+// focus / cell size and principal row, and the second shifted along the
+// first camera's x axis only (VERR_CTRL_VALUE of the offending input).
+Vresult GetRectifiedPair(const OpContext& ctx, RectifiedPair* pair) {
+  CamPar c1, c2;
+  Mat3D rel;
+  PoseType type;
+  Vresult rc = GetCamPar(ctx, 0, &c1);
+  if (rc == VRESULT_OK) rc = GetCamPar(ctx, 1, &c2);
+  if (rc == VRESULT_OK) rc = GetPose(ctx, 2, &rel, &type);
+  if (rc != VRESULT_OK) return rc;
+  if (c1.HasDistortion()) return VERR_CTRL_VALUE(0);
+  if (c2.HasDistortion() || !Near(c1.focus / c1.sx, c2.focus / c2.sx) ||
+      !Near(c1.focus / c1.sy, c2.focus / c2.sy) || !Near(c1.cy, c2.cy))
+    return VERR_CTRL_VALUE(1);
+  const Eigen::Vector3d t = rel.topRightCorner<3, 1>();
+  const double off_axis = std::hypot(t.y(), t.z());
+  if (!rel.topLeftCorner<3, 3>().isIdentity(kRectifiedTolerance) || !(std::fabs(t.x()) > 0.0) ||
+      off_axis > kRectifiedTolerance * std::fabs(t.x()))
+    return VERR_CTRL_VALUE(2);
+  pair->scale = c1.focus / c1.sx * t.x();
+  pair->offset = c2.cx - c1.cx;
+  return VRESULT_OK;
+}
+
+// Writes f(value) for every value of input 3 to output 0.
+template <class Fn>
+Vresult MapInput3(OpContext& ctx, Fn&& fn) {
+  RectifiedPair pair;
+  std::vector<double> in;
+  Vresult rc = GetRectifiedPair(ctx, &pair);
+  if (rc == VRESULT_OK) rc = GetFiniteDoubles(ctx, 3, &in);
+  if (rc != VRESULT_OK) return rc;
+  std::vector<double> out;
+  for (double v : in) {
+    double r = 0.0;
+    rc = fn(pair, v, &r);
+    if (rc != VRESULT_OK) return rc;
+    out.push_back(r);
+  }
+  return ctx.SetOutpDoubles(0, out);
+}
+
+}  // namespace
+
+// Depth (z in the first camera) of the point seen with a column disparity
+// (column in image 2 minus column in image 1).
+VEXA_OPERATOR(disparity_to_distance) {
+  return MapInput3(ctx, [](const RectifiedPair& p, double disparity, double* z) {
+    *z = p.scale / (p.offset - disparity);
+    return *z > 0.0 && std::isfinite(*z) ? VRESULT_OK : VERR_CAM_BEHIND;
+  });
+}
+
+VEXA_OPERATOR(distance_to_disparity) {
+  return MapInput3(ctx, [](const RectifiedPair& p, double z, double* disparity) {
+    if (!(z > 0.0)) return VERR_CTRL_VALUE(3);
+    *disparity = p.offset - p.scale / z;
+    return VRESULT_OK;
+  });
+}
+
+// The midpoint of the shortest segment between the two lines of sight, in
+// the first camera's coordinates, and the segment's length. Lines that
+// are parallel or meet behind a camera give VERR_CAM_BEHIND.
+VEXA_OPERATOR(intersect_lines_of_sight) {
+  CamPar c1, c2;
+  Mat3D rel;
+  PoseType type;
+  std::vector<std::vector<double>> px;
+  Vresult rc = GetCamPar(ctx, 0, &c1);
+  if (rc == VRESULT_OK) rc = GetCamPar(ctx, 1, &c2);
+  if (rc == VRESULT_OK) rc = GetPose(ctx, 2, &rel, &type);
+  if (rc == VRESULT_OK) rc = GetPointTuples(ctx, {3, 4, 5, 6}, &px);
+  if (rc != VRESULT_OK) return rc;
+  const Eigen::Matrix3d r = rel.topLeftCorner<3, 3>();
+  const Eigen::Vector3d o2 = rel.topRightCorner<3, 1>();
+  PointColumns out = MakeColumns(4, px[0].size());
+  for (size_t i = 0; i < px[0].size(); ++i) {
+    Eigen::Vector3d d1, d2;
+    rc = PixelRay(c1, px[0][i], px[1][i], &d1);
+    if (rc == VRESULT_OK) rc = PixelRay(c2, px[2][i], px[3][i], &d2);
+    if (rc != VRESULT_OK) return rc;
+    d1.normalize();
+    d2 = (r * d2).normalized();
+    // o1 + s d1 and o2 + u d2 closest, with o1 = 0.
+    Eigen::Matrix<double, 3, 2> a;
+    a << d1, -d2;
+    if (!(d1.cross(d2).norm() > 1e-12)) return VERR_CAM_BEHIND;
+    const Eigen::Vector2d su = a.colPivHouseholderQr().solve(o2);
+    if (!(su[0] > 0.0 && su[1] > 0.0)) return VERR_CAM_BEHIND;
+    const Eigen::Vector3d p1 = su[0] * d1, p2 = o2 + su[1] * d2;
+    const Eigen::Vector3d mid = 0.5 * (p1 + p2);
+    for (int k = 0; k < 3; ++k) out[k].push_back(mid[k]);
+    out[3].push_back((p1 - p2).norm());
+  }
+  return SetOutpColumns(ctx, out);
+}
+
+}  // namespace vexa
