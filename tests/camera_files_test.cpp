@@ -99,6 +99,10 @@ TEST_F(CameraFilesTest, DamagedCameraFilesHaveClearCodes) {
   EXPECT_EQ(read("VXCAM 1\n"), VERR_FILE_TRUNCATED);
   EXPECT_EQ(read(good.substr(0, good.find("image_height"))), VERR_FILE_TRUNCATED);
   EXPECT_EQ(read(good + "extra 1\n"), VERR_FILE_CORRUPT);
+  // The text of the failure names the file.
+  char text[1024];
+  VErrorMessage(VERR_FILE_CORRUPT, text);
+  EXPECT_NE(std::string(text).find(Path("c.txt")), std::string::npos) << text;
   // The good file with its first `from` replaced by `to`, read.
   auto edited = [&](const std::string& from, const std::string& to) {
     std::string text = good;

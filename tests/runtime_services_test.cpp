@@ -35,8 +35,7 @@ TEST(RuntimeErrorTexts, KnownCodesHaveTheirTexts) {
 // Every code defined in errors.h has a text of its own, so a code added
 // there without a text is caught here.
 TEST(RuntimeErrorTexts, EveryDefinedCodeHasAText) {
-  const std::string header = std::string(__FILE__).substr(0, std::string(__FILE__).rfind('/')) +
-                             "/../runtime/include/vexa/errors.h";
+  const std::string header = VEXA_ERRORS_HEADER;
   std::ifstream in(header);
   ASSERT_TRUE(in) << header;
   const std::regex define(R"(#define\s+(VERR_\w+)\s+(\d+)u)");

@@ -2,6 +2,7 @@
 // (keyed_text_file.h) and camera parameters as serialised items.
 #include <cmath>
 
+#include "error_detail.h"
 #include "ops/camera/cam_par.h"
 #include "ops/camera/keyed_text_file.h"
 #include "ops/math/pose.h"
@@ -53,25 +54,47 @@ VEXA_OPERATOR(write_cam_par) {
   return WriteKeyedTextFile(name, kCamFormat, lines);
 }
 
-// A file whose model is unknown gives VERR_CAM_MODEL; one whose values
-// form no valid camera the code of that fault (cam_par.h).
-VEXA_OPERATOR(read_cam_par) {
-  const char* name = nullptr;
+namespace {
+
+// The camera of a camera file. A file whose model is unknown gives
+// VERR_CAM_MODEL; one whose values form no valid camera the code of that
+// fault (cam_par.h).
+Vresult ReadCamParFile(const char* name, CamPar* cam) {
   std::vector<KeyedLine> lines;
-  Vresult rc = ctx.GetString(0, &name);
-  if (rc == VRESULT_OK) rc = ReadKeyedTextFile(name, kCamFormat, &lines);
+  Vresult rc = ReadKeyedTextFile(name, kCamFormat, &lines);
   if (rc != VRESULT_OK) return rc;
   if (lines.empty()) return VERR_FILE_TRUNCATED;
   if (lines[0].key != "model") return VERR_FILE_CORRUPT;
   TupleValues values{TupleValue::String(lines[0].value)};
-  CamPar cam;
-  if (CamParFromValues(values, 0, &cam) == VERR_CAM_MODEL) return VERR_CAM_MODEL;
+  if (CamParFromValues(values, 0, cam) == VERR_CAM_MODEL) return VERR_CAM_MODEL;
   std::vector<double> numbers;
-  rc = KeyedNumbers(lines, 1, CamParFieldNames(cam.model), &numbers);
+  rc = KeyedNumbers(lines, 1, CamParFieldNames(cam->model), &numbers);
   if (rc != VRESULT_OK) return rc;
   for (double v : numbers) values.push_back(TupleValue::Double(v));
-  rc = CamParFromValues(values, 0, &cam);
-  return rc == VRESULT_OK ? SetCamPar(ctx, 0, cam) : rc;
+  return CamParFromValues(values, 0, cam);
+}
+
+// The seven values of a pose file; a type code that names no pose type
+// is VERR_FILE_CORRUPT.
+Vresult ReadPoseFile(const char* name, std::vector<double>* v) {
+  std::vector<KeyedLine> lines;
+  Vresult rc = ReadKeyedTextFile(name, kPoseFormat, &lines);
+  if (rc == VRESULT_OK) rc = KeyedNumbers(lines, 0, kPoseKeys, v);
+  if (rc != VRESULT_OK) return rc;
+  Mat3D m;
+  return PoseToMatrix(v->data(), &m) ? VRESULT_OK : VERR_FILE_CORRUPT;
+}
+
+}  // namespace
+
+// Failures of the file name it.
+VEXA_OPERATOR(read_cam_par) {
+  const char* name = nullptr;
+  CamPar cam;
+  Vresult rc = ctx.GetString(0, &name);
+  if (rc != VRESULT_OK) return rc;
+  rc = ReadCamParFile(name, &cam);
+  return rc == VRESULT_OK ? SetCamPar(ctx, 0, cam) : FileFailure(rc, name);
 }
 
 VEXA_OPERATOR(serialize_cam_par) { return SerializeValueItem(ctx, kCamParValue); }
@@ -90,17 +113,14 @@ VEXA_OPERATOR(write_pose) {
   return WriteKeyedTextFile(name, kPoseFormat, NumberLines(kPoseKeys, values, 0));
 }
 
-// A type code that names no pose type is VERR_FILE_CORRUPT.
+// Failures of the file name it.
 VEXA_OPERATOR(read_pose) {
   const char* name = nullptr;
-  std::vector<KeyedLine> lines;
   std::vector<double> v;
   Vresult rc = ctx.GetString(0, &name);
-  if (rc == VRESULT_OK) rc = ReadKeyedTextFile(name, kPoseFormat, &lines);
-  if (rc == VRESULT_OK) rc = KeyedNumbers(lines, 0, kPoseKeys, &v);
   if (rc != VRESULT_OK) return rc;
-  Mat3D m;
-  if (!PoseToMatrix(v.data(), &m)) return VERR_FILE_CORRUPT;
+  rc = ReadPoseFile(name, &v);
+  if (rc != VRESULT_OK) return FileFailure(rc, name);
   CtrlValues out;
   for (int i = 0; i < 6; ++i) out.Add(v[i]);
   out.Add(static_cast<Vlong>(v[6]));
