@@ -84,4 +84,46 @@ TEST_F(CameraStereoTest, DepthAndDisparityOfARectifiedPair) {
             VERR_CTRL_VALUE(2));
 }
 
+TEST_F(CameraStereoTest, PointsFromDisparities) {
+  const VTuple cam1 = DivisionCam(0), cam2 = With(DivisionCam(0), 5, 300.0);
+  const VTuple rel = Pose(0.12, 0, 0, 0, 0, 0);
+  // Points projected into both cameras come back from row, column and
+  // column disparity.
+  const std::vector<Eigen::Vector3d> truth = {{0.05, 0.02, 1.7}, {-0.08, 0.04, 0.9}, {0.0, -0.03, 2.5}};
+  VTuple rows, cols, disparities;
+  for (size_t i = 0; i < truth.size(); ++i) {
+    VTuple r1, c1, r2, c2;
+    const Eigen::Vector3d& p = truth[i];
+    ASSERT_EQ(project_3d_point(p.x(), p.y(), p.z(), cam1, &r1, &c1), VRESULT_OK);
+    ASSERT_EQ(project_3d_point(p.x() - 0.12, p.y(), p.z(), cam2, &r2, &c2), VRESULT_OK);
+    rows[i] = r1[0], cols[i] = c1[0], disparities[i] = c2[0].D() - c1[0].D();
+  }
+  VTuple x, y, z;
+  ASSERT_EQ(disparity_to_point_3d(cam1, cam2, rel, rows, cols, disparities, &x, &y, &z), VRESULT_OK);
+  for (size_t i = 0; i < truth.size(); ++i)
+    ExpectNear(Eigen::Vector3d(x[i].D(), y[i].D(), z[i].D()), truth[i], 1e-9);
+
+  // A disparity image: every pixel's point lies on the line of sight of
+  // its pixel at the depth of its disparity; a disparity at or beyond the
+  // principal offset lies behind and leaves the domain.
+  Vobject disparity, xi, yi, zi;
+  ASSERT_EQ(gen_image_const(&disparity, "real", 12, 10), VRESULT_OK);
+  for (int r = 0; r < 10; ++r)
+    for (int c = 0; c < 12; ++c)
+      ASSERT_EQ(set_grayval(disparity, r, c, c == 11 ? 0.0 : -30.0 - r - c), VRESULT_OK);
+  ASSERT_EQ(disparity_image_to_xyz(disparity, &xi, &yi, &zi, cam1, cam2, rel), VRESULT_OK);
+  VTuple area;
+  ASSERT_EQ(area_center(zi, &area, _, _), VRESULT_OK);
+  EXPECT_EQ(area[0].L(), 10 * 11);
+  VTuple gx, gy, gz;
+  ASSERT_EQ(get_grayval(xi, 4.0, 7.0, &gx), VRESULT_OK);
+  ASSERT_EQ(get_grayval(yi, 4.0, 7.0, &gy), VRESULT_OK);
+  ASSERT_EQ(get_grayval(zi, 4.0, 7.0, &gz), VRESULT_OK);
+  ASSERT_EQ(disparity_to_point_3d(cam1, cam2, rel, 4.0, 7.0, -41.0, &x, &y, &z), VRESULT_OK);
+  EXPECT_NEAR(gx[0].D(), x[0].D(), 1e-6 * std::fabs(x[0].D()) + 1e-9);
+  EXPECT_NEAR(gy[0].D(), y[0].D(), 1e-6 * std::fabs(y[0].D()) + 1e-9);
+  EXPECT_NEAR(gz[0].D(), z[0].D(), 1e-6 * z[0].D());
+  EXPECT_EQ(disparity_to_point_3d(cam1, cam2, rel, 4.0, 7.0, 0.0, &x, &y, &z), VERR_CAM_BEHIND);
+}
+
 }  // namespace

@@ -5,7 +5,10 @@
 #include <cmath>
 
 #include "ops/camera/point_columns.h"
+#include "ops/common/cv_wrap.h"
+#include "ops/common/op_objects.h"
 #include "ops/camera/projection.h"
+#include "ops/math/hom_mat.h"
 #include "ops/math/pose.h"
 #include "registry.h"
 
@@ -20,10 +23,11 @@ bool Near(double a, double b) {
 }
 
 // A rectified pair reduced to what relates depth and disparity: column
-// disparity = offset - scale / depth.
+// disparity = offset - scale / depth; and the first camera.
 struct RectifiedPair {
   double scale;
   double offset;
+  CamPar first;
 };
 
 // Inputs 0..2 as a rectified pair: both cameras without distortion, of one
@@ -48,6 +52,20 @@ Vresult GetRectifiedPair(const OpContext& ctx, RectifiedPair* pair) {
     return VERR_CTRL_VALUE(2);
   pair->scale = c1.focus / c1.sx * t.x();
   pair->offset = c2.cx - c1.cx;
+  pair->first = c1;
+  return VRESULT_OK;
+}
+
+// The point (first camera's coordinates) seen at (row, col) of image 1
+// with column disparity `disparity`.
+Vresult PointOfDisparity(const RectifiedPair& pair, double row, double col, double disparity,
+                         Eigen::Vector3d* point) {
+  const double z = pair.scale / (pair.offset - disparity);
+  if (!(z > 0.0) || !std::isfinite(z)) return VERR_CAM_BEHIND;
+  Eigen::Vector3d ray;
+  const Vresult rc = PixelRay(pair.first, row, col, &ray);
+  if (rc != VRESULT_OK) return rc;
+  *point = ray * (z / ray.z());
   return VRESULT_OK;
 }
 
@@ -86,6 +104,61 @@ VEXA_OPERATOR(distance_to_disparity) {
     *disparity = p.offset - p.scale / z;
     return VRESULT_OK;
   });
+}
+
+// The 3D points (x, y, z in the first camera) of pixels of image 1 and
+// their column disparities.
+VEXA_OPERATOR(disparity_to_point_3d) {
+  RectifiedPair pair;
+  std::vector<std::vector<double>> in;
+  Vresult rc = GetRectifiedPair(ctx, &pair);
+  if (rc == VRESULT_OK) rc = GetPointTuples(ctx, {3, 4, 5}, &in);
+  if (rc != VRESULT_OK) return rc;
+  PointColumns out = MakeColumns(3, in[0].size());
+  for (size_t i = 0; i < in[0].size(); ++i) {
+    Eigen::Vector3d p;
+    rc = PointOfDisparity(pair, in[0][i], in[1][i], in[2][i], &p);
+    if (rc != VRESULT_OK) return rc;
+    for (int k = 0; k < 3; ++k) out[static_cast<size_t>(k)].push_back(p[k]);
+  }
+  return SetOutpColumns(ctx, out);
+}
+
+// x, y and z images (real, the disparity image's domain) of the points
+// that a disparity image of image 1 shows; pixels whose point would lie
+// behind the camera leave the domain.
+VEXA_OPERATOR(disparity_image_to_xyz) {
+  RectifiedPair pair;
+  db::ImageData image;
+  Vresult rc = GetRectifiedPair(ctx, &pair);
+  if (rc == VRESULT_OK) rc = InpSingleImage(ctx, 1, &image);
+  if (rc != VRESULT_OK) return rc;
+  const PixelBuffer& px = *image.channels[0];
+  if (px.type() == PixelType::kComplex) return VERR_PIXEL_TYPE;
+  const cv::Size size(px.width(), px.height());
+  // Three separate matrices (copies of one cv::Mat would share data).
+  std::vector<cv::Mat> xyz(3);
+  for (cv::Mat& m : xyz) m = cv::Mat::zeros(size, CV_64F);
+  std::vector<Chord> seen;
+  for (const Chord& ch : image.domain->chords())
+    for (int32_t c = ch.cb; c <= ch.ce; ++c) {
+      Eigen::Vector3d p;
+      if (PointOfDisparity(pair, ch.r, c, px.Get(ch.r, c), &p) != VRESULT_OK) continue;
+      for (int k = 0; k < 3; ++k) xyz[static_cast<size_t>(k)].at<double>(ch.r, c) = p[k];
+      seen.emplace_back(ch.r, c, c);
+    }
+  const RegionPtr domain = Region::FromChords(std::move(seen));
+  NewKeys out[3];
+  for (int k = 0; k < 3 && rc == VRESULT_OK; ++k) {
+    Vkey key = VKEY_UNDEF;
+    rc = db::NewBlankImage(PixelType::kReal, size.width, size.height, 1, domain, &key);
+    PixelBuffer* dst = nullptr;
+    if (rc == VRESULT_OK) out[k].Add(key);
+    if (rc == VRESULT_OK) rc = db::WritableChannel(key, 0, &dst);
+    if (rc == VRESULT_OK) StoreInDomain(xyz[static_cast<size_t>(k)], cv::Rect(cv::Point(0, 0), size), *domain, dst);
+  }
+  for (int k = 0; k < 3 && rc == VRESULT_OK; ++k) rc = out[k].HandOver(ctx, k + 1);
+  return rc;
 }
 
 // The midpoint of the shortest segment between the two lines of sight, in
