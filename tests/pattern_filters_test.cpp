@@ -111,4 +111,31 @@ TEST_F(PatternFilters, ReliefKinds) {
   EXPECT_EQ(At(sketch, 3, 3), 6);    // flat
 }
 
+TEST_F(PatternFilters, DepthFromFocusFindsTheSharpestChannel) {
+  // Channel k is sharp (a fine checker) in the k-th third of the columns
+  // and flat (its mean) elsewhere.
+  std::vector<Vobject> stack;
+  for (int k = 0; k < 3; ++k)
+    stack.push_back(Image("byte", 36, 12, [k](int r, int c) {
+      return c / 12 == k ? ((r + c) % 2) * 100.0 : 50.0;
+    }));
+  Vobject series, depth, confidence, local_depth, local_confidence;
+  ASSERT_EQ(compose3(stack[0], stack[1], stack[2], &series), VRESULT_OK);
+  ASSERT_EQ(depth_from_focus(series, &depth, &confidence, "highpass", "next_maximum"), VRESULT_OK);
+  EXPECT_EQ(At(depth, 6, 5), 0);
+  EXPECT_EQ(At(depth, 6, 18), 1);
+  EXPECT_EQ(At(depth, 6, 30), 2);
+  EXPECT_DOUBLE_EQ(At(confidence, 6, 18), 1.0);  // the others are flat there
+  // With nearly equal neighbours on both sides the parabola stays near the
+  // channel.
+  ASSERT_EQ(depth_from_focus(series, &local_depth, &local_confidence, "bandpass", "local"),
+            VRESULT_OK);
+  EXPECT_NEAR(At(local_depth, 6, 18), 1.0, 1e-3);
+  Vobject bad_depth, bad_confidence;
+  EXPECT_EQ(depth_from_focus(stack[0], &bad_depth, &bad_confidence, "highpass", "local"),
+            VERR_CHANNEL);
+  EXPECT_EQ(depth_from_focus(series, &bad_depth, &bad_confidence, "laplace", "local"),
+            VERR_CTRL_VALUE(0));
+}
+
 }  // namespace
