@@ -126,4 +126,41 @@ TEST_F(CameraStereoTest, PointsFromDisparities) {
   EXPECT_EQ(disparity_to_point_3d(cam1, cam2, rel, 4.0, 7.0, 0.0, &x, &y, &z), VERR_CAM_BEHIND);
 }
 
+TEST_F(CameraStereoTest, DistancesOfAMatchedPair) {
+  const VTuple cam1 = DivisionCam(0), cam2 = With(DivisionCam(0), 5, 300.0);
+  const VTuple rel = Pose(0.12, 0, 0, 0, 0, 0);
+  // A texture and its copy moved by -25 columns in the second image.
+  auto texture = [](double r, double c) {
+    return 128 + 40 * std::sin(0.7 * r + 0.3 * c) + 30 * std::sin(0.2 * r - 0.9 * c) + 20 * std::cos(1.3 * c);
+  };
+  Vobject left, right;
+  ASSERT_EQ(gen_image_const(&left, "real", 60, 30), VRESULT_OK);
+  ASSERT_EQ(gen_image_const(&right, "real", 60, 30), VRESULT_OK);
+  for (int r = 0; r < 30; ++r)
+    for (int c = 0; c < 60; ++c) {
+      ASSERT_EQ(set_grayval(left, r, c, texture(r, c)), VRESULT_OK);
+      ASSERT_EQ(set_grayval(right, r, c, texture(r, c + 25)), VRESULT_OK);
+    }
+  Vobject distance, score;
+  ASSERT_EQ(binocular_distance(left, right, &distance, &score, cam1, cam2, rel, "ssd", Vlong{5},
+                               Vlong{5}, 1.0, Vlong{-30}, Vlong{-20}, Vlong{1}, 1e9, "none", "none"),
+            VRESULT_OK);
+  VTuple z, expected;
+  ASSERT_EQ(get_grayval(distance, 15.0, 40.0, &z), VRESULT_OK);
+  ASSERT_EQ(disparity_to_distance(cam1, cam2, rel, -25.0, &expected), VRESULT_OK);
+  EXPECT_NEAR(z[0].D(), expected[0].D(), 1e-6 * expected[0].D());
+  // A range whose disparities put every point behind the camera leaves
+  // no pixel.
+  ASSERT_EQ(binocular_distance(left, right, &distance, &score, cam1, cam2, rel, "ssd", Vlong{5},
+                               Vlong{5}, 1.0, Vlong{0}, Vlong{5}, Vlong{1}, 1e9, "none", "none"),
+            VRESULT_OK);
+  VTuple area;
+  ASSERT_EQ(area_center(distance, &area, _, _), VRESULT_OK);
+  EXPECT_EQ(area[0].L(), 0);
+  EXPECT_EQ(binocular_distance(left, right, &distance, &score, DivisionCam(-10), cam2, rel, "ssd",
+                               Vlong{5}, Vlong{5}, 1.0, Vlong{0}, Vlong{5}, Vlong{1}, 1e9, "none",
+                               "none"),
+            VERR_CTRL_VALUE(0));
+}
+
 }  // namespace

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "ops/camera/point_columns.h"
+#include "ops/camera/rectified_pair.h"
 #include "ops/common/cv_wrap.h"
 #include "ops/common/op_objects.h"
 #include "ops/camera/projection.h"
@@ -14,60 +15,6 @@
 
 namespace vexa {
 namespace {
-
-// Relative tolerance of the conditions on a rectified pair.
-constexpr double kRectifiedTolerance = 1e-6;
-
-bool Near(double a, double b) {
-  return std::fabs(a - b) <= kRectifiedTolerance * std::max(std::fabs(a), std::fabs(b));
-}
-
-// A rectified pair reduced to what relates depth and disparity: column
-// disparity = offset - scale / depth; and the first camera.
-struct RectifiedPair {
-  double scale;
-  double offset;
-  CamPar first;
-};
-
-// Inputs 0..2 as a rectified pair: both cameras without distortion, of one
-// focus / cell size and principal row, and the second shifted along the
-// first camera's x axis only (VERR_CTRL_VALUE of the offending input).
-Vresult GetRectifiedPair(const OpContext& ctx, RectifiedPair* pair) {
-  CamPar c1, c2;
-  Mat3D rel;
-  PoseType type;
-  Vresult rc = GetCamPar(ctx, 0, &c1);
-  if (rc == VRESULT_OK) rc = GetCamPar(ctx, 1, &c2);
-  if (rc == VRESULT_OK) rc = GetPose(ctx, 2, &rel, &type);
-  if (rc != VRESULT_OK) return rc;
-  if (c1.HasDistortion()) return VERR_CTRL_VALUE(0);
-  if (c2.HasDistortion() || !Near(c1.focus / c1.sx, c2.focus / c2.sx) ||
-      !Near(c1.focus / c1.sy, c2.focus / c2.sy) || !Near(c1.cy, c2.cy))
-    return VERR_CTRL_VALUE(1);
-  const Eigen::Vector3d t = rel.topRightCorner<3, 1>();
-  const double off_axis = std::hypot(t.y(), t.z());
-  if (!rel.topLeftCorner<3, 3>().isIdentity(kRectifiedTolerance) || !(std::fabs(t.x()) > 0.0) ||
-      off_axis > kRectifiedTolerance * std::fabs(t.x()))
-    return VERR_CTRL_VALUE(2);
-  pair->scale = c1.focus / c1.sx * t.x();
-  pair->offset = c2.cx - c1.cx;
-  pair->first = c1;
-  return VRESULT_OK;
-}
-
-// The point (first camera's coordinates) seen at (row, col) of image 1
-// with column disparity `disparity`.
-Vresult PointOfDisparity(const RectifiedPair& pair, double row, double col, double disparity,
-                         Eigen::Vector3d* point) {
-  const double z = pair.scale / (pair.offset - disparity);
-  if (!(z > 0.0) || !std::isfinite(z)) return VERR_CAM_BEHIND;
-  Eigen::Vector3d ray;
-  const Vresult rc = PixelRay(pair.first, row, col, &ray);
-  if (rc != VRESULT_OK) return rc;
-  *point = ray * (z / ray.z());
-  return VRESULT_OK;
-}
 
 // Writes f(value) for every value of input 3 to output 0.
 template <class Fn>
@@ -92,10 +39,7 @@ Vresult MapInput3(OpContext& ctx, Fn&& fn) {
 // Depth (z in the first camera) of the point seen with a column disparity
 // (column in image 2 minus column in image 1).
 VEXA_OPERATOR(disparity_to_distance) {
-  return MapInput3(ctx, [](const RectifiedPair& p, double disparity, double* z) {
-    *z = p.scale / (p.offset - disparity);
-    return *z > 0.0 && std::isfinite(*z) ? VRESULT_OK : VERR_CAM_BEHIND;
-  });
+  return MapInput3(ctx, DistanceOfDisparity);
 }
 
 VEXA_OPERATOR(distance_to_disparity) {

@@ -1,23 +1,5 @@
-// binocular_disparity: dense disparities of a rectified image pair by
-// window matching along the rows. A pixel (r, c) of image1 matches the
-// pixel (r, c + d) of image2 whose window of mask_width x mask_height
-// compares best, d from min_disparity to max_disparity:
-//   "sad"  mean absolute difference (lower is better),
-//   "ssd"  mean squared difference (lower is better),
-//   "ncc"  normalised cross-correlation in [-1, 1] (higher is better).
-// A pixel gets a disparity when its window lies inside image1 and, at
-// every disparity of the range, inside image2 (so that no match is chosen
-// because the right one was cut off by the border), image1's standard
-// deviation in the window is at least texture_thresh,
-// the best score passes score_thresh (at most it for sad/ssd, at least it
-// for ncc), and, with filter "left_right_check", image2's best match for
-// (r, c + d) lies back within one disparity of c. sub_disparity
-// "interpolation" refines d by the parabola through the scores at d - 1,
-// d, d + 1. The search is exhaustive at full resolution; num_levels (1 to
-// 8) does not change the result. Results are real images of image1's
-// size: disparity and score, with the matched pixels of image1's domain as
-// their domain. The scores of all disparities are streamed, one image of
-// scores per disparity, so memory does not grow with the range.
+#include "ops/stereo/window_matching.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -27,44 +9,15 @@
 
 #include "ops/common/cv_wrap.h"
 #include "ops/filter/filter_support.h"
-#include "registry.h"
 
 namespace vexa {
 namespace {
 
-enum class Method { kSad, kSsd, kNcc };
-
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr int kMaxRange = 4096;
 
-struct Params {
-  Method method = Method::kSad;
-  int mask_w = 0, mask_h = 0;
-  double texture = 0, score_thresh = 0;
-  int min_d = 0, max_d = 0;
-  bool check = false, subpixel = false;
-};
-
-Vresult ReadParams(const OpContext& ctx, Params* p) {
-  int method = 0, levels = 0, filter = 0, sub = 0;
-  Vresult rc = ReadChoice(ctx, 0, {"sad", "ssd", "ncc"}, &method);
-  if (rc == VRESULT_OK) rc = ReadInt(ctx, 1, 1, 101, &p->mask_w);
-  if (rc == VRESULT_OK && p->mask_w % 2 == 0) rc = VERR_CTRL_VALUE(1);
-  if (rc == VRESULT_OK) rc = ReadInt(ctx, 2, 1, 101, &p->mask_h);
-  if (rc == VRESULT_OK && p->mask_h % 2 == 0) rc = VERR_CTRL_VALUE(2);
-  if (rc == VRESULT_OK) rc = ReadReal(ctx, 3, 0.0, 1e12, &p->texture);
-  if (rc == VRESULT_OK) rc = ReadInt(ctx, 4, -kMaxRange, kMaxRange, &p->min_d);
-  if (rc == VRESULT_OK) rc = ReadInt(ctx, 5, -kMaxRange, kMaxRange, &p->max_d);
-  if (rc == VRESULT_OK && p->max_d < p->min_d) rc = VERR_CTRL_VALUE(5);
-  if (rc == VRESULT_OK) rc = ReadInt(ctx, 6, 1, 8, &levels);
-  if (rc == VRESULT_OK) rc = ReadReal(ctx, 7, -1e12, 1e12, &p->score_thresh);
-  if (rc == VRESULT_OK) rc = ReadChoice(ctx, 8, {"none", "left_right_check"}, &filter);
-  if (rc == VRESULT_OK) rc = ReadChoice(ctx, 9, {"none", "interpolation"}, &sub);
-  p->method = static_cast<Method>(method);
-  p->check = filter == 1;
-  p->subpixel = sub == 1;
-  return rc;
-}
+using Params = MatchParams;
+using Method = MatchMethod;
 
 // Window means of `m` (CV_64F).
 cv::Mat WindowMean(const cv::Mat& m, const Params& p) {
@@ -183,11 +136,30 @@ Vresult NewResult(const cv::Mat& values, RegionPtr domain, Vkey* key) {
 
 }  // namespace
 
-VEXA_OPERATOR(binocular_disparity) {
-  Params p;
+Vresult ReadMatchParams(const OpContext& ctx, int first, MatchParams* p) {
+  int method = 0, levels = 0, filter = 0, sub = 0;
+  Vresult rc = ReadChoice(ctx, first, {"sad", "ssd", "ncc"}, &method);
+  if (rc == VRESULT_OK) rc = ReadInt(ctx, first + 1, 1, 101, &p->mask_w);
+  if (rc == VRESULT_OK && p->mask_w % 2 == 0) rc = VERR_CTRL_VALUE(first + 1);
+  if (rc == VRESULT_OK) rc = ReadInt(ctx, first + 2, 1, 101, &p->mask_h);
+  if (rc == VRESULT_OK && p->mask_h % 2 == 0) rc = VERR_CTRL_VALUE(first + 2);
+  if (rc == VRESULT_OK) rc = ReadReal(ctx, first + 3, 0.0, 1e12, &p->texture);
+  if (rc == VRESULT_OK) rc = ReadInt(ctx, first + 4, -kMaxRange, kMaxRange, &p->min_d);
+  if (rc == VRESULT_OK) rc = ReadInt(ctx, first + 5, -kMaxRange, kMaxRange, &p->max_d);
+  if (rc == VRESULT_OK && p->max_d < p->min_d) rc = VERR_CTRL_VALUE(first + 5);
+  if (rc == VRESULT_OK) rc = ReadInt(ctx, first + 6, 1, 8, &levels);
+  if (rc == VRESULT_OK) rc = ReadReal(ctx, first + 7, -1e12, 1e12, &p->score_thresh);
+  if (rc == VRESULT_OK) rc = ReadChoice(ctx, first + 8, {"none", "left_right_check"}, &filter);
+  if (rc == VRESULT_OK) rc = ReadChoice(ctx, first + 9, {"none", "interpolation"}, &sub);
+  p->method = static_cast<MatchMethod>(method);
+  p->check = filter == 1;
+  p->subpixel = sub == 1;
+  return rc;
+}
+
+Vresult MatchRectifiedPair(OpContext& ctx, const MatchParams& p, PairMatch* match) {
   db::ImageData im1, im2;
-  Vresult rc = ReadParams(ctx, &p);
-  if (rc == VRESULT_OK) rc = InpSingleImage(ctx, 1, &im1);
+  Vresult rc = InpSingleImage(ctx, 1, &im1);
   if (rc == VRESULT_OK) rc = InpSingleImage(ctx, 2, &im2);
   if (rc != VRESULT_OK) return rc;
   const PixelBuffer &b1 = *im1.channels[0], &b2 = *im2.channels[0];
@@ -202,8 +174,12 @@ VEXA_OPERATOR(binocular_disparity) {
   const cv::Mat mean_a = WindowMean(a, p);
   const cv::Mat deviation = WindowMean(a.mul(a), p) - mean_a.mul(mean_a);
   const cv::Mat inside = MaskOfRegion(*im1.domain, cv::Rect(cv::Point(0, 0), size));
-  cv::Mat disparity(size, CV_64F, cv::Scalar(0)), score(size, CV_64F, cv::Scalar(0));
-  cv::Mat matched = cv::Mat::zeros(size, CV_8U);
+  cv::Mat& disparity = match->disparity;
+  cv::Mat& score = match->score;
+  cv::Mat& matched = match->matched;
+  disparity = cv::Mat::zeros(size, CV_64F);
+  score = cv::Mat::zeros(size, CV_64F);
+  matched = cv::Mat::zeros(size, CV_8U);
   const int hw = p.mask_w / 2, hh = p.mask_h / 2;
   const int first_col = std::max(hw, hw - p.min_d);
   const int last_col = std::min(size.width - 1 - hw, size.width - 1 - hw - p.max_d);
@@ -225,18 +201,23 @@ VEXA_OPERATOR(binocular_disparity) {
       score.at<double>(r, c) = s;
       matched.at<uint8_t>(r, c) = 255;
     }
+  return VRESULT_OK;
+}
+
+Vresult OutpMatchImages(OpContext& ctx, const cv::Mat& first, const cv::Mat& second,
+                        const cv::Mat& matched) {
   const RegionPtr domain = RegionOfMask(matched, cv::Point(0, 0));
-  Vkey kd = VKEY_UNDEF, ks = VKEY_UNDEF;
-  rc = NewResult(disparity, domain, &kd);
+  Vkey k1 = VKEY_UNDEF, k2 = VKEY_UNDEF;
+  Vresult rc = NewResult(first, domain, &k1);
   if (rc != VRESULT_OK) return rc;
-  rc = NewResult(score, domain, &ks);
+  rc = NewResult(second, domain, &k2);
   if (rc != VRESULT_OK) {
-    db::Release(kd);
+    db::Release(k1);
     return rc;
   }
   // Each output takes its key over, also when the other fails.
-  rc = ctx.SetOutpObj(1, kd);
-  const Vresult rc2 = ctx.SetOutpObj(2, ks);
+  rc = ctx.SetOutpObj(1, k1);
+  const Vresult rc2 = ctx.SetOutpObj(2, k2);
   return rc == VRESULT_OK ? rc2 : rc;
 }
 
