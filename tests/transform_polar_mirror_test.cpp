@@ -157,4 +157,42 @@ TEST_F(TransformPolarMirrorTest, MapImageByPoints) {
   }, true), 1.0);
 }
 
+TEST_F(TransformPolarMirrorTest, MapsConvertBetweenPointsAndIndices) {
+  // Points of rows r + 0.4 and columns 2 c - 1.3 into a source 10 wide.
+  const int w = 8, h = 5;
+  Vobject rows, cols, points, index, back;
+  ASSERT_EQ(gen_image_const(&rows, "real", w, h), VRESULT_OK);
+  ASSERT_EQ(gen_image_const(&cols, "real", w, h), VRESULT_OK);
+  for (int r = 0; r < h; ++r)
+    for (int c = 0; c < w; ++c) {
+      ASSERT_EQ(set_grayval(rows, r, c, r + 0.4), VRESULT_OK);
+      ASSERT_EQ(set_grayval(cols, r, c, 2 * c - 1.3), VRESULT_OK);
+    }
+  ASSERT_EQ(append_channel(rows, cols, &points), VRESULT_OK);
+  ASSERT_EQ(convert_map_type(points, &index, "nearest_neighbor", Vlong{10}), VRESULT_OK);
+  const vexa::PixelBuffer* idx = image_test::Pixels(index);
+  for (int r = 0; r < h; ++r)
+    for (int c = 0; c < w; ++c) {
+      const long col = std::lround(2 * c - 1.3);
+      ASSERT_EQ(idx->Get(r, c), col < 0 || col >= 10 ? -1 : r * 10 + col) << r << "," << c;
+    }
+  // Back to points: the rounded source, and no point where there was none.
+  ASSERT_EQ(convert_map_type(index, &back, "bilinear", Vlong{10}), VRESULT_OK);
+  VTuple area, row, col;
+  ASSERT_EQ(area_center(back, &area, _, _), VRESULT_OK);
+  EXPECT_EQ(area[0].L(), h * (w - 3));  // columns 0 (-1.3) and 6, 7 (beyond 9) have none
+  VTuple value;
+  ASSERT_EQ(get_grayval(back, 3.0, 2.0, &value), VRESULT_OK);
+  EXPECT_EQ(value[0].D(), 3.0);
+  EXPECT_EQ(value[1].D(), 3.0);  // round(2.7)
+  Vobject same;
+  ASSERT_EQ(convert_map_type(index, &same, "nearest_neighbor", Vlong{10}), VRESULT_OK);
+  Vlong equal = 0;
+  ASSERT_EQ(test_equal_obj(same, index, &equal), VRESULT_OK);
+  EXPECT_EQ(equal, 1);
+  EXPECT_EQ(convert_map_type(rows, &same, "bilinear", Vlong{10}), VERR_PIXEL_TYPE);
+  EXPECT_EQ(convert_map_type(points, &same, "cubic", Vlong{10}), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(convert_map_type(points, &same, "bilinear", Vlong{0}), VERR_CTRL_VALUE(1));
+}
+
 }  // namespace
