@@ -1,0 +1,20 @@
+// Steps of the geometric flows that inpainting runs inside a region too:
+// mean curvature flow and coherence-enhancing diffusion.
+#pragma once
+
+#include "ops/filter/explicit_flow.h"
+
+namespace vexa {
+
+// u += theta * u_ee, the second difference of u along the level line,
+// e perpendicular to the gradient of u smoothed by `sigma`; where that
+// gradient vanishes, half the Laplacian (the mean over all directions).
+FlowStep MeanCurvatureStep(double sigma, double theta);
+int MeanCurvatureReach(double sigma);
+
+// u += theta * div(D grad u), D the coherence-enhancing diffusion tensor
+// of the structure tensor of u at scales sigma and rho.
+FlowStep CoherenceStep(double sigma, double rho, double theta);
+int CoherenceReach(double sigma, double rho);
+
+}  // namespace vexa
