@@ -24,14 +24,16 @@ struct Tensor {
 // Weickert's coherence-enhancing tensor: the eigenvectors of the structure
 // tensor J_rho(grad u_sigma), eigenvalue alpha across the structure and
 // alpha + (1 - alpha) exp(-C / (mu1 - mu2)^2) along it (alpha where the
-// eigenvalues mu1 >= mu2 coincide).
+// eigenvalues mu1 >= mu2 coincide). The off-diagonal components change
+// sign under reflection and are continued as odd fields, so that the step
+// commutes with the mirror rule and keeps the mirrored image's mean.
 constexpr double kAlpha = 0.001;
 constexpr double kCoherenceC = 1.0;
 
 Tensor DiffusionTensor(const cv::Mat& u, double sigma, double rho) {
   const Derivatives d = CentralDerivatives(GaussianSmoothed(u, sigma));
   const cv::Mat jxx = GaussianSmoothed(d.x.mul(d.x), rho);
-  const cv::Mat jxy = GaussianSmoothed(d.x.mul(d.y), rho);
+  const cv::Mat jxy = GaussianSmoothed(d.x.mul(d.y), rho, true);
   const cv::Mat jyy = GaussianSmoothed(d.y.mul(d.y), rho);
   Tensor t;
   for (cv::Mat* m : {&t.a, &t.b, &t.c}) m->create(u.size(), CV_64F);
@@ -120,7 +122,7 @@ int MeanCurvatureReach(double sigma) { return GaussianReach(sigma) + 1; }
 FlowStep CoherenceStep(double sigma, double rho, double theta) {
   return [sigma, rho, theta](const cv::Mat& u, cv::Mat& next) {
     const Tensor t = DiffusionTensor(u, sigma, rho);
-    const cv::Mat p = Mirrored(u, 1), a = Mirrored(t.a, 1), b = Mirrored(t.b, 1),
+    const cv::Mat p = Mirrored(u, 1), a = Mirrored(t.a, 1), b = Mirrored(t.b, 1, true),
                   c = Mirrored(t.c, 1);
     next.create(u.size(), CV_64F);
     for (int y = 1; y <= u.rows; ++y)

@@ -8,17 +8,40 @@
 
 namespace vexa {
 
-cv::Mat Mirrored(const cv::Mat& u, int margin) {
-  return BorderedTile(u, cv::Rect(0, 0, u.cols, u.rows), margin, margin, Border{});
+namespace {
+
+// +1 or -1: the sign an odd field takes at position i of a line of n
+// continued by the mirror rule, which reflects at 0 and n - 1.
+double OddSign(int i, int n) {
+  double sign = 1.0;
+  while (i < 0 || i >= n) {
+    if (n == 1) return -1.0;
+    i = i < 0 ? -i : 2 * (n - 1) - i;
+    sign = -sign;
+  }
+  return sign;
+}
+
+}  // namespace
+
+cv::Mat Mirrored(const cv::Mat& u, int margin, bool odd) {
+  cv::Mat p = BorderedTile(u, cv::Rect(0, 0, u.cols, u.rows), margin, margin, Border{});
+  if (!odd) return p;
+  for (int y = 0; y < p.rows; ++y) {
+    const double row_sign = OddSign(y - margin, u.rows);
+    double* v = p.ptr<double>(y);
+    for (int x = 0; x < p.cols; ++x) v[x] *= row_sign * OddSign(x - margin, u.cols);
+  }
+  return p;
 }
 
 int GaussianReach(double sigma) { return static_cast<int>(std::ceil(3.0 * sigma)); }
 
-cv::Mat GaussianSmoothed(const cv::Mat& u, double sigma) {
+cv::Mat GaussianSmoothed(const cv::Mat& u, double sigma, bool odd) {
   const int r = GaussianReach(sigma);
   if (r == 0) return u.clone();
   const cv::Mat kernel = cv::getGaussianKernel(2 * r + 1, sigma, CV_64F);
-  const cv::Mat padded = Mirrored(u, r);
+  const cv::Mat padded = Mirrored(u, r, odd);
   cv::Mat smoothed;
   cv::sepFilter2D(padded, smoothed, CV_64F, kernel, kernel, cv::Point(-1, -1), 0.0,
                   cv::BORDER_ISOLATED | cv::BORDER_REFLECT_101);

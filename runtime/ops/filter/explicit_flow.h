@@ -23,14 +23,16 @@ constexpr int kMaxFlowSteps = 500;
 // next (allocated by the step, CV_64F, u's size) from u (CV_64F).
 using FlowStep = std::function<void(const cv::Mat& u, cv::Mat& next)>;
 
-// u continued by `margin` pixels on each side by the mirror rule.
-cv::Mat Mirrored(const cv::Mat& u, int margin);
+// u continued by `margin` pixels on each side by the mirror rule; `odd`
+// for a field that changes sign under reflection (a product of x and y
+// derivatives), whose mirror images are negated.
+cv::Mat Mirrored(const cv::Mat& u, int margin, bool odd = false);
 
 // Radius of the sampled Gaussian of `sigma`: ceil(3 sigma), 0 for sigma 0.
 int GaussianReach(double sigma);
 // u smoothed by the sampled, normalised Gaussian of `sigma` under the
-// mirror rule (a copy for sigma 0).
-cv::Mat GaussianSmoothed(const cv::Mat& u, double sigma);
+// mirror rule, `odd` as for Mirrored (a copy for sigma 0).
+cv::Mat GaussianSmoothed(const cv::Mat& u, double sigma, bool odd = false);
 
 // Central first and second differences of a CV_64F field under the mirror
 // rule (reach 1), x along columns, y along rows.

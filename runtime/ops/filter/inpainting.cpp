@@ -1,0 +1,188 @@
+// Inpainting by harmonic interpolation and by the diffusion flows run
+// inside the region: harmonic_interpolation, inpainting_mcf, inpainting_ced
+// and inpainting_aniso.
+#include "ops/filter/inpainting.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "ops/common/op_objects.h"
+#include "ops/filter/curvature_flows.h"
+#include "registry.h"
+
+namespace vexa {
+namespace {
+
+// The region's pixels inside `tile`, nonzero.
+cv::Mat TileMask(const Region& region, const cv::Rect& tile) {
+  cv::Mat mask = cv::Mat::zeros(tile.size(), CV_8U);
+  for (const Chord& ch : region.chords()) {
+    if (ch.r < tile.y || ch.r >= tile.y + tile.height) continue;
+    const int b = std::max<int>(ch.cb, tile.x), e = std::min<int>(ch.ce, tile.x + tile.width - 1);
+    if (b <= e) mask.row(ch.r - tile.y).colRange(b - tile.x, e - tile.x + 1).setTo(255);
+  }
+  return mask;
+}
+
+// The bounding box of the region's pixels inside an image of `size`.
+cv::Rect RegionRect(const Region& region, const cv::Size& size) {
+  int32_t r1, c1, r2, c2;
+  if (!region.BoundingBox(&r1, &c1, &r2, &c2)) return cv::Rect();
+  return cv::Rect(c1, r1, c2 - c1 + 1, r2 - r1 + 1) & cv::Rect(cv::Point(), size);
+}
+
+// A safety bound on the sweeps, far beyond what SOR needs: with the
+// omega of a square of side n it gains a decimal digit in about n / 4
+// sweeps.
+long SweepLimit(int side) { return 100000 + 1000L * side; }
+
+// Harmonic start, then `steps` steps of `step` that change only the
+// region's pixels.
+RegionFill FlowFill(int steps, const FlowStep& step) {
+  return [steps, step](cv::Mat& u, const cv::Mat& mask) {
+    const Vresult rc = HarmonicFill(u, mask, 1e-6);
+    if (rc != VRESULT_OK) return rc;
+    cv::Mat next;
+    for (int s = 0; s < steps; ++s) {
+      step(u, next);
+      next.copyTo(u, mask);
+    }
+    return VRESULT_OK;
+  };
+}
+
+}  // namespace
+
+Vresult InpaintImages(OpContext& ctx, int reach, const RegionFill& fill) {
+  Vkey key = VKEY_UNDEF;
+  RegionPtr region;
+  Vresult rc = ctx.InpObjSingle(2, &key);
+  if (rc == VRESULT_OK) rc = InpRegion(2, key, &region);
+  if (rc != VRESULT_OK) return rc;
+  return FilterImages(ctx, FilterableType, [&](const cv::Mat& src, cv::Mat& dst,
+                                               const cv::Rect& rect) {
+    src(rect).copyTo(dst(rect));
+    const cv::Rect holes = RegionRect(*region, src.size());
+    if (holes.empty()) return VRESULT_OK;
+    const cv::Rect tile = GrowRect(holes, reach + 1, reach + 1, src.size());
+    const cv::Mat mask = TileMask(*region, tile);
+    cv::Mat u;
+    src(tile).convertTo(u, CV_64F);
+    const Vresult r = fill(u, mask);
+    if (r != VRESULT_OK) return r;
+    const cv::Rect common = rect & tile;
+    if (common.empty()) return VRESULT_OK;
+    const cv::Rect local = common - tile.tl();
+    cv::Mat filled;
+    u(local).convertTo(filled, dst.type());
+    cv::Mat out = dst(common);
+    filled.copyTo(out, mask(local));
+    return VRESULT_OK;
+  });
+}
+
+Vresult HarmonicFill(cv::Mat& u, const cv::Mat& mask, double precision) {
+  // Unknowns with the positions of their four neighbours (mirror rule).
+  struct Unknown {
+    int at, n[4];
+  };
+  std::vector<Unknown> unknowns;
+  double sum = 0.0, scale = 0.0;
+  long known = 0;
+  const int dy[4] = {-1, 1, 0, 0}, dx[4] = {0, 0, -1, 1};
+  for (int y = 0; y < u.rows; ++y)
+    for (int x = 0; x < u.cols; ++x) {
+      if (!mask.at<uint8_t>(y, x)) continue;
+      Unknown k{y * u.cols + x, {}};
+      for (int i = 0; i < 4; ++i) {
+        const int ny = BorderIndex(y + dy[i], u.rows, BorderMode::kMirrored);
+        const int nx = BorderIndex(x + dx[i], u.cols, BorderMode::kMirrored);
+        k.n[i] = ny * u.cols + nx;
+        if (!mask.at<uint8_t>(ny, nx)) {
+          const double v = u.at<double>(ny, nx);
+          sum += v;
+          scale = std::max(scale, std::fabs(v));
+          ++known;
+        }
+      }
+      unknowns.push_back(k);
+    }
+  if (unknowns.empty()) return VRESULT_OK;
+  if (known == 0) return VERR_EMPTY_OBJECT;
+  double* v = u.ptr<double>();
+  for (const Unknown& k : unknowns) v[k.at] = sum / static_cast<double>(known);
+  const int side = std::max(u.rows, u.cols);
+  const double omega = 2.0 / (1.0 + std::sin(M_PI / (side + 1)));
+  const double tolerance = std::max(precision, 1e-12 * std::max(1.0, scale));
+  for (long sweep = 0; sweep < SweepLimit(side); ++sweep) {
+    double largest = 0.0;
+    for (const Unknown& k : unknowns) {
+      const double update =
+          omega * (0.25 * (v[k.n[0]] + v[k.n[1]] + v[k.n[2]] + v[k.n[3]]) - v[k.at]);
+      v[k.at] += update;
+      largest = std::max(largest, std::fabs(update));
+    }
+    if (largest <= tolerance) return VRESULT_OK;
+  }
+  return VERR_INTERNAL;
+}
+
+// Harmonic interpolation: the region's pixels solve the discrete Laplace
+// equation with the rest of the image as boundary values, iterated until
+// the largest update is at most `precision` (0 or more).
+VEXA_OPERATOR(harmonic_interpolation) {
+  double precision = 0.0;
+  const Vresult rc = ReadReal(ctx, 0, 0.0, 1e30, &precision);
+  if (rc != VRESULT_OK) return rc;
+  return InpaintImages(ctx, 0, [precision](cv::Mat& u, const cv::Mat& mask) {
+    return HarmonicFill(u, mask, precision);
+  });
+}
+
+// Mean curvature flow inside the region (the parameters of
+// mean_curvature_flow), started from its harmonic interpolation.
+VEXA_OPERATOR(inpainting_mcf) {
+  double sigma = 0.0, theta = 0.0;
+  int steps = 0;
+  Vresult rc = ReadReal(ctx, 0, 0.0, 15.0, &sigma);
+  if (rc == VRESULT_OK) rc = ReadReal(ctx, 1, 1e-6, 0.5, &theta);
+  if (rc == VRESULT_OK) rc = ReadInt(ctx, 2, 0, kMaxFlowSteps, &steps);
+  if (rc != VRESULT_OK) return rc;
+  return InpaintImages(ctx, MeanCurvatureReach(sigma),
+                       FlowFill(steps, MeanCurvatureStep(sigma, theta)));
+}
+
+// Coherence-enhancing diffusion inside the region (the parameters of
+// coherence_enhancing_diff), started from its harmonic interpolation.
+VEXA_OPERATOR(inpainting_ced) {
+  double sigma = 0.0, rho = 0.0, theta = 0.0;
+  int steps = 0;
+  Vresult rc = ReadReal(ctx, 0, 0.0, 15.0, &sigma);
+  if (rc == VRESULT_OK) rc = ReadReal(ctx, 1, 0.0, 15.0, &rho);
+  if (rc == VRESULT_OK) rc = ReadReal(ctx, 2, 1e-6, 0.25, &theta);
+  if (rc == VRESULT_OK) rc = ReadInt(ctx, 3, 0, kMaxFlowSteps, &steps);
+  if (rc != VRESULT_OK) return rc;
+  return InpaintImages(ctx, CoherenceReach(sigma, rho),
+                       FlowFill(steps, CoherenceStep(sigma, rho, theta)));
+}
+
+// Nonlinear diffusion inside the region (the conductances of
+// anisotropic_diffusion), started from its harmonic interpolation; the
+// differences the conductance sees are taken on the image smoothed by
+// `rho` (0 to 15).
+VEXA_OPERATOR(inpainting_aniso) {
+  int mode = 0, steps = 0;
+  double k = 0.0, theta = 0.0, rho = 0.0;
+  Vresult rc = ReadChoice(ctx, 0, {"perona-malik", "weickert", "parabolic"}, &mode);
+  if (rc == VRESULT_OK) rc = ReadReal(ctx, 1, 1e-6, 1e30, &k);
+  if (rc == VRESULT_OK) rc = ReadReal(ctx, 2, 1e-6, 0.25, &theta);
+  if (rc == VRESULT_OK) rc = ReadInt(ctx, 3, 0, kMaxFlowSteps, &steps);
+  if (rc == VRESULT_OK) rc = ReadReal(ctx, 4, 0.0, 15.0, &rho);
+  if (rc != VRESULT_OK) return rc;
+  const Conductance g{static_cast<Conductance::Kind>(mode), k};
+  return InpaintImages(ctx, ConductanceReach(rho),
+                       FlowFill(steps, ConductanceStep(g, theta, false, rho)));
+}
+
+}  // namespace vexa
