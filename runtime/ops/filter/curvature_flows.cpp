@@ -149,31 +149,45 @@ int CoherenceReach(double sigma, double rho) {
   return GaussianReach(sigma) + 1 + GaussianReach(rho) + 1;
 }
 
+Vresult ReadMeanCurvatureFlow(const OpContext& ctx, Flow* flow) {
+  double sigma = 0.0, theta = 0.0;
+  Vresult rc = ReadReal(ctx, 0, 0.0, 15.0, &sigma);
+  if (rc == VRESULT_OK) rc = ReadReal(ctx, 1, 1e-6, 0.5, &theta);
+  if (rc == VRESULT_OK) rc = ReadInt(ctx, 2, 0, kMaxFlowSteps, &flow->steps);
+  if (rc != VRESULT_OK) return rc;
+  flow->reach = MeanCurvatureReach(sigma);
+  flow->step = MeanCurvatureStep(sigma, theta);
+  return VRESULT_OK;
+}
+
+Vresult ReadCoherenceFlow(const OpContext& ctx, Flow* flow) {
+  double sigma = 0.0, rho = 0.0, theta = 0.0;
+  Vresult rc = ReadReal(ctx, 0, 0.0, 15.0, &sigma);
+  if (rc == VRESULT_OK) rc = ReadReal(ctx, 1, 0.0, 15.0, &rho);
+  if (rc == VRESULT_OK) rc = ReadReal(ctx, 2, 1e-6, 0.25, &theta);
+  if (rc == VRESULT_OK) rc = ReadInt(ctx, 3, 0, kMaxFlowSteps, &flow->steps);
+  if (rc != VRESULT_OK) return rc;
+  flow->reach = CoherenceReach(sigma, rho);
+  flow->step = CoherenceStep(sigma, rho, theta);
+  return VRESULT_OK;
+}
+
 // Mean curvature flow: `iterations` (0 to 500) steps of size `theta`
 // (0 to 0.5) of u_t = u_ee, the level-line direction e taken on the image
 // smoothed by `sigma` (0 to 15).
 VEXA_OPERATOR(mean_curvature_flow) {
-  double sigma = 0.0, theta = 0.0;
-  int steps = 0;
-  Vresult rc = ReadReal(ctx, 0, 0.0, 15.0, &sigma);
-  if (rc == VRESULT_OK) rc = ReadReal(ctx, 1, 1e-6, 0.5, &theta);
-  if (rc == VRESULT_OK) rc = ReadInt(ctx, 2, 0, kMaxFlowSteps, &steps);
-  if (rc != VRESULT_OK) return rc;
-  return FlowImages(ctx, steps, MeanCurvatureReach(sigma), MeanCurvatureStep(sigma, theta));
+  Flow flow;
+  const Vresult rc = ReadMeanCurvatureFlow(ctx, &flow);
+  return rc == VRESULT_OK ? FlowImages(ctx, flow) : rc;
 }
 
 // Coherence-enhancing diffusion: `iterations` steps of size `theta` (0 to
 // 0.25) of u_t = div(D grad u), the gradient at scale `sigma` (0 to 15),
 // its structure tensor integrated at scale `rho` (0 to 15).
 VEXA_OPERATOR(coherence_enhancing_diff) {
-  double sigma = 0.0, rho = 0.0, theta = 0.0;
-  int steps = 0;
-  Vresult rc = ReadReal(ctx, 0, 0.0, 15.0, &sigma);
-  if (rc == VRESULT_OK) rc = ReadReal(ctx, 1, 0.0, 15.0, &rho);
-  if (rc == VRESULT_OK) rc = ReadReal(ctx, 2, 1e-6, 0.25, &theta);
-  if (rc == VRESULT_OK) rc = ReadInt(ctx, 3, 0, kMaxFlowSteps, &steps);
-  if (rc != VRESULT_OK) return rc;
-  return FlowImages(ctx, steps, CoherenceReach(sigma, rho), CoherenceStep(sigma, rho, theta));
+  Flow flow;
+  const Vresult rc = ReadCoherenceFlow(ctx, &flow);
+  return rc == VRESULT_OK ? FlowImages(ctx, flow) : rc;
 }
 
 // Shock filter: `iterations` steps of size `theta` (0 to 0.5) of
@@ -188,7 +202,7 @@ VEXA_OPERATOR(shock_filter) {
   if (rc == VRESULT_OK) rc = ReadChoice(ctx, 2, {"canny", "laplace"}, &mode);
   if (rc == VRESULT_OK) rc = ReadReal(ctx, 3, 0.0, 15.0, &sigma);
   if (rc != VRESULT_OK) return rc;
-  return FlowImages(ctx, steps, GaussianReach(sigma) + 1, ShockStep(sigma, theta, mode == 1));
+  return FlowImages(ctx, Flow{steps, GaussianReach(sigma) + 1, ShockStep(sigma, theta, mode == 1)});
 }
 
 }  // namespace vexa

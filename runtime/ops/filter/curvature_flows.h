@@ -17,4 +17,11 @@ int MeanCurvatureReach(double sigma);
 FlowStep CoherenceStep(double sigma, double rho, double theta);
 int CoherenceReach(double sigma, double rho);
 
+// Mean curvature flow of parameters sigma (0 to 15), theta (over 0 to 0.5)
+// and iterations.
+Vresult ReadMeanCurvatureFlow(const OpContext& ctx, Flow* flow);
+// Coherence-enhancing diffusion of parameters sigma, rho (0 to 15), theta
+// (over 0 to 0.25) and iterations.
+Vresult ReadCoherenceFlow(const OpContext& ctx, Flow* flow);
+
 }  // namespace vexa

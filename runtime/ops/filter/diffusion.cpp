@@ -38,15 +38,9 @@ double GradientPercentile(const cv::Mat& src, int percent) {
 // 1 - (d/K)^2 below K, 0 above. `theta` is the step size, at most 0.25 for
 // a stable scheme.
 VEXA_OPERATOR(anisotropic_diffusion) {
-  int mode = 0, steps = 0;
-  double k = 0.0, theta = 0.0;
-  Vresult rc = ReadChoice(ctx, 0, {"perona-malik", "weickert", "parabolic"}, &mode);
-  if (rc == VRESULT_OK) rc = ReadReal(ctx, 1, 1e-6, 1e30, &k);
-  if (rc == VRESULT_OK) rc = ReadReal(ctx, 2, 1e-6, 0.25, &theta);
-  if (rc == VRESULT_OK) rc = ReadInt(ctx, 3, 0, kMaxFlowSteps, &steps);
-  if (rc != VRESULT_OK) return rc;
-  const Conductance g{static_cast<Conductance::Kind>(mode), k};
-  return FlowImages(ctx, steps, ConductanceReach(0.0), ConductanceStep(g, theta, false, 0.0));
+  Flow flow;
+  const Vresult rc = ReadDiffusionFlow(ctx, 0.0, &flow);
+  return rc == VRESULT_OK ? FlowImages(ctx, flow) : rc;
 }
 
 // Linear diffusion up to the scale `sigma` (0 to 15): a Gaussian of sigma,
@@ -60,8 +54,8 @@ VEXA_OPERATOR(isotropic_diffusion) {
   if (rc != VRESULT_OK) return rc;
   const int steps = std::max(iterations, static_cast<int>(std::ceil(2 * sigma * sigma)));
   const Conductance constant{Conductance::kLinear, 1.0};
-  return FlowImages(ctx, steps, ConductanceReach(0.0),
-                    ConductanceStep(constant, sigma * sigma / (2 * steps), false, 0.0));
+  return FlowImages(ctx, Flow{steps, ConductanceReach(0.0),
+                              ConductanceStep(constant, sigma * sigma / (2 * steps), false, 0.0)});
 }
 
 // Perona-Malik diffusion with a contrast taken from the image: K is the

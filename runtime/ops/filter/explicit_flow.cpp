@@ -85,10 +85,10 @@ Vresult RunFlow(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect, int step
   return VRESULT_OK;
 }
 
-Vresult FlowImages(OpContext& ctx, int steps, int reach, const FlowStep& step) {
+Vresult FlowImages(OpContext& ctx, const Flow& flow) {
   return FilterImages(ctx, FilterableType, [&](const cv::Mat& src, cv::Mat& dst,
                                                const cv::Rect& rect) {
-    return RunFlow(src, dst, rect, steps, reach, step);
+    return RunFlow(src, dst, rect, flow.steps, flow.reach, flow.step);
   });
 }
 
@@ -132,6 +132,20 @@ FlowStep ConductanceStep(const Conductance& g, double tau, bool eight, double si
       }
     }
   };
+}
+
+Vresult ReadDiffusionFlow(const OpContext& ctx, double sigma, Flow* flow) {
+  int mode = 0;
+  double k = 0.0, theta = 0.0;
+  Vresult rc = ReadChoice(ctx, 0, {"perona-malik", "weickert", "parabolic"}, &mode);
+  if (rc == VRESULT_OK) rc = ReadReal(ctx, 1, 1e-6, 1e30, &k);
+  if (rc == VRESULT_OK) rc = ReadReal(ctx, 2, 1e-6, 0.25, &theta);
+  if (rc == VRESULT_OK) rc = ReadInt(ctx, 3, 0, kMaxFlowSteps, &flow->steps);
+  if (rc != VRESULT_OK) return rc;
+  const Conductance g{static_cast<Conductance::Kind>(mode), k};
+  flow->reach = ConductanceReach(sigma);
+  flow->step = ConductanceStep(g, theta, false, sigma);
+  return VRESULT_OK;
 }
 
 }  // namespace vexa

@@ -45,9 +45,16 @@ Derivatives CentralDerivatives(const cv::Mat& u);
 // clipped into dst's type.
 Vresult RunFlow(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect, int steps, int reach,
                 const FlowStep& step);
+// A flow as its parameters set it up.
+struct Flow {
+  int steps = 0;
+  int reach = 0;
+  FlowStep step;
+};
+
 // RunFlow for every channel of every image of input object 1 (the filter
 // types, kept).
-Vresult FlowImages(OpContext& ctx, int steps, int reach, const FlowStep& step);
+Vresult FlowImages(OpContext& ctx, const Flow& flow);
 
 // The conductance g(d) of the nonlinear diffusions for a gray value
 // difference d and contrast k (floored at 1e-9, so that k = 0 stops every
@@ -65,5 +72,10 @@ struct Conductance {
 // `eight`, v = u smoothed by `sigma` (u itself for 0).
 FlowStep ConductanceStep(const Conductance& g, double tau, bool eight, double sigma);
 int ConductanceReach(double sigma);
+
+// The nonlinear diffusion of parameters 0 to 3: mode ("perona-malik",
+// "weickert", "parabolic"), contrast, step (at most 0.25) and number of
+// steps; 4-neighbour steps with the differences taken at scale `sigma`.
+Vresult ReadDiffusionFlow(const OpContext& ctx, double sigma, Flow* flow);
 
 }  // namespace vexa

@@ -39,13 +39,13 @@ long SweepLimit(int side) { return 100000 + 1000L * side; }
 
 // Harmonic start, then `steps` steps of `step` that change only the
 // region's pixels.
-RegionFill FlowFill(int steps, const FlowStep& step) {
-  return [steps, step](cv::Mat& u, const cv::Mat& mask) {
+RegionFill FlowFill(const Flow& flow) {
+  return [flow](cv::Mat& u, const cv::Mat& mask) {
     const Vresult rc = HarmonicFill(u, mask, 1e-6);
     if (rc != VRESULT_OK) return rc;
     cv::Mat next;
-    for (int s = 0; s < steps; ++s) {
-      step(u, next);
+    for (int s = 0; s < flow.steps; ++s) {
+      flow.step(u, next);
       next.copyTo(u, mask);
     }
     return VRESULT_OK;
@@ -143,46 +143,29 @@ VEXA_OPERATOR(harmonic_interpolation) {
 // Mean curvature flow inside the region (the parameters of
 // mean_curvature_flow), started from its harmonic interpolation.
 VEXA_OPERATOR(inpainting_mcf) {
-  double sigma = 0.0, theta = 0.0;
-  int steps = 0;
-  Vresult rc = ReadReal(ctx, 0, 0.0, 15.0, &sigma);
-  if (rc == VRESULT_OK) rc = ReadReal(ctx, 1, 1e-6, 0.5, &theta);
-  if (rc == VRESULT_OK) rc = ReadInt(ctx, 2, 0, kMaxFlowSteps, &steps);
-  if (rc != VRESULT_OK) return rc;
-  return InpaintImages(ctx, MeanCurvatureReach(sigma),
-                       FlowFill(steps, MeanCurvatureStep(sigma, theta)));
+  Flow flow;
+  const Vresult rc = ReadMeanCurvatureFlow(ctx, &flow);
+  return rc == VRESULT_OK ? InpaintImages(ctx, flow.reach, FlowFill(flow)) : rc;
 }
 
 // Coherence-enhancing diffusion inside the region (the parameters of
 // coherence_enhancing_diff), started from its harmonic interpolation.
 VEXA_OPERATOR(inpainting_ced) {
-  double sigma = 0.0, rho = 0.0, theta = 0.0;
-  int steps = 0;
-  Vresult rc = ReadReal(ctx, 0, 0.0, 15.0, &sigma);
-  if (rc == VRESULT_OK) rc = ReadReal(ctx, 1, 0.0, 15.0, &rho);
-  if (rc == VRESULT_OK) rc = ReadReal(ctx, 2, 1e-6, 0.25, &theta);
-  if (rc == VRESULT_OK) rc = ReadInt(ctx, 3, 0, kMaxFlowSteps, &steps);
-  if (rc != VRESULT_OK) return rc;
-  return InpaintImages(ctx, CoherenceReach(sigma, rho),
-                       FlowFill(steps, CoherenceStep(sigma, rho, theta)));
+  Flow flow;
+  const Vresult rc = ReadCoherenceFlow(ctx, &flow);
+  return rc == VRESULT_OK ? InpaintImages(ctx, flow.reach, FlowFill(flow)) : rc;
 }
 
-// Nonlinear diffusion inside the region (the conductances of
+// Nonlinear diffusion inside the region (the parameters of
 // anisotropic_diffusion), started from its harmonic interpolation; the
 // differences the conductance sees are taken on the image smoothed by
 // `rho` (0 to 15).
 VEXA_OPERATOR(inpainting_aniso) {
-  int mode = 0, steps = 0;
-  double k = 0.0, theta = 0.0, rho = 0.0;
-  Vresult rc = ReadChoice(ctx, 0, {"perona-malik", "weickert", "parabolic"}, &mode);
-  if (rc == VRESULT_OK) rc = ReadReal(ctx, 1, 1e-6, 1e30, &k);
-  if (rc == VRESULT_OK) rc = ReadReal(ctx, 2, 1e-6, 0.25, &theta);
-  if (rc == VRESULT_OK) rc = ReadInt(ctx, 3, 0, kMaxFlowSteps, &steps);
-  if (rc == VRESULT_OK) rc = ReadReal(ctx, 4, 0.0, 15.0, &rho);
-  if (rc != VRESULT_OK) return rc;
-  const Conductance g{static_cast<Conductance::Kind>(mode), k};
-  return InpaintImages(ctx, ConductanceReach(rho),
-                       FlowFill(steps, ConductanceStep(g, theta, false, rho)));
+  double rho = 0.0;
+  Flow flow;
+  Vresult rc = ReadReal(ctx, 4, 0.0, 15.0, &rho);
+  if (rc == VRESULT_OK) rc = ReadDiffusionFlow(ctx, rho, &flow);
+  return rc == VRESULT_OK ? InpaintImages(ctx, flow.reach, FlowFill(flow)) : rc;
 }
 
 }  // namespace vexa
