@@ -40,16 +40,43 @@ long SweepLimit(int side) { return 100000 + 1000L * side; }
 // Harmonic start, then `steps` steps of `step` that change only the
 // region's pixels.
 RegionFill FlowFill(const Flow& flow) {
-  return [flow](cv::Mat& u, const cv::Mat& mask) {
-    const Vresult rc = HarmonicFill(u, mask, 1e-6);
-    if (rc != VRESULT_OK) return rc;
+  return [flow](std::vector<cv::Mat>& channels, const cv::Mat& mask) {
     cv::Mat next;
-    for (int s = 0; s < flow.steps; ++s) {
-      flow.step(u, next);
-      next.copyTo(u, mask);
+    for (cv::Mat& u : channels) {
+      const Vresult rc = HarmonicFill(u, mask, 1e-6);
+      if (rc != VRESULT_OK) return rc;
+      for (int s = 0; s < flow.steps; ++s) {
+        flow.step(u, next);
+        next.copyTo(u, mask);
+      }
     }
     return VRESULT_OK;
   };
+}
+
+// The channels' copies in dst(rect), the region's pixels filled.
+Vresult InpaintChannels(const Region& region, int reach, const RegionFill& fill,
+                        const std::vector<cv::Mat>& src, std::vector<cv::Mat>& dst,
+                        const cv::Rect& rect) {
+  for (size_t ch = 0; ch < src.size(); ++ch) src[ch](rect).copyTo(dst[ch](rect));
+  const cv::Rect holes = RegionRect(region, src[0].size());
+  if (holes.empty()) return VRESULT_OK;
+  const cv::Rect tile = GrowRect(holes, reach + 1, reach + 1, src[0].size());
+  const cv::Mat mask = TileMask(region, tile);
+  std::vector<cv::Mat> u(src.size());
+  for (size_t ch = 0; ch < src.size(); ++ch) src[ch](tile).convertTo(u[ch], CV_64F);
+  const Vresult rc = fill(u, mask);
+  if (rc != VRESULT_OK) return rc;
+  const cv::Rect common = rect & tile;
+  if (common.empty()) return VRESULT_OK;
+  const cv::Rect local = common - tile.tl();
+  for (size_t ch = 0; ch < src.size(); ++ch) {
+    cv::Mat filled;
+    u[ch](local).convertTo(filled, dst[ch].type());
+    cv::Mat out = dst[ch](common);
+    filled.copyTo(out, mask(local));
+  }
+  return VRESULT_OK;
 }
 
 }  // namespace
@@ -60,26 +87,33 @@ Vresult InpaintImages(OpContext& ctx, int reach, const RegionFill& fill) {
   Vresult rc = ctx.InpObjSingle(2, &key);
   if (rc == VRESULT_OK) rc = InpRegion(2, key, &region);
   if (rc != VRESULT_OK) return rc;
-  return FilterImages(ctx, FilterableType, [&](const cv::Mat& src, cv::Mat& dst,
-                                               const cv::Rect& rect) {
-    src(rect).copyTo(dst(rect));
-    const cv::Rect holes = RegionRect(*region, src.size());
-    if (holes.empty()) return VRESULT_OK;
-    const cv::Rect tile = GrowRect(holes, reach + 1, reach + 1, src.size());
-    const cv::Mat mask = TileMask(*region, tile);
-    cv::Mat u;
-    src(tile).convertTo(u, CV_64F);
-    const Vresult r = fill(u, mask);
+  NewKeys out;
+  rc = ctx.ForEachInpObj(1, [&](Vkey image, Vlong) {
+    db::ImageData in;
+    Vresult r = InpImage(1, image, &in);
     if (r != VRESULT_OK) return r;
-    const cv::Rect common = rect & tile;
-    if (common.empty()) return VRESULT_OK;
-    const cv::Rect local = common - tile.tl();
-    cv::Mat filled;
-    u(local).convertTo(filled, dst.type());
-    cv::Mat out = dst(common);
-    filled.copyTo(out, mask(local));
-    return VRESULT_OK;
+    const PixelBuffer& first = *in.channels[0];
+    PixelType type;
+    if (!FilterableType(first.type(), &type)) return static_cast<Vresult>(VERR_PIXEL_TYPE);
+    const int channels = static_cast<int>(in.channels.size());
+    Vkey made = VKEY_UNDEF;
+    r = NewFilterResult(type, first, channels, in.domain, FilterWrites::kSome, &made);
+    if (r != VRESULT_OK) return r;
+    out.Add(made);
+    std::vector<cv::Mat> src, dst;
+    for (int ch = 0; ch < channels && r == VRESULT_OK; ++ch) {
+      PixelBuffer* buffer = nullptr;
+      r = db::WritableChannel(made, ch, &buffer);
+      src.push_back(MatOf(*in.channels[ch]));
+      dst.push_back(buffer ? MatOf(buffer) : cv::Mat());
+    }
+    const cv::Rect rect = DomainRect(*in.domain);
+    if (r != VRESULT_OK || rect.empty()) return r;
+    r = Guarded([&] { return InpaintChannels(*region, reach, fill, src, dst, rect); });
+    for (cv::Mat& d : dst) ClearOutsideDomain(*in.domain, rect, &d);
+    return r;
   });
+  return rc == VRESULT_OK ? out.HandOver(ctx, 1) : rc;
 }
 
 Vresult HarmonicFill(cv::Mat& u, const cv::Mat& mask, double precision) {
@@ -135,8 +169,12 @@ VEXA_OPERATOR(harmonic_interpolation) {
   double precision = 0.0;
   const Vresult rc = ReadReal(ctx, 0, 0.0, 1e30, &precision);
   if (rc != VRESULT_OK) return rc;
-  return InpaintImages(ctx, 0, [precision](cv::Mat& u, const cv::Mat& mask) {
-    return HarmonicFill(u, mask, precision);
+  return InpaintImages(ctx, 0, [precision](std::vector<cv::Mat>& channels, const cv::Mat& mask) {
+    for (cv::Mat& u : channels) {
+      const Vresult r = HarmonicFill(u, mask, precision);
+      if (r != VRESULT_OK) return r;
+    }
+    return VRESULT_OK;
   });
 }
 

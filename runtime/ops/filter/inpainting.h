@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <vector>
 
 #include <opencv2/core.hpp>
 
@@ -11,8 +12,8 @@
 namespace vexa {
 
 // Fills the pixels of `mask` (CV_8U, nonzero inside the region) in the
-// CV_64F tile u from the others.
-using RegionFill = std::function<Vresult(cv::Mat& u, const cv::Mat& mask)>;
+// CV_64F tiles of an image's channels from the others.
+using RegionFill = std::function<Vresult(std::vector<cv::Mat>& channels, const cv::Mat& mask)>;
 
 // One result per image of input object 1: a copy of the image (under the
 // filter rules: its domain, 0 outside it) in which the pixels of the region
