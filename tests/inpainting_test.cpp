@@ -126,3 +126,108 @@ TEST_F(Inpainting, BadParametersAndRegionsAreRefused) {
 }
 
 }  // namespace
+
+namespace {
+
+using namespace Vexa;
+using namespace filter_test;
+using namespace pde_test;
+
+class CoherenceTransport : public LeakCheckedTest {};
+
+// Horizontal bands of 4 rows, 50 and 200.
+double Bands(int r, int) { return (r / 4) % 2 ? 200.0 : 50.0; }
+
+// A hole 14 rows high and 7 columns wide across the bands.
+std::vector<uint8_t> BandHole() {
+  std::vector<uint8_t> m(kWidth * kHeight, 0);
+  for (int r = 15; r < 29; ++r)
+    for (int c = 21; c < 28; ++c) m[r * kWidth + c] = 1;
+  return m;
+}
+
+const vexa::PixelBuffer* Channel(const Vobject& image, int ch) {
+  vexa::db::ImageData data;
+  EXPECT_EQ(vexa::db::GetImage(image.Id(), &data), VRESULT_OK);
+  return data.channels.at(ch);
+}
+
+// Mean absolute error of channel `ch` inside the band hole.
+double BandError(const Vobject& out, int ch) {
+  const std::vector<uint8_t> hole = BandHole();
+  double e = 0, n = 0;
+  for (int r = 0; r < kHeight; ++r)
+    for (int c = 0; c < kWidth; ++c)
+      if (hole[r * kWidth + c]) {
+        e += std::fabs(Channel(out, ch)->Get(r, c) - Bands(r, c));
+        ++n;
+      }
+  return e / n;
+}
+
+TEST_F(CoherenceTransport, FlatImagesComeBackAndOnePixelIsTheInverseDistanceMean) {
+  const std::vector<uint8_t> hole = HoleMask();
+  for (const std::string& type : kTypes) {
+    const Vobject damaged = ImageOf(type, kWidth, kHeight, [&](int r, int c) {
+      return hole[r * kWidth + c] ? 3.0 : 90.0;
+    });
+    Vobject out;
+    ASSERT_EQ(inpainting_ct(damaged, RegionOf(hole, kWidth, kHeight), &out, 3.0, 25.0, 1.4, 3.0, 1.0),
+              VRESULT_OK) << type;
+    ExpectEverywhere(out, kWidth, kHeight, [](int, int) { return 90.0; }, type == "real" ? 1e-3 : 0.0, type);
+  }
+  // Without focus (kappa 0) a single pixel is the mean of the pixels
+  // within epsilon weighted by their inverse distance.
+  std::mt19937 gen(54);
+  const TestImage im = RandomImage("real", kWidth, kHeight, gen, true);
+  std::vector<uint8_t> one(kWidth * kHeight, 0);
+  one[20 * kWidth + 30] = 1;
+  Vobject out;
+  ASSERT_EQ(inpainting_ct(im.image, RegionOf(one, kWidth, kHeight), &out, 2.5, 0.0, 1.0, 2.0, 1.0),
+            VRESULT_OK);
+  double sum = 0, total = 0;
+  for (int dy = -2; dy <= 2; ++dy)
+    for (int dx = -2; dx <= 2; ++dx)
+      if ((dx || dy) && dx * dx + dy * dy <= 6.25) {
+        sum += im.At(20 + dy, 30 + dx) / std::hypot(dx, dy);
+        total += 1 / std::hypot(dx, dy);
+      }
+  EXPECT_NEAR(Pixels(out)->Get(20, 30), sum / total, 1e-3);
+}
+
+// Bands across a hole: with focus the fill follows them, without it (or
+// with the guiding channel given no weight) it blurs them.
+TEST_F(CoherenceTransport, TheFillFollowsCoherentStructures) {
+  const Vobject bands = ImageOf("real", kWidth, kHeight, Bands);
+  const Vobject hole = RegionOf(BandHole(), kWidth, kHeight);
+  Vobject focused, plain;
+  ASSERT_EQ(inpainting_ct(bands, hole, &focused, 4.0, 25.0, 1.0, 4.0, 1.0), VRESULT_OK);
+  ASSERT_EQ(inpainting_ct(bands, hole, &plain, 4.0, 0.0, 1.0, 4.0, 1.0), VRESULT_OK);
+  EXPECT_LT(BandError(focused, 0), 10.0);
+  EXPECT_GT(BandError(plain, 0), 30.0);
+  // A flat first channel guides nothing; the bands in the second do when
+  // the channel coefficient lets them.
+  Vobject two, guided, unguided;
+  ASSERT_EQ(compose2(ImageOf("real", kWidth, kHeight, [](int, int) { return 7.0; }), bands, &two),
+            VRESULT_OK);
+  ASSERT_EQ(inpainting_ct(two, hole, &guided, 4.0, 25.0, 1.0, 4.0, 1.0), VRESULT_OK);
+  ASSERT_EQ(inpainting_ct(two, hole, &unguided, 4.0, 25.0, 1.0, 4.0, 0.0), VRESULT_OK);
+  EXPECT_NEAR(BandError(guided, 1), BandError(focused, 0), 1e-3);
+  EXPECT_NEAR(BandError(unguided, 1), BandError(plain, 0), 1e-3);
+}
+
+TEST_F(CoherenceTransport, BadParametersAndRegionsAreRefused) {
+  std::mt19937 gen(55);
+  const TestImage im = RandomImage("uint2", kWidth, kHeight, gen, true);
+  const Vobject hole = RegionOf(HoleMask(), kWidth, kHeight);
+  const Vobject everything = RegionOf(std::vector<uint8_t>(kWidth * kHeight, 1), kWidth, kHeight);
+  Vobject out;
+  EXPECT_EQ(inpainting_ct(im.image, everything, &out, 3.0, 25.0, 1.4, 3.0, 1.0), VERR_EMPTY_OBJECT);
+  EXPECT_EQ(inpainting_ct(im.image, hole, &out, 1.0, 25.0, 1.4, 3.0, 1.0), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(inpainting_ct(im.image, hole, &out, 3.0, -1.0, 1.4, 3.0, 1.0), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(inpainting_ct(im.image, hole, &out, 3.0, 25.0, std::nan(""), 3.0, 1.0), VERR_CTRL_VALUE(2));
+  EXPECT_EQ(inpainting_ct(im.image, hole, &out, 3.0, 25.0, 1.4, 20.0, 1.0), VERR_CTRL_VALUE(3));
+  EXPECT_EQ(inpainting_ct(im.image, hole, &out, 3.0, 25.0, 1.4, 3.0, -0.5), VERR_CTRL_VALUE(4));
+}
+
+}  // namespace

@@ -43,16 +43,8 @@ Tensor DiffusionTensor(const cv::Mat& u, double sigma, double rho) {
       const double gap = std::sqrt((p - r) * (p - r) + 4 * q * q);  // mu1 - mu2
       const double along = gap > 0.0 ? kAlpha + (1 - kAlpha) * std::exp(-kCoherenceC / (gap * gap))
                                      : kAlpha;
-      // Unit eigenvector (cx, cy) of mu2, the coherence direction.
-      double cx = 2 * q, cy = r - p - gap;
-      const double norm = std::hypot(cx, cy);
-      if (norm > 0.0) {
-        cx /= norm;
-        cy /= norm;
-      } else {
-        cx = p >= r ? 0.0 : 1.0;
-        cy = p >= r ? 1.0 : 0.0;
-      }
+      double cx, cy;
+      CoherenceDirection(p, q, r, &cx, &cy);
       // D = along c c^T + alpha n n^T, n perpendicular to c.
       t.a.at<double>(y, x) = along * cx * cx + kAlpha * cy * cy;
       t.b.at<double>(y, x) = (along - kAlpha) * cx * cy;
@@ -98,6 +90,19 @@ FlowStep ShockStep(double sigma, double theta, bool laplace) {
 }
 
 }  // namespace
+
+void CoherenceDirection(double p, double q, double r, double* cx, double* cy) {
+  const double gap = std::sqrt((p - r) * (p - r) + 4 * q * q);
+  const double x = 2 * q, y = r - p - gap;  // (J - mu2) (x, y) = 0
+  const double norm = std::hypot(x, y);
+  if (norm > 0.0) {
+    *cx = x / norm;
+    *cy = y / norm;
+  } else {
+    *cx = p >= r ? 0.0 : 1.0;
+    *cy = p >= r ? 1.0 : 0.0;
+  }
+}
 
 FlowStep MeanCurvatureStep(double sigma, double theta) {
   return [sigma, theta](const cv::Mat& u, cv::Mat& next) {

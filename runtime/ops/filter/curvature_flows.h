@@ -17,6 +17,11 @@ int MeanCurvatureReach(double sigma);
 FlowStep CoherenceStep(double sigma, double rho, double theta);
 int CoherenceReach(double sigma, double rho);
 
+// The unit eigenvector (cx, cy) of the smaller eigenvalue of the symmetric
+// tensor (p q; q r): the direction along a structure; (0, 1) or (1, 0)
+// for an isotropic tensor.
+void CoherenceDirection(double p, double q, double r, double* cx, double* cy);
+
 // Mean curvature flow of parameters sigma (0 to 15), theta (over 0 to 0.5)
 // and iterations.
 Vresult ReadMeanCurvatureFlow(const OpContext& ctx, Flow* flow);
