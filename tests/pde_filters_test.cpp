@@ -65,6 +65,33 @@ TEST_F(PdeFilters, AnisotropeDiffIsOneStepOfTheNeighbourSchemeWithAPercentileCon
         }
 }
 
+// A domain is computed on a tile grown by the flow's reach per step: its
+// pixels must be those of the whole image filtered.
+TEST_F(PdeFilters, ADomainGetsThePixelsOfTheWholeImageFiltered) {
+  std::mt19937 gen(45);
+  const std::vector<std::function<Vresult(const Vobject&, Vobject*)>> flows = {
+      [](const Vobject& im, Vobject* out) { return mean_curvature_flow(im, out, 1.0, 0.2, 4); },
+      [](const Vobject& im, Vobject* out) { return coherence_enhancing_diff(im, out, 0.7, 1.5, 0.2, 3); },
+      [](const Vobject& im, Vobject* out) { return shock_filter(im, out, 0.4, 4, "canny", 1.0); },
+      [](const Vobject& im, Vobject* out) { return anisotrope_diff(im, out, 60, 2, 4, 8); },
+  };
+  for (const std::string& type : {std::string("int2"), std::string("real")}) {
+    std::vector<uint8_t> corner(60 * 50, 0);
+    for (int r = 30; r < 36; ++r)
+      for (int c = 40; c < 47; ++c) corner[r * 60 + c] = 1;
+    const TestImage im = MakeImage(type, 60, 50, corner, gen, 0, 200);
+    Vobject full;
+    ASSERT_EQ(full_domain(im.image, &full), VRESULT_OK);
+    for (size_t f = 0; f < flows.size(); ++f) {
+      Vobject part, whole;
+      ASSERT_EQ(flows[f](im.image, &part), VRESULT_OK);
+      ASSERT_EQ(flows[f](full, &whole), VRESULT_OK);
+      ExpectFiltered(part, im, [&](int r, int c) { return Pixels(whole)->Get(r, c); }, 0.0,
+                     type + " flow " + std::to_string(f));
+    }
+  }
+}
+
 TEST_F(PdeFilters, FlatImagesStayFlat) {
   for (const std::string& type : kTypes) {
     const Vobject flat = ImageOf(type, 12, 9, [](int, int) { return 7.0; });
