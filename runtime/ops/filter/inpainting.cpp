@@ -33,12 +33,12 @@ cv::Rect RegionRect(const Region& region, const cv::Size& size) {
 }
 
 // A safety bound on the sweeps, far beyond what SOR needs: with the
-// omega of a square of side n it gains a decimal digit in about n / 4
+// omega of a square of side n it gains a decimal digit in about n / 3
 // sweeps.
 long SweepLimit(int side) { return 100000 + 1000L * side; }
 
-// Harmonic start, then `steps` steps of `step` that change only the
-// region's pixels.
+// Each channel: the harmonic interpolation, then the flow's steps, which
+// change only the region's pixels.
 RegionFill FlowFill(const Flow& flow) {
   return [flow](std::vector<cv::Mat>& channels, const cv::Mat& mask) {
     cv::Mat next;

@@ -18,8 +18,8 @@ using RegionFill = std::function<Vresult(std::vector<cv::Mat>& channels, const c
 // One result per image of input object 1: a copy of the image (under the
 // filter rules: its domain, 0 outside it) in which the pixels of the region
 // of input object 2 are filled by `fill`, working on the region's bounding
-// box grown by `reach` pixels. A region covering the whole image leaves
-// nothing to fill from: VERR_EMPTY_OBJECT.
+// box grown by `reach` + 1 pixels. The fills refuse a region covering the
+// whole image, which leaves nothing to fill from (VERR_EMPTY_OBJECT).
 Vresult InpaintImages(OpContext& ctx, int reach, const RegionFill& fill);
 
 // Solves the Laplace equation on the pixels of `mask` with the others as
