@@ -1,7 +1,8 @@
 // The inpainting operators: harmonic interpolation solves the discrete
 // Laplace equation in the region (a ramp comes back exactly), the flows
 // started from it keep ramps and flat images, the rest of the image stays
-// as it was; then the parameter and region checks.
+// as it was; coherence transport follows bands across a hole; then the
+// parameter and region checks.
 #include "filter_test_support.h"
 #include "pde_test_support.h"
 
@@ -124,14 +125,6 @@ TEST_F(Inpainting, BadParametersAndRegionsAreRefused) {
   ASSERT_EQ(gen_image_const(&cplx, "complex", 4, 4), VRESULT_OK);
   EXPECT_EQ(harmonic_interpolation(cplx, hole, &out, 0.1), VERR_PIXEL_TYPE);
 }
-
-}  // namespace
-
-namespace {
-
-using namespace Vexa;
-using namespace filter_test;
-using namespace pde_test;
 
 class CoherenceTransport : public LeakCheckedTest {};
 
