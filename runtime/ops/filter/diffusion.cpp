@@ -1,50 +1,33 @@
-// Diffusion filters: anisotropic_diffusion and isotropic_diffusion, as
-// explicit steps of the 4-neighbour scheme
-//   u += tau * sum over the neighbours of g(|u_n - u|) (u_n - u)
-// in double. A step reads one pixel around each pixel, so `steps` steps
-// run on a mirrored tile with a margin of `steps`: the unchanged outer
-// ring spoils one more pixel inwards per step and the inner rectangle
-// stays exact. Mirroring commutes with the symmetric scheme, so the tile
-// equals diffusing the image with the mirror border at every step.
-// Results keep the input's type, rounded.
+// Diffusion filters: anisotropic_diffusion, isotropic_diffusion and
+// anisotrope_diff, as explicit steps of the neighbour scheme
+//   u += tau * sum over the neighbours of w g(|u_n - u|) (u_n - u)
+// in double (ConductanceStep), the image continued by the mirror rule at
+// every step. Results keep the input's type, rounded.
 #include <algorithm>
 #include <cmath>
-#include <utility>
+#include <vector>
 
-#include "ops/filter/filter_support.h"
+#include "ops/filter/explicit_flow.h"
 #include "registry.h"
 
 namespace vexa {
 namespace {
 
-constexpr int kMaxSteps = 500;
-
-template <class Conductance>
-Vresult DiffuseImages(OpContext& ctx, int steps, double tau, Conductance g) {
-  return FilterImages(ctx, FilterableType, [&](const cv::Mat& src, cv::Mat& dst,
-                                               const cv::Rect& rect) {
-    cv::Mat u, next;
-    BorderedTile(src, rect, steps, steps, Border{}).convertTo(u, CV_64F);
-    next = u.clone();
-    for (int s = 0; s < steps; ++s) {
-      for (int y = 1; y + 1 < u.rows; ++y) {
-        const double* up = u.ptr<double>(y - 1);
-        const double* row = u.ptr<double>(y);
-        const double* down = u.ptr<double>(y + 1);
-        double* out = next.ptr<double>(y);
-        for (int x = 1; x + 1 < u.cols; ++x) {
-          const double c = row[x];
-          const double dn = up[x] - c, ds = down[x] - c, dw = row[x - 1] - c, de = row[x + 1] - c;
-          out[x] = c + tau * (g(std::fabs(dn)) * dn + g(std::fabs(ds)) * ds +
-                              g(std::fabs(dw)) * dw + g(std::fabs(de)) * de);
-        }
-      }
-      std::swap(u, next);
-    }
-    cv::Mat out = dst(rect);
-    u(cv::Rect(steps, steps, rect.width, rect.height)).convertTo(out, dst.type());
-    return VRESULT_OK;
-  });
+// The `percent` percentile (nearest rank) of the central-difference
+// gradient magnitudes of the whole image.
+double GradientPercentile(const cv::Mat& src, int percent) {
+  cv::Mat u;
+  src.convertTo(u, CV_64F);
+  const Derivatives d = CentralDerivatives(u);
+  std::vector<double> magnitudes;
+  magnitudes.reserve(u.total());
+  for (int y = 0; y < u.rows; ++y)
+    for (int x = 0; x < u.cols; ++x)
+      magnitudes.push_back(std::hypot(d.x.at<double>(y, x), d.y.at<double>(y, x)));
+  const size_t rank = static_cast<size_t>(
+      std::max(1.0, std::ceil(percent / 100.0 * static_cast<double>(magnitudes.size()))));
+  std::nth_element(magnitudes.begin(), magnitudes.begin() + (rank - 1), magnitudes.end());
+  return magnitudes[rank - 1];
 }
 
 }  // namespace
@@ -55,25 +38,9 @@ Vresult DiffuseImages(OpContext& ctx, int steps, double tau, Conductance g) {
 // 1 - (d/K)^2 below K, 0 above. `theta` is the step size, at most 0.25 for
 // a stable scheme.
 VEXA_OPERATOR(anisotropic_diffusion) {
-  int mode = 0, steps = 0;
-  double k = 0.0, theta = 0.0;
-  Vresult rc = ReadChoice(ctx, 0, {"perona-malik", "weickert", "parabolic"}, &mode);
-  if (rc == VRESULT_OK) rc = ReadReal(ctx, 1, 1e-6, 1e30, &k);
-  if (rc == VRESULT_OK) rc = ReadReal(ctx, 2, 1e-6, 0.25, &theta);
-  if (rc == VRESULT_OK) rc = ReadInt(ctx, 3, 0, kMaxSteps, &steps);
-  if (rc != VRESULT_OK) return rc;
-  switch (mode) {
-    case 0:
-      return DiffuseImages(ctx, steps, theta, [k](double d) { return 1.0 / (1.0 + d * d / (k * k)); });
-    case 1:
-      return DiffuseImages(ctx, steps, theta, [k](double d) {
-        return d == 0.0 ? 1.0 : 1.0 - std::exp(-3.31488 / std::pow(d / k, 8));
-      });
-    default:
-      return DiffuseImages(ctx, steps, theta, [k](double d) {
-        return d < k ? 1.0 - d * d / (k * k) : 0.0;
-      });
-  }
+  Flow flow;
+  const Vresult rc = ReadDiffusionFlow(ctx, 0.0, &flow);
+  return rc == VRESULT_OK ? FlowImages(ctx, flow) : rc;
 }
 
 // Linear diffusion up to the scale `sigma` (0 to 15): a Gaussian of sigma,
@@ -83,10 +50,36 @@ VEXA_OPERATOR(isotropic_diffusion) {
   double sigma = 0.0;
   int iterations = 0;
   Vresult rc = ReadReal(ctx, 0, 0.0, 15.0, &sigma);
-  if (rc == VRESULT_OK) rc = ReadInt(ctx, 1, 1, kMaxSteps, &iterations);
+  if (rc == VRESULT_OK) rc = ReadInt(ctx, 1, 1, kMaxFlowSteps, &iterations);
   if (rc != VRESULT_OK) return rc;
   const int steps = std::max(iterations, static_cast<int>(std::ceil(2 * sigma * sigma)));
-  return DiffuseImages(ctx, steps, sigma * sigma / (2 * steps), [](double) { return 1.0; });
+  const Conductance constant{Conductance::kLinear, 1.0};
+  return FlowImages(ctx, Flow{steps, ConductanceReach(0.0),
+                              ConductanceStep(constant, sigma * sigma / (2 * steps), false, 0.0)});
+}
+
+// Perona-Malik diffusion with a contrast taken from the image: K is the
+// `percent` percentile of each channel's gradient magnitudes, measured once
+// on the input. `mode` 1: g = 1 / (1 + (d/K)^2), 2: g = exp(-(d/K)^2);
+// `neighborhood_type` 4 or 8 (diagonals weighted 1/2), steps of 0.2 and
+// 2/15 (0.8 over the sum of the weights).
+VEXA_OPERATOR(anisotrope_diff) {
+  int percent = 0, mode = 0, steps = 0, neighbours = 0;
+  Vresult rc = ReadInt(ctx, 0, 1, 100, &percent);
+  if (rc == VRESULT_OK) rc = ReadInt(ctx, 1, 1, 2, &mode);
+  if (rc == VRESULT_OK) rc = ReadInt(ctx, 2, 0, kMaxFlowSteps, &steps);
+  if (rc == VRESULT_OK) rc = ReadInt(ctx, 3, 4, 8, &neighbours);
+  if (rc == VRESULT_OK && neighbours != 4 && neighbours != 8) rc = VERR_CTRL_VALUE(3);
+  if (rc != VRESULT_OK) return rc;
+  const bool eight = neighbours == 8;
+  const double tau = eight ? 0.8 / 6.0 : 0.2;
+  const Conductance::Kind kind = mode == 1 ? Conductance::kPeronaMalik : Conductance::kGaussian;
+  return FilterImages(ctx, FilterableType, [&](const cv::Mat& src, cv::Mat& dst,
+                                               const cv::Rect& rect) {
+    const Conductance g{kind, GradientPercentile(src, percent)};
+    return RunFlow(src, dst, rect, steps, ConductanceReach(0.0),
+                   ConductanceStep(g, tau, eight, 0.0));
+  });
 }
 
 }  // namespace vexa

@@ -139,20 +139,15 @@ bool ByteToByte(PixelType in, PixelType* out) {
   return in == PixelType::kByte;
 }
 
-namespace {
-
-Vresult GuardedFilter(const ChannelFilter& filter, const cv::Mat& src, cv::Mat& dst,
-                      const cv::Rect& rect) {
+Vresult Guarded(const std::function<Vresult()>& fn) {
   try {
-    return filter(src, dst, rect);
+    return fn();
   } catch (const std::bad_alloc&) {
     return VERR_OUT_OF_MEMORY;
   } catch (const cv::Exception& e) {
     return e.code == cv::Error::StsNoMem ? VERR_OUT_OF_MEMORY : VERR_INTERNAL;
   }
 }
-
-}  // namespace
 
 Vresult NewFilterResult(PixelType type, const PixelBuffer& like, int channels, RegionPtr domain,
                         FilterWrites writes, Vkey* key) {
@@ -186,7 +181,7 @@ Vresult FilterImages(OpContext& ctx, FilterTypeRule rule, const ChannelFilter& f
       r = db::WritableChannel(made, static_cast<int>(ch), &buffer);
       if (r != VRESULT_OK) return r;
       cv::Mat dst = MatOf(buffer);
-      r = GuardedFilter(filter, MatOf(*in.channels[ch]), dst, rect);
+      r = Guarded([&] { return filter(MatOf(*in.channels[ch]), dst, rect); });
       if (r != VRESULT_OK) return r;
       ClearOutsideDomain(*in.domain, rect, &dst);
     }

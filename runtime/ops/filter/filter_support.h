@@ -73,6 +73,9 @@ cv::Mat BorderedTile(const cv::Mat& src, const cv::Rect& rect, int my, int mx,
 // Zero for the pixels of dst(rect) outside the domain.
 void ClearOutsideDomain(const Region& domain, const cv::Rect& rect, cv::Mat* dst);
 
+// fn(), with an exhausted memory and OpenCV's failures as result codes.
+Vresult Guarded(const std::function<Vresult()>& fn);
+
 // Computes dst(rect) from src; both are whole images of one size.
 using ChannelFilter =
     std::function<Vresult(const cv::Mat& src, cv::Mat& dst, const cv::Rect& rect)>;
