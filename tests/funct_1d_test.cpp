@@ -1,7 +1,11 @@
 // Sampled functions: layout and refusal of malformed tuples, evaluation
 // under each border rule, derivatives, integrals, extrema and zeros
 // against explicit values, the axis transform and its estimation.
+#include <unistd.h>
+
 #include <cmath>
+#include <filesystem>
+#include <string>
 
 #include "math_test_support.h"
 
@@ -150,6 +154,23 @@ TEST_F(Funct1DTest, InverseAndAxisTransforms) {
   EXPECT_NEAR(p[3], 0.5, 1e-3);
   EXPECT_LT(chi2[0].D(), 1e-2);
   EXPECT_EQ(cov.Num(), 16);
+}
+
+TEST_F(Funct1DTest, FunctionsInFiles) {
+  const std::string file = std::filesystem::temp_directory_path() / ("funct_" + std::to_string(getpid()));
+  VTuple f, back;
+  ASSERT_EQ(create_funct_1d_pairs(VTuple(0.0).Append(0.5).Append(2.0), VTuple(1.0).Append(-3.25).Append(0.1), &f),
+            VRESULT_OK);
+  ASSERT_EQ(write_funct_1d(f, file.c_str()), VRESULT_OK);
+  ASSERT_EQ(read_funct_1d(file.c_str(), &back), VRESULT_OK);
+  EXPECT_EQ(back, f);
+  // A tuple text that is no function.
+  ASSERT_EQ(write_tuple(VTuple(Vlong{2}).Append(1.0).Append(0.0).Append(5.0).Append(6.0), file.c_str()),
+            VRESULT_OK);
+  EXPECT_EQ(read_funct_1d(file.c_str(), &back), VERR_FILE_CORRUPT);
+  EXPECT_EQ(write_funct_1d(VTuple(Vlong{3}), file.c_str()), VERR_CTRL_NUM(0));
+  std::filesystem::remove(file);
+  EXPECT_EQ(read_funct_1d(file.c_str(), &back), VERR_FILE_NOT_FOUND);
 }
 
 }  // namespace

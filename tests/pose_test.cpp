@@ -204,4 +204,57 @@ TEST_F(PoseTest, TransformationValuesRoundTripThroughItems) {
   for (Vlong i : items) EXPECT_EQ(clear_serialized_item(i), VRESULT_OK);
 }
 
+TEST_F(PoseTest, TypeNamesAndMovedOrigin) {
+  VTuple pose, transform, rotation, view;
+  ASSERT_EQ(create_pose(1.0, 2.0, 3.0, 10.0, 20.0, 30.0, "R(p-T)", "abg", "coordinate_system", &pose),
+            VRESULT_OK);
+  ASSERT_EQ(get_pose_type(pose, &transform, &rotation, &view), VRESULT_OK);
+  EXPECT_STREQ(transform[0].S(), "R(p-T)");
+  EXPECT_STREQ(rotation[0].S(), "abg");
+  EXPECT_STREQ(view[0].S(), "coordinate_system");
+  // Moving the origin is composing with a pure shift, in the pose's type.
+  VTuple moved, shift, composed;
+  ASSERT_EQ(set_origin_pose(pose, 0.5, -1.0, 2.0, &moved), VRESULT_OK);
+  ASSERT_EQ(create_pose(0.5, -1.0, 2.0, 0.0, 0.0, 0.0, "Rp+T", "gba", "point", &shift), VRESULT_OK);
+  ASSERT_EQ(pose_compose(pose, shift, &composed), VRESULT_OK);
+  ASSERT_EQ(moved.Num(), 7);
+  for (int k = 0; k < 7; ++k) EXPECT_NEAR(moved[k].D(), composed[k].D(), 1e-9) << k;
+  VTuple bad;
+  EXPECT_EQ(set_origin_pose(pose, std::nan(""), 0.0, 0.0, &bad), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(get_pose_type(VTuple(1.0), &transform, &rotation, &view), VERR_CTRL_NUM(0));
+}
+
+TEST_F(PoseTest, SphericalCoordinatesBothWays) {
+  VTuple x, y, z;
+  // Axis z, longitude 0 along x: the usual geographic frame.
+  ASSERT_EQ(convert_point_3d_spher_to_cart(VTuple(0.0).Append(M_PI / 2).Append(1.0),
+                                           VTuple(0.0).Append(0.0).Append(M_PI / 2), 2.0, "z", "x",
+                                           &x, &y, &z),
+            VRESULT_OK);
+  const double expected[3][3] = {{2, 0, 0}, {0, 2, 0}, {0, 0, 2}};
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_NEAR(x[i].D(), expected[i][0], 1e-12);
+    EXPECT_NEAR(y[i].D(), expected[i][1], 1e-12);
+    EXPECT_NEAR(z[i].D(), expected[i][2], 1e-12);
+  }
+  // Any frame: there and back.
+  VTuple lon, lat, r, bx, by, bz;
+  const VTuple px = VTuple(0.3).Append(-1.2).Append(0.0), py = VTuple(-0.7).Append(0.4).Append(2.0),
+               pz = VTuple(1.1).Append(-0.2).Append(-0.5);
+  ASSERT_EQ(convert_point_3d_cart_to_spher(px, py, pz, "-y", "z", &lon, &lat, &r), VRESULT_OK);
+  ASSERT_EQ(convert_point_3d_spher_to_cart(lon, lat, r, "-y", "z", &bx, &by, &bz), VRESULT_OK);
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_NEAR(bx[i].D(), px[i].D(), 1e-12);
+    EXPECT_NEAR(by[i].D(), py[i].D(), 1e-12);
+    EXPECT_NEAR(bz[i].D(), pz[i].D(), 1e-12);
+    EXPECT_NEAR(r[i].D(), std::sqrt(px[i].D() * px[i].D() + py[i].D() * py[i].D() + pz[i].D() * pz[i].D()), 1e-12);
+  }
+  // The third point lies mostly towards +y, against the axis -y: its
+  // latitude is negative.
+  EXPECT_NEAR(lat[2].D(), -std::atan2(2.0, std::hypot(0.0, 0.5)), 1e-12);
+  EXPECT_EQ(convert_point_3d_cart_to_spher(px, py, pz, "z", "-z", &lon, &lat, &r), VERR_CTRL_VALUE(4));
+  EXPECT_EQ(convert_point_3d_cart_to_spher(px, py, pz, "w", "x", &lon, &lat, &r), VERR_CTRL_VALUE(3));
+  EXPECT_EQ(convert_point_3d_spher_to_cart(0.0, 0.0, -1.0, "z", "x", &x, &y, &z), VERR_CTRL_VALUE(2));
+}
+
 }  // namespace

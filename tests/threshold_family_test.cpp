@@ -102,6 +102,24 @@ TEST_F(ThresholdFamily, HistogramThresholdsSplitWhereTheClassesSeparate) {
   Vlong num = 0;
   ASSERT_EQ(count_obj(classes, &num), VRESULT_OK);
   EXPECT_EQ(num, 2);
+  // The same classes from the histogram itself, as gray-value ranges.
+  VTuple absolute, relative, lows, highs;
+  ASSERT_EQ(gray_histo(im.image, im.image, &absolute, &relative), VRESULT_OK);
+  ASSERT_EQ(histo_to_thresh(absolute, 12.0, &lows, &highs), VRESULT_OK);
+  ASSERT_EQ(lows.Num(), 2);
+  for (Vlong k = 0; k < 2; ++k) {
+    Vobject cls, range;
+    ASSERT_EQ(select_obj(classes, &cls, k + 1), VRESULT_OK);
+    ASSERT_EQ(threshold(im.image, &range, lows[k].D(), highs[k].D()), VRESULT_OK);
+    Vlong same = 0;
+    ASSERT_EQ(test_equal_region(cls, range, &same), VRESULT_OK);
+    EXPECT_EQ(same, 1) << k;
+  }
+  ASSERT_EQ(histo_to_thresh(relative, 12.0, &lows, &highs), VRESULT_OK);
+  EXPECT_EQ(lows.Num(), 2);
+  ASSERT_EQ(histo_to_thresh(VTuple(0.0).Append(0.0), 1.0, &lows, &highs), VRESULT_OK);
+  EXPECT_EQ(lows.Num(), 0);
+  EXPECT_EQ(histo_to_thresh(VTuple(1.0).Append(-1.0), 1.0, &lows, &highs), VERR_CTRL_VALUE(0));
   Vobject characters;
   Vlong thr = 0;
   ASSERT_EQ(char_threshold(im.image, im.image, &characters, 2.0, 5.0, &thr), VRESULT_OK);

@@ -11,7 +11,10 @@ namespace vexa {
 Vresult GetFunct1D(const OpContext& ctx, int par, Funct1D* f, size_t min_points) {
   std::vector<double> v;
   const Vresult rc = ctx.GetDoubles(par, v);
-  if (rc != VRESULT_OK) return rc;
+  return rc == VRESULT_OK ? Funct1DOfValues(v, par, min_points, f) : rc;
+}
+
+Vresult Funct1DOfValues(const std::vector<double>& v, int par, size_t min_points, Funct1D* f) {
   if (v.empty()) return VERR_CTRL_NUM(par);
   const double n = v[0];
   if (!(n >= 0.0) || n != std::floor(n)) return VERR_CTRL_VALUE(par);

@@ -24,6 +24,8 @@ enum class Border { kZero, kConstant, kMirror, kCyclic, kError };
 // length, VERR_CTRL_VALUE(par) for a bad count, x values out of order or
 // values that are not finite; at least `min_points` points.
 Vresult GetFunct1D(const OpContext& ctx, int par, Funct1D* f, size_t min_points = 1);
+// The same checks on the tuple's values, with the codes of `par`.
+Vresult Funct1DOfValues(const std::vector<double>& v, int par, size_t min_points, Funct1D* f);
 Vresult SetFunct1D(OpContext& ctx, int par, const Funct1D& f);
 // A function of the given points, sorted by x; VERR_CTRL_VALUE(x_par) for
 // two equal x values.

@@ -1,5 +1,6 @@
 // Operators on poses: making them, converting between their types and to
 // matrices and quaternions, inverting, composing and averaging them.
+#include <cmath>
 #include <cstring>
 
 #include "ops/math/pose.h"
@@ -69,6 +70,35 @@ VEXA_OPERATOR(pose_invert) {
   inv.topLeftCorner<3, 3>() = m.topLeftCorner<3, 3>().transpose();
   inv.topRightCorner<3, 1>() = -inv.topLeftCorner<3, 3>() * m.topRightCorner<3, 1>();
   return SetPose(ctx, 0, inv, type, 0);
+}
+
+// The names of the pose's type: transform order, rotation order, view.
+VEXA_OPERATOR(get_pose_type) {
+  Mat3D m;
+  PoseType type;
+  Vresult rc = GetPose(ctx, 0, &m, &type);
+  if (rc != VRESULT_OK) return rc;
+  const char* rotation = type.rotation == 0 ? "gba" : type.rotation == 2 ? "abg" : "rodriguez";
+  rc = ctx.SetOutpString(0, type.minus_t ? "R(p-T)" : "Rp+T");
+  if (rc == VRESULT_OK) rc = ctx.SetOutpString(1, rotation);
+  return rc == VRESULT_OK ? ctx.SetOutpString(2, type.coordinate_system ? "coordinate_system" : "point") : rc;
+}
+
+// The pose with its origin moved by (dx, dy, dz), measured in the pose's
+// own coordinates: the point map after the shift, in the pose's type.
+VEXA_OPERATOR(set_origin_pose) {
+  Mat3D m;
+  PoseType type;
+  double d[3];
+  Vresult rc = GetPose(ctx, 0, &m, &type);
+  for (int k = 0; k < 3 && rc == VRESULT_OK; ++k) {
+    rc = ctx.GetDouble(1 + k, &d[k]);
+    if (rc == VRESULT_OK && !std::isfinite(d[k])) rc = VERR_CTRL_VALUE(1 + k);
+  }
+  if (rc != VRESULT_OK) return rc;
+  Mat3D shift = Mat3D::Identity();
+  shift.topRightCorner<3, 1>() = Eigen::Vector3d(d[0], d[1], d[2]);
+  return SetPose(ctx, 0, m * shift, type, 0);
 }
 
 // left after right: the map of pose_left times that of pose_right, in the

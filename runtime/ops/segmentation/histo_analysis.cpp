@@ -31,8 +31,12 @@ bool OccupiedRange(const std::vector<T>& h, size_t* first, size_t* last) {
 }  // namespace
 
 std::vector<double> SmoothHistogram(const std::vector<int64_t>& counts, double sigma) {
+  return SmoothHistogram(std::vector<double>(counts.begin(), counts.end()), sigma);
+}
+
+std::vector<double> SmoothHistogram(const std::vector<double>& counts, double sigma) {
   const int64_t n = static_cast<int64_t>(counts.size());
-  std::vector<double> out(counts.begin(), counts.end());
+  std::vector<double> out(counts);
   if (!(sigma > 0) || n == 0) return out;
   // A kernel wider than the histogram adds only mirrored copies of it, so
   // the radius is bounded by the length (which also keeps a huge or
@@ -49,8 +53,7 @@ std::vector<double> SmoothHistogram(const std::vector<int64_t>& counts, double s
   for (int64_t i = 0; i < n; ++i) {
     double v = 0.0;
     for (int64_t j = -radius; j <= radius; ++j)
-      v += kernel[static_cast<size_t>(j + radius)] *
-           static_cast<double>(counts[Mirror(i + j, n)]);
+      v += kernel[static_cast<size_t>(j + radius)] * counts[Mirror(i + j, n)];
     out[static_cast<size_t>(i)] = v / sum;
   }
   return out;
@@ -123,6 +126,16 @@ size_t SmoothHistoThreshold(const std::vector<int64_t>& counts) {
   }
   SeparabilityThreshold(counts, &t);
   return t;
+}
+
+std::vector<size_t> ClassMinima(const std::vector<double>& histogram, double sigma) {
+  std::vector<size_t> maxima, minima;
+  size_t first = 0, last = histogram.size();
+  while (first < last && histogram[first] == 0) ++first;
+  while (last > first && histogram[last - 1] == 0) --last;
+  if (first < last)
+    HistogramExtrema(SmoothHistogram(histogram, sigma), first, last - 1, &maxima, &minima);
+  return minima;
 }
 
 }  // namespace vexa

@@ -9,6 +9,8 @@
 //   auto_threshold    splits the value range at every minimum of the
 //                     histogram smoothed with sigma: one region per class,
 //                     darkest first (a minimum belongs to the darker class)
+//   histo_to_thresh   auto_threshold's classes of a given histogram, as
+//                     gray-value ranges
 //   char_threshold    dark characters on a light background: from the peak
 //                     of the histogram in histo_region (smoothed with
 //                     sigma) down to the first value whose frequency is
@@ -128,14 +130,8 @@ VEXA_OPERATOR(auto_threshold) {
                                 Vlong, NewKeys* out) {
     if (!HasValueHistogram(im.type())) return VERR_PIXEL_TYPE;
     const GrayHistogram h = ValueHistogram(im, s);
-    std::vector<size_t> maxima, minima;
-    if (h.total > 0) {
-      const std::vector<double> smooth = SmoothHistogram(h.counts, sigma);
-      size_t first = 0, last = h.counts.size() - 1;
-      while (h.counts[first] == 0) ++first;
-      while (h.counts[last] == 0) --last;
-      HistogramExtrema(smooth, first, last, &maxima, &minima);
-    }
+    const std::vector<size_t> minima =
+        ClassMinima(std::vector<double>(h.counts.begin(), h.counts.end()), sigma);
     std::vector<size_t> class_of_bin(h.counts.size());
     size_t cls = 0;
     for (size_t i = 0; i < class_of_bin.size(); ++i) {
@@ -184,6 +180,36 @@ VEXA_OPERATOR(char_threshold) {
   });
   if (rc == VRESULT_OK) rc = out.HandOver(ctx, 1);
   return rc == VRESULT_OK ? ctx.SetOutpLongs(0, thresholds) : rc;
+}
+
+// The classes auto_threshold would make of a histogram (counts or shares
+// per gray value, index 0 the first), as the gray-value ranges
+// [min_thresh[i], max_thresh[i]] from the first to the last occupied bin.
+VEXA_OPERATOR(histo_to_thresh) {
+  std::vector<double> histogram;
+  double sigma = 0.0;
+  Vresult rc = ctx.GetDoubles(0, histogram);
+  if (rc == VRESULT_OK) rc = ctx.GetDouble(1, &sigma);
+  if (rc != VRESULT_OK) return rc;
+  if (!(sigma >= 0.0) || !std::isfinite(sigma)) return VERR_CTRL_VALUE(1);
+  for (double v : histogram)
+    if (!(v >= 0.0) || !std::isfinite(v)) return VERR_CTRL_VALUE(0);
+  size_t first = 0, last = histogram.size();
+  while (first < last && histogram[first] == 0) ++first;
+  while (last > first && histogram[last - 1] == 0) --last;
+  std::vector<Vlong> lows, highs;
+  if (first < last) {
+    size_t low = first;
+    for (size_t m : ClassMinima(histogram, sigma)) {
+      lows.push_back(static_cast<Vlong>(low));
+      highs.push_back(static_cast<Vlong>(m));
+      low = m + 1;
+    }
+    lows.push_back(static_cast<Vlong>(low));
+    highs.push_back(static_cast<Vlong>(last - 1));
+  }
+  rc = ctx.SetOutpLongs(0, lows);
+  return rc == VRESULT_OK ? ctx.SetOutpLongs(1, highs) : rc;
 }
 
 }  // namespace vexa
