@@ -46,9 +46,11 @@ Vresult ReadFrame(const OpContext& ctx, int par, Frame* f) {
   return VRESULT_OK;
 }
 
-// Columns of three inputs from `first`, each of one length or one value.
-Vresult ReadTriples(const OpContext& ctx, int first, std::vector<std::vector<double>>* cols) {
-  return GetPointTuples(ctx, {first, first + 1, first + 2}, cols);
+// The three coordinate tuples (controls 0 to 2, each of one length or one
+// value) and the frame (controls 3 and 4).
+Vresult ReadInputs(const OpContext& ctx, std::vector<std::vector<double>>* cols, Frame* f) {
+  const Vresult rc = GetPointTuples(ctx, {0, 1, 2}, cols);
+  return rc == VRESULT_OK ? ReadFrame(ctx, 3, f) : rc;
 }
 
 Vresult WriteTriples(OpContext& ctx, const std::vector<std::vector<double>>& cols) {
@@ -60,12 +62,10 @@ Vresult WriteTriples(OpContext& ctx, const std::vector<std::vector<double>>& col
 }  // namespace
 
 VEXA_OPERATOR(convert_point_3d_spher_to_cart) {
-  std::vector<std::vector<double>> in;
+  std::vector<std::vector<double>> in, out(3);
   Frame f;
-  Vresult rc = ReadTriples(ctx, 0, &in);
-  if (rc == VRESULT_OK) rc = ReadFrame(ctx, 3, &f);
+  const Vresult rc = ReadInputs(ctx, &in, &f);
   if (rc != VRESULT_OK) return rc;
-  std::vector<std::vector<double>> out(3);
   for (size_t i = 0; i < in[0].size(); ++i) {
     const double lon = in[0][i], lat = in[1][i], r = in[2][i];
     if (r < 0) return VERR_CTRL_VALUE(2);
@@ -77,12 +77,10 @@ VEXA_OPERATOR(convert_point_3d_spher_to_cart) {
 }
 
 VEXA_OPERATOR(convert_point_3d_cart_to_spher) {
-  std::vector<std::vector<double>> in;
+  std::vector<std::vector<double>> in, out(3);
   Frame f;
-  Vresult rc = ReadTriples(ctx, 0, &in);
-  if (rc == VRESULT_OK) rc = ReadFrame(ctx, 3, &f);
+  const Vresult rc = ReadInputs(ctx, &in, &f);
   if (rc != VRESULT_OK) return rc;
-  std::vector<std::vector<double>> out(3);
   for (size_t i = 0; i < in[0].size(); ++i) {
     const Eigen::Vector3d p(in[0][i], in[1][i], in[2][i]);
     const double m = p.dot(f.meridian), e = p.dot(f.east), n = p.dot(f.north);
