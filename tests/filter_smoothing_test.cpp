@@ -146,6 +146,23 @@ TEST_F(SmoothChecks, SmoothImageKeepsFlatImagesAndRelatesItsFilters) {
   ASSERT_EQ(smooth_image(im.image, &a, "deriche2", 0.5), VRESULT_OK);
   ASSERT_EQ(smooth_image(im.image, &b, "deriche1", 1.0), VRESULT_OK);
   ExpectFiltered(a, im, [&](int r, int c) { return Pixels(b)->Get(r, c); }, 1e-5, "deriche2");
+  // info_smooth gives the kernel: an impulse smoothed is the kernel's
+  // outer product.
+  VTuple size, weights;
+  ASSERT_EQ(info_smooth("shen", 0.9, &size, &weights), VRESULT_OK);
+  const int n = static_cast<int>(size[0].L());
+  ASSERT_EQ(weights.Num(), n);
+  ASSERT_EQ(n % 2, 1);
+  double sum = 0;
+  for (int i = 0; i < n; ++i) sum += weights[i].D();
+  EXPECT_NEAR(sum, 1.0, 1e-12);
+  Vobject impulse, smoothed;
+  ASSERT_EQ(gen_image_const(&impulse, "real", 41, 41), VRESULT_OK);
+  ASSERT_EQ(set_grayval(impulse, 20, 20, 1.0), VRESULT_OK);
+  ASSERT_EQ(smooth_image(impulse, &smoothed, "shen", 0.9), VRESULT_OK);
+  for (int d = 0; d <= n / 2; ++d)
+    EXPECT_NEAR(Pixels(smoothed)->Get(20, 20 + d), weights[n / 2].D() * weights[n / 2 + d].D(), 1e-6) << d;
+  EXPECT_EQ(info_smooth("box", 0.9, &size, &weights), VERR_CTRL_VALUE(0));
 }
 
 TEST_F(SmoothChecks, MaskFilesReadLikeTuplesAndBadOnesAreRefused) {

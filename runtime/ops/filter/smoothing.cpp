@@ -1,5 +1,5 @@
 // Linear smoothing: mean_image, gauss_filter, gauss_image,
-// binomial_filter and smooth_image. All are separable; the 3x3 mean of
+// binomial_filter and smooth_image (and info_smooth, its kernel). All are separable; the 3x3 mean of
 // bytes has its own one-pass kernel (box_mean3.h), otherwise OpenCV's box,
 // Gaussian and separable filters do the work on the image itself (ROI
 // headers, mirror border), int1 and int4 through a double tile. Results
@@ -103,32 +103,52 @@ VEXA_OPERATOR(binomial_filter) {
   return SeparableSmooth(ctx, BinomialKernel(w), BinomialKernel(h));
 }
 
-// Recursive-filter profiles sampled as separable masks: "deriche1"
+namespace {
+
+// smooth_image's kernel for the filter and alpha of controls 0 and 1:
+// recursive-filter profiles sampled as separable masks, "deriche1"
 // (1 + a x) e^(-a x), "deriche2" the same at 2a, "shen" e^(-a x), and
 // "gauss" with sigma = alpha. A smaller alpha smooths more, except for
 // "gauss".
-VEXA_OPERATOR(smooth_image) {
+Vresult ReadSmoothKernel(const OpContext& ctx, cv::Mat* k) {
   int filter = 0;
   double alpha = 0.0;
   Vresult rc = ReadChoice(ctx, 0, {"deriche1", "deriche2", "shen", "gauss"}, &filter);
   if (rc == VRESULT_OK) rc = ReadReal(ctx, 1, 0.01, 100.0, &alpha);
   if (rc != VRESULT_OK) return rc;
-  cv::Mat k;
   switch (filter) {
     case 0:
     case 1: {
       const double a = filter == 0 ? alpha : 2 * alpha;
-      k = ProfileKernel([a](double x) { return (1 + a * x) * std::exp(-a * x); });
+      *k = ProfileKernel([a](double x) { return (1 + a * x) * std::exp(-a * x); });
       break;
     }
     case 2:
-      k = ProfileKernel([alpha](double x) { return std::exp(-alpha * x); });
+      *k = ProfileKernel([alpha](double x) { return std::exp(-alpha * x); });
       break;
     default:
-      k = ProfileKernel([alpha](double x) { return std::exp(-x * x / (2 * alpha * alpha)); });
+      *k = ProfileKernel([alpha](double x) { return std::exp(-x * x / (2 * alpha * alpha)); });
       break;
   }
-  return SeparableSmooth(ctx, k, k);
+  return VRESULT_OK;
+}
+
+}  // namespace
+
+VEXA_OPERATOR(smooth_image) {
+  cv::Mat k;
+  const Vresult rc = ReadSmoothKernel(ctx, &k);
+  return rc == VRESULT_OK ? SeparableSmooth(ctx, k, k) : rc;
+}
+
+// The width of smooth_image's kernel (the same along rows and columns)
+// and its weights, which sum to 1.
+VEXA_OPERATOR(info_smooth) {
+  cv::Mat k;
+  Vresult rc = ReadSmoothKernel(ctx, &k);
+  if (rc != VRESULT_OK) return rc;
+  rc = ctx.SetOutpLong(0, k.rows);
+  return rc == VRESULT_OK ? ctx.SetOutpDoubles(1, std::vector<double>(k.begin<double>(), k.end<double>())) : rc;
 }
 
 }  // namespace vexa
