@@ -1,5 +1,5 @@
-// Editing contours: closing, clipping to rectangles, clipping end points,
-// smoothing; selecting and sorting contours. Pieces keep the per-point
+// Editing contours: closing, clipping to rectangles, clipping end points;
+// selecting and sorting contours. Pieces keep the per-point
 // attributes of their points; points made on a clipping border take the
 // interpolated attribute values.
 #include <algorithm>
@@ -282,44 +282,6 @@ VEXA_OPERATOR(sort_contours_xld) {
   std::vector<Vkey> keys;
   for (size_t i : idx) keys.push_back(ctx.InpObjKey(1, static_cast<Vlong>(i)));
   return PassOnKeys(ctx, 1, keys);
-}
-
-// Each point projected onto the regression line of the
-// num_regression_points (odd, >= 3) points centred on it; windows shrink
-// at the ends of open contours and wrap round closed ones.
-VEXA_OPERATOR(smooth_contours_xld) {
-  std::vector<XldPtr> xs;
-  Vlong num = 0;
-  Vresult rc = InpXlds(ctx, 1, VOBJ_XLD_CONT, &xs);
-  if (rc == VRESULT_OK) rc = ctx.GetLong(0, &num);
-  if (rc != VRESULT_OK) return rc;
-  if (num < 3 || num % 2 == 0 || num > 100001) return VERR_CTRL_VALUE(0);
-  const long half = static_cast<long>(num / 2);
-  std::vector<XldPtr> out;
-  for (const XldPtr& x : xs) {
-    auto y = std::make_shared<Xld>(*x);
-    const bool closed = IsClosed(*x);
-    const long n = static_cast<long>(x->size()) - (closed ? 1 : 0);
-    for (long i = 0; i < n && n > 2; ++i) {
-      const long h = closed ? std::min(half, (n - 1) / 2) : std::min({half, i, n - 1 - i});
-      double mr = 0, mc = 0, srr = 0, scc = 0, src = 0;
-      const double m = 2.0 * h + 1;
-      auto at = [&](long k) { return static_cast<size_t>(((k % n) + n) % n); };
-      for (long k = i - h; k <= i + h; ++k) mr += x->rows[at(k)] / m, mc += x->cols[at(k)] / m;
-      for (long k = i - h; k <= i + h; ++k) {
-        const double a = x->rows[at(k)] - mr, b = x->cols[at(k)] - mc;
-        srr += a * a, scc += b * b, src += a * b;
-      }
-      const double theta = 0.5 * std::atan2(2 * src, scc - srr);
-      const double dr = std::sin(theta), dc = std::cos(theta);
-      const double t = (x->rows[static_cast<size_t>(i)] - mr) * dr + (x->cols[static_cast<size_t>(i)] - mc) * dc;
-      y->rows[static_cast<size_t>(i)] = static_cast<float>(mr + t * dr);
-      y->cols[static_cast<size_t>(i)] = static_cast<float>(mc + t * dc);
-    }
-    if (closed && n > 2) y->rows.back() = y->rows.front(), y->cols.back() = y->cols.front();
-    out.push_back(y);
-  }
-  return HandOverXlds(ctx, 1, out);
 }
 
 }  // namespace xld
