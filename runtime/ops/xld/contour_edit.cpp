@@ -6,41 +6,13 @@
 #include <cmath>
 #include <numeric>
 
+#include "contour_pieces.h"
 #include "registry.h"
 #include "xld_geometry.h"
 
 namespace vexa {
 namespace xld {
 namespace {
-
-// Builds a contour from points of `src`, each either a source point i or
-// a point at fraction t of the way from i to i + 1.
-class PieceBuilder {
- public:
-  explicit PieceBuilder(const Xld& src) : src_(src) { Reset(); }
-  void Add(size_t i, double t = 0) {
-    const size_t j = t > 0 ? i + 1 : i;
-    auto mix = [&](double a, double b) { return a + t * (b - a); };
-    piece_->rows.push_back(static_cast<float>(mix(src_.rows[i], src_.rows[j])));
-    piece_->cols.push_back(static_cast<float>(mix(src_.cols[i], src_.cols[j])));
-    for (size_t k = 0; k < src_.attribs.size(); ++k)
-      piece_->attribs[k].values.push_back(mix(src_.attribs[k].values[i], src_.attribs[k].values[j]));
-  }
-  // Ends the piece; pieces of fewer than two points are dropped.
-  void Finish(std::vector<XldPtr>* out) {
-    if (piece_->size() > 1) out->push_back(piece_);
-    Reset();
-  }
-
- private:
-  void Reset() {
-    piece_ = std::make_shared<Xld>();
-    piece_->globals = src_.globals;
-    for (const XldAttrib& a : src_.attribs) piece_->attribs.push_back({a.name, {}});
-  }
-  const Xld& src_;
-  std::shared_ptr<Xld> piece_;
-};
 
 // The parts of each contour inside the rectangle. With `exact`, segments
 // are cut where they cross the border (Liang-Barsky); otherwise only
