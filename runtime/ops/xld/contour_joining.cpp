@@ -150,6 +150,34 @@ Pt OutwardAt(const LineFit& fit, const Xld& x, bool last) {
 
 double Distance(const Pt& a, const Pt& b) { return std::hypot(a.r - b.r, a.c - b.c); }
 
+double LineDistance(const LineFit& f, const Pt& p) {
+  return std::fabs((p.r - f.centre.r) * f.dir.c - (p.c - f.centre.c) * f.dir.r);
+}
+
+Pt Reverse(const Pt& u) { return {-u.r, -u.c}; }
+
+EndPair PairOfEnds(const Xld& xa, bool a_last, const LineFit& fa, const Xld& xb, bool b_last,
+                   const LineFit& fb) {
+  EndPair e;
+  e.pa = EndPoint(xa, a_last), e.pb = EndPoint(xb, b_last);
+  e.ua = OutwardAt(fa, xa, a_last), e.ub = OutwardAt(fb, xb, b_last);
+  e.d = Distance(e.pa, e.pb);
+  e.shift = std::max(LineDistance(fa, e.pb), LineDistance(fb, e.pa));
+  e.overlap = std::max(0.0, -((e.pb.r - e.pa.r) * e.ua.r + (e.pb.c - e.pa.c) * e.ua.c));
+  return e;
+}
+
+std::vector<double> CommonLineDistances(const Xld& xa, const Xld& xb) {
+  Xld both;
+  both.rows = xa.rows, both.cols = xa.cols;
+  both.rows.insert(both.rows.end(), xb.rows.begin(), xb.rows.end());
+  both.cols.insert(both.cols.end(), xb.cols.begin(), xb.cols.end());
+  const LineFit f = FitLine(both);
+  std::vector<double> d(both.size());
+  for (size_t i = 0; i < both.size(); ++i) d[i] = LineDistance(f, {both.rows[i], both.cols[i]});
+  return d;
+}
+
 double AngleBetween(const Pt& u, const Pt& v) {
   return std::acos(std::clamp(u.r * v.r + u.c * v.c, -1.0, 1.0));
 }
