@@ -121,17 +121,21 @@ Vobject CircleArc(double t0, double t1) {
   return x;
 }
 
+// union_cotangential_contours_xld with max_dist 10 and no overlap.
+Vlong JoinedCot(const Vobject& in, double clip, double length, double angle, double perp) {
+  Vobject out;
+  EXPECT_EQ(union_cotangential_contours_xld(in, &out, clip, length, angle, 10.0, perp, 0.0, "attr_keep"),
+            VRESULT_OK);
+  return Count(out);
+}
+
 TEST_F(XldUnionExt, ArcsOfOneCircleJoinByTheirEndTangentsNotByTheirLines) {
   // A fit over the last 3 pixels (0.06 rad) gives the tangent at its
   // middle: the tangents at the facing ends differ by 0.1 + 2 * 0.03 rad.
   const Vobject arcs = Both(CircleArc(0, 1), CircleArc(1.1, 2.1));
   Vobject out;
-  ASSERT_EQ(union_cotangential_contours_xld(arcs, &out, 0.0, 3.0, 0.17, 10.0, 2.0, 0.0, "attr_keep"),
-            VRESULT_OK);
-  EXPECT_EQ(Count(out), 1);
-  ASSERT_EQ(union_cotangential_contours_xld(arcs, &out, 0.0, 3.0, 0.15, 10.0, 2.0, 0.0, "attr_keep"),
-            VRESULT_OK);
-  EXPECT_EQ(Count(out), 2);
+  EXPECT_EQ(JoinedCot(arcs, 0.0, 3.0, 0.17, 2.0), 1);
+  EXPECT_EQ(JoinedCot(arcs, 0.0, 3.0, 0.15, 2.0), 2);
   // Their regression lines lie about 1.05 rad apart.
   ASSERT_EQ(union_collinear_contours_xld(arcs, &out, 10.0, 1.0, 2.0, 0.17, "attr_keep"), VRESULT_OK);
   EXPECT_EQ(Count(out), 2);
@@ -141,16 +145,10 @@ TEST_F(XldUnionExt, ClippingSkipsAHookAtTheEnd) {
   // A hook of two points bent down at the end of the first piece.
   const Vobject hooked = Both(Segment(10, 0, 20, {{11, 20}, {12, 20}}), Segment(10, 25, 45));
   Vobject out;
-  ASSERT_EQ(union_cotangential_contours_xld(hooked, &out, 0.0, 5.0, 0.1, 10.0, 3.0, 0.0, "attr_keep"),
-            VRESULT_OK);
-  EXPECT_EQ(Count(out), 2);
-  ASSERT_EQ(union_cotangential_contours_xld(hooked, &out, 2.0, 5.0, 0.1, 10.0, 3.0, 0.0, "attr_keep"),
-            VRESULT_OK);
-  EXPECT_EQ(Count(out), 1);
+  EXPECT_EQ(JoinedCot(hooked, 0.0, 5.0, 0.1, 3.0), 2);
+  EXPECT_EQ(JoinedCot(hooked, 2.0, 5.0, 0.1, 3.0), 1);
   // The end point lies 2 off the other piece's line.
-  ASSERT_EQ(union_cotangential_contours_xld(hooked, &out, 2.0, 5.0, 0.1, 10.0, 1.5, 0.0, "attr_keep"),
-            VRESULT_OK);
-  EXPECT_EQ(Count(out), 2);
+  EXPECT_EQ(JoinedCot(hooked, 2.0, 5.0, 0.1, 1.5), 2);
   EXPECT_EQ(union_cotangential_contours_xld(hooked, &out, -1.0, 5.0, 0.1, 10.0, 1.5, 0.0, "attr_keep"),
             VERR_CTRL_VALUE(0));
   EXPECT_EQ(union_cotangential_contours_xld(hooked, &out, 1.0, 5.0, 0.1, 10.0, 1.5, 0.0, "both"),

@@ -113,16 +113,14 @@ VEXA_OPERATOR(union_collinear_contours_xld) {
   if (rc != VRESULT_OK) return rc;
   std::vector<LineFit> fits;
   for (const XldPtr& x : in) fits.push_back(FitLine(*x));
-  return JoinRounds(ctx, in, 1, [&](const std::vector<XldPtr>& cs, bool* joined) {
-    return JoinContours(cs, [&](const ContourEnd& a, const ContourEnd& b) {
-      const LineFit& fa = fits[a.contour];
-      const LineFit& fb = fits[b.contour];
-      const EndPair e = PairOfEnds(*cs[a.contour], a.last, fa, *cs[b.contour], b.last, fb);
-      const bool ok = e.d <= abs_dist && e.d <= rel_dist * std::max(fa.length, fb.length) &&
-                      AngleBetween(e.ua, Reverse(e.ub)) <= max_angle && e.shift <= max_shift &&
-                      e.overlap <= max_shift;
-      return ok ? e.d : -1.0;
-    }, keep, joined);
+  auto line_at = [&](size_t contour, bool) -> const LineFit& { return fits[contour]; };
+  return JoinByEndLines(ctx, in, keep, line_at, [&](const EndPair& e, const LineFit& fa,
+                                                    const LineFit& fb, const ContourEnd&,
+                                                    const ContourEnd&) {
+    const bool ok = e.d <= abs_dist && e.d <= rel_dist * std::max(fa.length, fb.length) &&
+                    AngleBetween(e.ua, Reverse(e.ub)) <= max_angle && e.shift <= max_shift &&
+                    e.overlap <= max_shift;
+    return ok ? e.d : -1.0;
   });
 }
 

@@ -76,32 +76,30 @@ VEXA_OPERATOR(union_collinear_contours_ext_xld) {
   const double weights = w[0] + w[1] + w[2] + w[3] + w[4];
   std::vector<LineFit> fits;
   for (const XldPtr& x : in) fits.push_back(FitLine(*x));
-  return JoinRounds(ctx, in, 1, [&](const std::vector<XldPtr>& cs, bool* joined) {
-    return JoinContours(cs, [&](const ContourEnd& a, const ContourEnd& b) {
-      const LineFit& fa = fits[a.contour];
-      const LineFit& fb = fits[b.contour];
-      if (!HasDirection(fa) || !HasDirection(fb)) return -1.0;
-      const EndPair e = PairOfEnds(*cs[a.contour], a.last, fa, *cs[b.contour], b.last, fb);
-      const double angle = AngleBetween(e.ua, Reverse(e.ub));
-      if (e.d > abs_dist || e.d > rel_dist * std::max(fa.length, fb.length) || angle > max_angle ||
-          e.shift > max_shift || e.overlap > max_overlap)
-        return -1.0;
-      double sum2 = 0;
-      const std::vector<double> dist = CommonLineDistances(*cs[a.contour], *cs[b.contour]);
-      for (double v : dist) sum2 += v * v;
-      const double error = std::sqrt(sum2 / static_cast<double>(dist.size()));
-      if (error > max_error) return -1.0;
-      double link = 0;
-      if (e.d > 0) {
-        const Pt l{(e.pb.r - e.pa.r) / e.d, (e.pb.c - e.pa.c) / e.d};
-        link = std::max(LineAngle(l, e.ua), LineAngle(l, e.ub));
-      }
-      const double terms = w[0] * Share(e.d, abs_dist) + w[1] * Share(e.shift, max_shift) +
-                           w[2] * Share(angle, max_angle) + w[3] * link / (M_PI / 2) +
-                           w[4] * Share(error, max_error);
-      const double cost = weights > 0 ? terms / weights : 0.0;
-      return cost <= max_costs ? cost : -1.0;
-    }, keep, joined);
+  auto line_at = [&](size_t contour, bool) -> const LineFit& { return fits[contour]; };
+  return JoinByEndLines(ctx, in, keep, line_at, [&](const EndPair& e, const LineFit& fa,
+                                                    const LineFit& fb, const ContourEnd& a,
+                                                    const ContourEnd& b) {
+    if (!HasDirection(fa) || !HasDirection(fb)) return -1.0;
+    const double angle = AngleBetween(e.ua, Reverse(e.ub));
+    if (e.d > abs_dist || e.d > rel_dist * std::max(fa.length, fb.length) || angle > max_angle ||
+        e.shift > max_shift || e.overlap > max_overlap)
+      return -1.0;
+    double sum2 = 0;
+    const std::vector<double> dist = CommonLineDistances(*in[a.contour], *in[b.contour]);
+    for (double v : dist) sum2 += v * v;
+    const double error = std::sqrt(sum2 / static_cast<double>(dist.size()));
+    if (error > max_error) return -1.0;
+    double link = 0;
+    if (e.d > 0) {
+      const Pt l{(e.pb.r - e.pa.r) / e.d, (e.pb.c - e.pa.c) / e.d};
+      link = std::max(LineAngle(l, e.ua), LineAngle(l, e.ub));
+    }
+    const double terms = w[0] * Share(e.d, abs_dist) + w[1] * Share(e.shift, max_shift) +
+                         w[2] * Share(angle, max_angle) + w[3] * link / (M_PI / 2) +
+                         w[4] * Share(error, max_error);
+    const double cost = weights > 0 ? terms / weights : 0.0;
+    return cost <= max_costs ? cost : -1.0;
   });
 }
 
@@ -118,16 +116,16 @@ VEXA_OPERATOR(union_cotangential_contours_xld) {
   std::vector<LineFit> tangents;
   for (const XldPtr& x : in)
     for (bool last : {false, true}) tangents.push_back(TangentAt(*x, last, clip, length));
-  return JoinRounds(ctx, in, 1, [&](const std::vector<XldPtr>& cs, bool* joined) {
-    return JoinContours(cs, [&](const ContourEnd& a, const ContourEnd& b) {
-      const LineFit& ta = tangents[2 * a.contour + a.last];
-      const LineFit& tb = tangents[2 * b.contour + b.last];
-      if (!HasDirection(ta) || !HasDirection(tb)) return -1.0;
-      const EndPair e = PairOfEnds(*cs[a.contour], a.last, ta, *cs[b.contour], b.last, tb);
-      const bool ok = e.d <= max_dist && AngleBetween(e.ua, Reverse(e.ub)) <= max_angle &&
-                      e.shift <= max_perp && e.overlap <= max_overlap;
-      return ok ? e.d : -1.0;
-    }, keep, joined);
+  auto line_at = [&](size_t contour, bool last) -> const LineFit& {
+    return tangents[2 * contour + (last ? 1 : 0)];
+  };
+  return JoinByEndLines(ctx, in, keep, line_at, [&](const EndPair& e, const LineFit& ta,
+                                                    const LineFit& tb, const ContourEnd&,
+                                                    const ContourEnd&) {
+    if (!HasDirection(ta) || !HasDirection(tb)) return -1.0;
+    const bool ok = e.d <= max_dist && AngleBetween(e.ua, Reverse(e.ub)) <= max_angle &&
+                    e.shift <= max_perp && e.overlap <= max_overlap;
+    return ok ? e.d : -1.0;
   });
 }
 

@@ -25,6 +25,21 @@ Vresult JoinRounds(OpContext& ctx, std::vector<XldPtr> contours, long iterations
   return HandOverXlds(ctx, 1, contours);
 }
 
+// One round of joining the contours `in` (input 1) by lines at their ends:
+// line_at(contour, last) gives the line at an end, cost(pair, line_a,
+// line_b, end_a, end_b) scores a pair of ends (negative: not joined).
+template <class LineAt, class Cost>
+Vresult JoinByEndLines(OpContext& ctx, const std::vector<XldPtr>& in, bool keep, LineAt&& line_at,
+                       Cost&& cost) {
+  return JoinRounds(ctx, in, 1, [&](const std::vector<XldPtr>& cs, bool* joined) {
+    return JoinContours(cs, [&](const ContourEnd& a, const ContourEnd& b) {
+      const LineFit& fa = line_at(a.contour, a.last);
+      const LineFit& fb = line_at(b.contour, b.last);
+      return cost(PairOfEnds(*cs[a.contour], a.last, fa, *cs[b.contour], b.last, fb), fa, fb, a, b);
+    }, keep, joined);
+  });
+}
+
 inline Vresult GetAttribMode(const OpContext& ctx, int par, bool* keep) {
   int mode = 0;
   const Vresult rc = GetChoice(ctx, par, {"attr_keep", "attr_forget"}, &mode);
