@@ -1,6 +1,8 @@
 // Joining contours by weighted costs of their regression lines and by
-// tangents at their ends: pairs must join exactly when the costs or the
-// tangent angles computed here by hand allow it.
+// tangents at their ends, and along a reference line by a histogram of
+// distances: pairs must join exactly when the costs or the tangent angles
+// computed here by hand allow it; histograms are counted here point by
+// point.
 #include <cmath>
 
 #include "vexa/errors.h"
@@ -152,6 +154,62 @@ TEST_F(XldUnionExt, ClippingSkipsAHookAtTheEnd) {
   EXPECT_EQ(union_cotangential_contours_xld(hooked, &out, -1.0, 5.0, 0.1, 10.0, 1.5, 0.0, "attr_keep"),
             VERR_CTRL_VALUE(0));
   EXPECT_EQ(union_cotangential_contours_xld(hooked, &out, 1.0, 5.0, 0.1, 10.0, 1.5, 0.0, "both"),
+            VERR_CTRL_VALUE(6));
+}
+
+// ---- Histogram of distances from a reference line ---------------------------------------
+
+TEST_F(XldUnionExt, PiecesAtTheMostFrequentDistanceAreSelectedAndJoinedInOrder) {
+  // Reference line along the column axis: the signed distance is the row.
+  std::vector<std::pair<double, std::vector<double>>> pieces = {
+      {20, {0, 20}}, {5, {0, 10}}, {20, {50, 30}}, {40, {0, 30}}, {80, {0, 99}}, {20, {60, 80}}};
+  Vobject all;
+  ASSERT_EQ(gen_empty_obj(&all), VRESULT_OK);
+  std::vector<double> expected(101, 0.0);
+  for (const auto& p : pieces) {
+    const int c0 = static_cast<int>(p.second[0]), c1 = static_cast<int>(p.second[1]);
+    std::vector<double> rows, cols;
+    for (int k = 0; k <= std::abs(c1 - c0); ++k)
+      rows.push_back(p.first), cols.push_back(c0 + (c1 > c0 ? k : -k));
+    Vobject x;
+    ASSERT_EQ(gen_contour_polygon_xld(&x, Tuple(rows), Tuple(cols)), VRESULT_OK);
+    ASSERT_EQ(concat_obj(all, x, &all), VRESULT_OK);
+    if (p.first <= 50) expected[static_cast<size_t>(p.first + 50)] += static_cast<double>(rows.size());
+  }
+  Vobject joined, selected;
+  VTuple histo;
+  ASSERT_EQ(union_straight_contours_histo_xld(all, &joined, &selected, 0, 0, 0, 100, 4, 50, 1, &histo),
+            VRESULT_OK);
+  EXPECT_EQ(xld_test::Values(histo), expected);
+  EXPECT_EQ(Count(selected), 3);
+  ASSERT_EQ(Count(joined), 1);
+  VTuple r, c;
+  ASSERT_EQ(get_contour_xld(joined, &r, &c), VRESULT_OK);
+  ASSERT_EQ(c.Num(), 63);
+  for (Vlong i = 0; i < c.Num(); ++i) EXPECT_EQ(r[i].D(), 20);
+  for (Vlong i = 1; i < c.Num(); ++i) EXPECT_GT(c[i].D(), c[i - 1].D()) << i;
+
+  // A moving mean over three bins.
+  ASSERT_EQ(union_straight_contours_histo_xld(all, &joined, &selected, 0, 0, 0, 100, 4, 50, 3, &histo),
+            VRESULT_OK);
+  for (size_t k = 0; k < expected.size(); ++k) {
+    const size_t lo = k > 0 ? k - 1 : 0, hi = std::min(k + 1, expected.size() - 1);
+    double sum = 0;
+    for (size_t j = lo; j <= hi; ++j) sum += expected[j];
+    EXPECT_NEAR(histo[static_cast<Vlong>(k)].D(), sum / static_cast<double>(hi - lo + 1), 1e-12) << k;
+  }
+  // Nothing within max_width: an empty histogram selects nothing.
+  ASSERT_EQ(union_straight_contours_histo_xld(all, &joined, &selected, 200, 0, 200, 100, 4, 10, 1,
+                                              &histo),
+            VRESULT_OK);
+  EXPECT_EQ(histo.Num(), 21);
+  EXPECT_EQ(Count(joined), 0);
+  EXPECT_EQ(Count(selected), 0);
+  EXPECT_EQ(union_straight_contours_histo_xld(all, &joined, &selected, 3, 3, 3, 3, 4, 50, 1, &histo),
+            VERR_CTRL_VALUE(2));
+  EXPECT_EQ(union_straight_contours_histo_xld(all, &joined, &selected, 0, 0, 0, 100, 0, 50, 1, &histo),
+            VERR_CTRL_VALUE(4));
+  EXPECT_EQ(union_straight_contours_histo_xld(all, &joined, &selected, 0, 0, 0, 100, 4, 50, 2, &histo),
             VERR_CTRL_VALUE(6));
 }
 
