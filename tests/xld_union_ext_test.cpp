@@ -3,6 +3,7 @@
 // distances: pairs must join exactly when the costs or the tangent angles
 // computed here by hand allow it; histograms are counted here point by
 // point.
+#include <algorithm>
 #include <cmath>
 
 #include "vexa/errors.h"
@@ -211,6 +212,66 @@ TEST_F(XldUnionExt, PiecesAtTheMostFrequentDistanceAreSelectedAndJoinedInOrder) 
             VERR_CTRL_VALUE(4));
   EXPECT_EQ(union_straight_contours_histo_xld(all, &joined, &selected, 0, 0, 0, 100, 4, 50, 2, &histo),
             VERR_CTRL_VALUE(6));
+}
+
+// ---- Line-scan images ---------------------------------------------------------------------
+
+// Rows of a contour's points, sorted, and its columns.
+std::vector<double> SortedRows(const Vobject& x) {
+  VTuple r, c;
+  EXPECT_EQ(get_contour_xld(x, &r, &c), VRESULT_OK);
+  std::vector<double> v = xld_test::Values(r);
+  std::sort(v.begin(), v.end());
+  return v;
+}
+
+Vobject Vertical(double col, const std::vector<double>& rows) {
+  Vobject x;
+  EXPECT_EQ(gen_contour_polygon_xld(&x, Tuple(rows), Tuple(std::vector<double>(rows.size(), col))),
+            VRESULT_OK);
+  return x;
+}
+
+TEST_F(XldUnionExt, LineScanPiecesMeetingAtTheBorderJoinAndOthersPassUnchanged) {
+  // The previous image (10 rows) above: its row 9 becomes row -1.
+  const Vobject crossing_prev = Vertical(20, {5, 7, 9}), crossing_cur = Vertical(20, {0, 2, 4});
+  const Vobject far_prev = Vertical(40, {1, 3}), far_cur = Vertical(60, {3, 8});
+  const Vobject current = Both(crossing_cur, far_cur), previous = Both(crossing_prev, far_prev);
+  Vobject merged, ended;
+  ASSERT_EQ(merge_cont_line_scan_xld(current, previous, &merged, &ended, 10, 1.0, "top", 2), VRESULT_OK);
+  ASSERT_EQ(Count(merged), 2);
+  ASSERT_EQ(Count(ended), 1);
+  Vobject x;
+  ASSERT_EQ(select_obj(merged, &x, 1), VRESULT_OK);
+  EXPECT_EQ(SortedRows(x), (std::vector<double>{-5, -3, -1, 0, 2, 4}));
+  ASSERT_EQ(select_obj(merged, &x, 2), VRESULT_OK);
+  EXPECT_EQ(SortedRows(x), (std::vector<double>{3, 8}));
+  EXPECT_EQ(SortedRows(ended), (std::vector<double>{1, 3}));  // in its own image's rows
+  // One image only: the previous part is clipped away.
+  ASSERT_EQ(merge_cont_line_scan_xld(current, previous, &merged, &ended, 10, 1.0, "top", 1), VRESULT_OK);
+  ASSERT_EQ(select_obj(merged, &x, 1), VRESULT_OK);
+  EXPECT_EQ(SortedRows(x), (std::vector<double>{0, 2, 4}));
+  // Ends 0.5 from the border, 1 apart: a border of 0.4 joins nothing.
+  ASSERT_EQ(merge_cont_line_scan_xld(current, previous, &merged, &ended, 10, 0.4, "top", 2), VRESULT_OK);
+  EXPECT_EQ(Count(merged), 2);
+  EXPECT_EQ(Count(ended), 2);
+  // The previous image below: its row 0 becomes row 10, next to row 9.
+  ASSERT_EQ(merge_cont_line_scan_xld(Vertical(20, {5, 9}), Vertical(20, {0, 2}), &merged, &ended, 10,
+                                     1.0, "bottom", 2),
+            VRESULT_OK);
+  ASSERT_EQ(Count(merged), 1);
+  EXPECT_EQ(SortedRows(merged), (std::vector<double>{5, 9, 10, 12}));
+}
+
+TEST_F(XldUnionExt, LineScanParametersAreChecked) {
+  const Vobject c = Vertical(1, {0, 1});
+  Vobject merged, ended, polygon;
+  EXPECT_EQ(merge_cont_line_scan_xld(c, c, &merged, &ended, 0, 1.0, "top", 2), VERR_CTRL_VALUE(0));
+  EXPECT_EQ(merge_cont_line_scan_xld(c, c, &merged, &ended, 10, -1.0, "top", 2), VERR_CTRL_VALUE(1));
+  EXPECT_EQ(merge_cont_line_scan_xld(c, c, &merged, &ended, 10, 1.0, "left", 2), VERR_CTRL_VALUE(2));
+  EXPECT_EQ(merge_cont_line_scan_xld(c, c, &merged, &ended, 10, 1.0, "top", 0), VERR_CTRL_VALUE(3));
+  ASSERT_EQ(gen_polygons_xld(c, &polygon, "ramer", 1.0), VRESULT_OK);
+  EXPECT_EQ(merge_cont_line_scan_xld(polygon, c, &merged, &ended, 10, 1.0, "top", 2), VERR_OBJ_CLASS(1));
 }
 
 }  // namespace

@@ -53,7 +53,8 @@ XldPtr Concatenate(const std::vector<XldPtr>& in, const std::vector<std::pair<si
 }  // namespace
 
 std::vector<XldPtr> JoinContours(const std::vector<XldPtr>& in, const JoinCost& cost,
-                                 bool keep_attribs, bool* joined) {
+                                 bool keep_attribs, bool* joined,
+                                 std::vector<std::vector<size_t>>* chains) {
   const size_t n = in.size();
   auto joinable = [&](size_t i) { return in[i]->size() > 0 && !IsClosed(*in[i]); };
   std::vector<Candidate> cands;
@@ -90,6 +91,7 @@ std::vector<XldPtr> JoinContours(const std::vector<XldPtr>& in, const JoinCost& 
     if (!joinable(i)) {
       used[i] = 1;
       out.push_back(in[i]);
+      if (chains) chains->push_back({i});
       continue;
     }
     const bool first_free = partner[2 * i] < 0, last_free = partner[2 * i + 1] < 0;
@@ -106,6 +108,10 @@ std::vector<XldPtr> JoinContours(const std::vector<XldPtr>& in, const JoinCost& 
       reversed = (exit_partner & 1) != 0;  // entered at its last point
     }
     out.push_back(Concatenate(in, chain, keep_attribs));
+    if (chains) {
+      chains->emplace_back();
+      for (const auto& piece : chain) chains->back().push_back(piece.first);
+    }
   }
   return out;
 }

@@ -30,9 +30,11 @@ using JoinCost = std::function<double(const ContourEnd&, const ContourEnd&)>;
 // `keep_attribs`, the per-point attributes that all pieces of a chain
 // have are kept (values as they were); else there are none. Closed
 // contours and contours without points pass unchanged. *joined tells
-// whether any pair was joined.
+// whether any pair was joined; `chains`, when given, receives for each
+// result the indices of the inputs it was made of.
 std::vector<XldPtr> JoinContours(const std::vector<XldPtr>& in, const JoinCost& cost,
-                                 bool keep_attribs, bool* joined);
+                                 bool keep_attribs, bool* joined,
+                                 std::vector<std::vector<size_t>>* chains = nullptr);
 
 // The point at an end, and the unit direction in which the contour runs
 // out of it, from the point `back` points before the end.
