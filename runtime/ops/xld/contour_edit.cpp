@@ -1,46 +1,18 @@
-// Editing contours: closing, clipping to rectangles, clipping end points,
-// smoothing; selecting and sorting contours. Pieces keep the per-point
+// Editing contours: closing, clipping to rectangles, clipping end points;
+// selecting and sorting contours. Pieces keep the per-point
 // attributes of their points; points made on a clipping border take the
 // interpolated attribute values.
 #include <algorithm>
 #include <cmath>
 #include <numeric>
 
+#include "contour_pieces.h"
 #include "registry.h"
 #include "xld_geometry.h"
 
 namespace vexa {
 namespace xld {
 namespace {
-
-// Builds a contour from points of `src`, each either a source point i or
-// a point at fraction t of the way from i to i + 1.
-class PieceBuilder {
- public:
-  explicit PieceBuilder(const Xld& src) : src_(src) { Reset(); }
-  void Add(size_t i, double t = 0) {
-    const size_t j = t > 0 ? i + 1 : i;
-    auto mix = [&](double a, double b) { return a + t * (b - a); };
-    piece_->rows.push_back(static_cast<float>(mix(src_.rows[i], src_.rows[j])));
-    piece_->cols.push_back(static_cast<float>(mix(src_.cols[i], src_.cols[j])));
-    for (size_t k = 0; k < src_.attribs.size(); ++k)
-      piece_->attribs[k].values.push_back(mix(src_.attribs[k].values[i], src_.attribs[k].values[j]));
-  }
-  // Ends the piece; pieces of fewer than two points are dropped.
-  void Finish(std::vector<XldPtr>* out) {
-    if (piece_->size() > 1) out->push_back(piece_);
-    Reset();
-  }
-
- private:
-  void Reset() {
-    piece_ = std::make_shared<Xld>();
-    piece_->globals = src_.globals;
-    for (const XldAttrib& a : src_.attribs) piece_->attribs.push_back({a.name, {}});
-  }
-  const Xld& src_;
-  std::shared_ptr<Xld> piece_;
-};
 
 // The parts of each contour inside the rectangle. With `exact`, segments
 // are cut where they cross the border (Liang-Barsky); otherwise only
@@ -282,44 +254,6 @@ VEXA_OPERATOR(sort_contours_xld) {
   std::vector<Vkey> keys;
   for (size_t i : idx) keys.push_back(ctx.InpObjKey(1, static_cast<Vlong>(i)));
   return PassOnKeys(ctx, 1, keys);
-}
-
-// Each point projected onto the regression line of the
-// num_regression_points (odd, >= 3) points centred on it; windows shrink
-// at the ends of open contours and wrap round closed ones.
-VEXA_OPERATOR(smooth_contours_xld) {
-  std::vector<XldPtr> xs;
-  Vlong num = 0;
-  Vresult rc = InpXlds(ctx, 1, VOBJ_XLD_CONT, &xs);
-  if (rc == VRESULT_OK) rc = ctx.GetLong(0, &num);
-  if (rc != VRESULT_OK) return rc;
-  if (num < 3 || num % 2 == 0 || num > 100001) return VERR_CTRL_VALUE(0);
-  const long half = static_cast<long>(num / 2);
-  std::vector<XldPtr> out;
-  for (const XldPtr& x : xs) {
-    auto y = std::make_shared<Xld>(*x);
-    const bool closed = IsClosed(*x);
-    const long n = static_cast<long>(x->size()) - (closed ? 1 : 0);
-    for (long i = 0; i < n && n > 2; ++i) {
-      const long h = closed ? std::min(half, (n - 1) / 2) : std::min({half, i, n - 1 - i});
-      double mr = 0, mc = 0, srr = 0, scc = 0, src = 0;
-      const double m = 2.0 * h + 1;
-      auto at = [&](long k) { return static_cast<size_t>(((k % n) + n) % n); };
-      for (long k = i - h; k <= i + h; ++k) mr += x->rows[at(k)] / m, mc += x->cols[at(k)] / m;
-      for (long k = i - h; k <= i + h; ++k) {
-        const double a = x->rows[at(k)] - mr, b = x->cols[at(k)] - mc;
-        srr += a * a, scc += b * b, src += a * b;
-      }
-      const double theta = 0.5 * std::atan2(2 * src, scc - srr);
-      const double dr = std::sin(theta), dc = std::cos(theta);
-      const double t = (x->rows[static_cast<size_t>(i)] - mr) * dr + (x->cols[static_cast<size_t>(i)] - mc) * dc;
-      y->rows[static_cast<size_t>(i)] = static_cast<float>(mr + t * dr);
-      y->cols[static_cast<size_t>(i)] = static_cast<float>(mc + t * dc);
-    }
-    if (closed && n > 2) y->rows.back() = y->rows.front(), y->cols.back() = y->cols.front();
-    out.push_back(y);
-  }
-  return HandOverXlds(ctx, 1, out);
 }
 
 }  // namespace xld

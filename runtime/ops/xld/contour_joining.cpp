@@ -53,7 +53,8 @@ XldPtr Concatenate(const std::vector<XldPtr>& in, const std::vector<std::pair<si
 }  // namespace
 
 std::vector<XldPtr> JoinContours(const std::vector<XldPtr>& in, const JoinCost& cost,
-                                 bool keep_attribs, bool* joined) {
+                                 bool keep_attribs, bool* joined,
+                                 std::vector<std::vector<size_t>>* chains) {
   const size_t n = in.size();
   auto joinable = [&](size_t i) { return in[i]->size() > 0 && !IsClosed(*in[i]); };
   std::vector<Candidate> cands;
@@ -90,6 +91,7 @@ std::vector<XldPtr> JoinContours(const std::vector<XldPtr>& in, const JoinCost& 
     if (!joinable(i)) {
       used[i] = 1;
       out.push_back(in[i]);
+      if (chains) chains->push_back({i});
       continue;
     }
     const bool first_free = partner[2 * i] < 0, last_free = partner[2 * i + 1] < 0;
@@ -106,6 +108,10 @@ std::vector<XldPtr> JoinContours(const std::vector<XldPtr>& in, const JoinCost& 
       reversed = (exit_partner & 1) != 0;  // entered at its last point
     }
     out.push_back(Concatenate(in, chain, keep_attribs));
+    if (chains) {
+      chains->emplace_back();
+      for (const auto& piece : chain) chains->back().push_back(piece.first);
+    }
   }
   return out;
 }
@@ -149,6 +155,34 @@ Pt OutwardAt(const LineFit& fit, const Xld& x, bool last) {
 }
 
 double Distance(const Pt& a, const Pt& b) { return std::hypot(a.r - b.r, a.c - b.c); }
+
+double LineDistance(const LineFit& f, const Pt& p) {
+  return std::fabs((p.r - f.centre.r) * f.dir.c - (p.c - f.centre.c) * f.dir.r);
+}
+
+Pt Reverse(const Pt& u) { return {-u.r, -u.c}; }
+
+EndPair PairOfEnds(const Xld& xa, bool a_last, const LineFit& fa, const Xld& xb, bool b_last,
+                   const LineFit& fb) {
+  EndPair e;
+  e.pa = EndPoint(xa, a_last), e.pb = EndPoint(xb, b_last);
+  e.ua = OutwardAt(fa, xa, a_last), e.ub = OutwardAt(fb, xb, b_last);
+  e.d = Distance(e.pa, e.pb);
+  e.shift = std::max(LineDistance(fa, e.pb), LineDistance(fb, e.pa));
+  e.overlap = std::max(0.0, -((e.pb.r - e.pa.r) * e.ua.r + (e.pb.c - e.pa.c) * e.ua.c));
+  return e;
+}
+
+std::vector<double> CommonLineDistances(const Xld& xa, const Xld& xb) {
+  Xld both;
+  both.rows = xa.rows, both.cols = xa.cols;
+  both.rows.insert(both.rows.end(), xb.rows.begin(), xb.rows.end());
+  both.cols.insert(both.cols.end(), xb.cols.begin(), xb.cols.end());
+  const LineFit f = FitLine(both);
+  std::vector<double> d(both.size());
+  for (size_t i = 0; i < both.size(); ++i) d[i] = LineDistance(f, {both.rows[i], both.cols[i]});
+  return d;
+}
 
 double AngleBetween(const Pt& u, const Pt& v) {
   return std::acos(std::clamp(u.r * v.r + u.c * v.c, -1.0, 1.0));

@@ -30,9 +30,11 @@ using JoinCost = std::function<double(const ContourEnd&, const ContourEnd&)>;
 // `keep_attribs`, the per-point attributes that all pieces of a chain
 // have are kept (values as they were); else there are none. Closed
 // contours and contours without points pass unchanged. *joined tells
-// whether any pair was joined.
+// whether any pair was joined; `chains`, when given, receives for each
+// result the indices of the inputs it was made of.
 std::vector<XldPtr> JoinContours(const std::vector<XldPtr>& in, const JoinCost& cost,
-                                 bool keep_attribs, bool* joined);
+                                 bool keep_attribs, bool* joined,
+                                 std::vector<std::vector<size_t>>* chains = nullptr);
 
 // The point at an end, and the unit direction in which the contour runs
 // out of it, from the point `back` points before the end.
@@ -52,6 +54,27 @@ LineFit FitLine(const Xld& x);
 Pt OutwardAt(const LineFit& fit, const Xld& x, bool last);
 
 double Distance(const Pt& a, const Pt& b);
+
+// Distance from p to the (infinite) line of `f`.
+double LineDistance(const LineFit& f, const Pt& p);
+
+Pt Reverse(const Pt& u);
+
+// Two ends about to be joined, each with a line through its contour
+// directed out of it: the end points, the outward directions, their gap
+// d, how far each end point lies off the other's line (the larger:
+// shift), and how far the second end lies back along the first's
+// direction (overlap, 0 when it lies ahead).
+struct EndPair {
+  Pt pa, pb, ua, ub;
+  double d = 0, shift = 0, overlap = 0;
+};
+EndPair PairOfEnds(const Xld& xa, bool a_last, const LineFit& fa, const Xld& xb, bool b_last,
+                   const LineFit& fb);
+
+// The regression line of the points of two contours together and each
+// point's distance to it.
+std::vector<double> CommonLineDistances(const Xld& xa, const Xld& xb);
 
 // Angle in [0, pi] between two unit directions.
 double AngleBetween(const Pt& u, const Pt& v);

@@ -32,10 +32,12 @@
 //             beyond 1e6) join by d and the tangent angle alone. Up to
 //             `iterations` rounds.
 // Costs rank the pairs: each end joins at most once, the cheapest first.
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
 #include "contour_joining.h"
+#include "union_params.h"
 #include "registry.h"
 #include "xld_geometry.h"
 
@@ -44,53 +46,6 @@ namespace xld {
 namespace {
 
 constexpr size_t kTangentPoints = 5;
-constexpr long kMaxIterations = 1000000;
-
-// Runs `round` on the contours of input 1 until it joins nothing or
-// `iterations` rounds are done, and hands over the result.
-template <class Round>
-Vresult JoinRounds(OpContext& ctx, std::vector<XldPtr> contours, long iterations, Round&& round) {
-  for (long k = 0; k < iterations; ++k) {
-    bool joined = false;
-    contours = round(contours, &joined);
-    if (!joined) break;
-  }
-  return HandOverXlds(ctx, 1, contours);
-}
-
-Vresult GetAttribMode(const OpContext& ctx, int par, bool* keep) {
-  int mode = 0;
-  const Vresult rc = GetChoice(ctx, par, {"attr_keep", "attr_forget"}, &mode);
-  *keep = mode == 0;
-  return rc;
-}
-
-// A non-negative real control value.
-Vresult GetNonNegative(const OpContext& ctx, int par, double* v) {
-  const Vresult rc = GetFinite(ctx, par, v);
-  return rc != VRESULT_OK ? rc : *v >= 0 ? VRESULT_OK : VERR_CTRL_VALUE(par);
-}
-
-// "maximum" or a count of at least 1.
-Vresult GetIterations(const OpContext& ctx, int par, long* n) {
-  const char* s = nullptr;
-  if (ctx.GetString(par, &s) == VRESULT_OK) {
-    *n = kMaxIterations;
-    return std::string(s) == "maximum" ? VRESULT_OK : VERR_CTRL_VALUE(par);
-  }
-  Vlong v = 0;
-  const Vresult rc = ctx.GetLong(par, &v);
-  if (rc != VRESULT_OK) return rc;
-  if (v < 1 || v > kMaxIterations) return VERR_CTRL_VALUE(par);
-  *n = static_cast<long>(v);
-  return VRESULT_OK;
-}
-
-double LineDistance(const LineFit& f, const Pt& p) {
-  return std::fabs((p.r - f.centre.r) * f.dir.c - (p.c - f.centre.c) * f.dir.r);
-}
-
-Pt Reverse(const Pt& u) { return {-u.r, -u.c}; }
 
 struct CircleFit {
   bool ok = false;
@@ -158,19 +113,14 @@ VEXA_OPERATOR(union_collinear_contours_xld) {
   if (rc != VRESULT_OK) return rc;
   std::vector<LineFit> fits;
   for (const XldPtr& x : in) fits.push_back(FitLine(*x));
-  return JoinRounds(ctx, in, 1, [&](const std::vector<XldPtr>& cs, bool* joined) {
-    return JoinContours(cs, [&](const ContourEnd& a, const ContourEnd& b) {
-      const LineFit& fa = fits[a.contour];
-      const LineFit& fb = fits[b.contour];
-      const Pt pa = EndPoint(*cs[a.contour], a.last), pb = EndPoint(*cs[b.contour], b.last);
-      const Pt ua = OutwardAt(fa, *cs[a.contour], a.last), ub = OutwardAt(fb, *cs[b.contour], b.last);
-      const double d = Distance(pa, pb);
-      const bool ok = d <= abs_dist && d <= rel_dist * std::max(fa.length, fb.length) &&
-                      AngleBetween(ua, Reverse(ub)) <= max_angle &&
-                      LineDistance(fa, pb) <= max_shift && LineDistance(fb, pa) <= max_shift &&
-                      (pb.r - pa.r) * ua.r + (pb.c - pa.c) * ua.c >= -max_shift;
-      return ok ? d : -1.0;
-    }, keep, joined);
+  auto line_at = [&](size_t contour, bool) -> const LineFit& { return fits[contour]; };
+  return JoinByEndLines(ctx, in, keep, line_at, [&](const EndPair& e, const LineFit& fa,
+                                                    const LineFit& fb, const ContourEnd&,
+                                                    const ContourEnd&) {
+    const bool ok = e.d <= abs_dist && e.d <= rel_dist * std::max(fa.length, fb.length) &&
+                    AngleBetween(e.ua, Reverse(e.ub)) <= max_angle && e.shift <= max_shift &&
+                    e.overlap <= max_shift;
+    return ok ? e.d : -1.0;
   });
 }
 
@@ -199,15 +149,9 @@ VEXA_OPERATOR(union_straight_contours_xld) {
       const double d = Distance(pa, pb);
       if (d > max_dist || AngleBetween(ua, Reverse(ub)) > max_diff) return -1.0;
       if (mode == 0 && (pb.r - pa.r) * ua.r + (pb.c - pa.c) * ua.c < 0) return -1.0;
-      Xld both;
-      both.rows = xa.rows, both.cols = xa.cols;
-      both.rows.insert(both.rows.end(), xb.rows.begin(), xb.rows.end());
-      both.cols.insert(both.cols.end(), xb.cols.begin(), xb.cols.end());
-      const LineFit f = FitLine(both);
-      size_t near = 0;
-      for (size_t i = 0; i < both.size(); ++i)
-        near += LineDistance(f, {both.rows[i], both.cols[i]}) <= max_dist;
-      return 100.0 * near >= percent * both.size() ? d : -1.0;
+      const std::vector<double> dist = CommonLineDistances(xa, xb);
+      const auto near = std::count_if(dist.begin(), dist.end(), [&](double v) { return v <= max_dist; });
+      return 100.0 * static_cast<double>(near) >= percent * static_cast<double>(dist.size()) ? d : -1.0;
     }, true, joined);
   });
 }

@@ -1,5 +1,5 @@
-// Distances of contour points to a given ellipse: least, largest, mean and
-// standard deviation per contour.
+// Distances of contour points to a given ellipse: each point's, or the
+// least, largest, mean and standard deviation per contour.
 #include <algorithm>
 #include <cmath>
 
@@ -57,6 +57,50 @@ double AlgebraicDistance(double a, double b, double u, double v) {
   return g > 0 ? std::fabs(f) / g : b;
 }
 
+// An ellipse read from five controls (row, column, phi, radius1,
+// radius2), held in the frame the distances need: u along the longer half
+// axis a, v along the shorter b.
+class EllipseFrame {
+ public:
+  Vresult Read(const OpContext& ctx, int first_par) {
+    double e[5];
+    for (int k = 0; k < 5; ++k) {
+      const Vresult rc = GetFinite(ctx, first_par + k, &e[k]);
+      if (rc != VRESULT_OK) return rc;
+    }
+    if (!(e[3] > 0)) return VERR_CTRL_VALUE(first_par + 3);
+    if (!(e[4] > 0)) return VERR_CTRL_VALUE(first_par + 4);
+    double phi = e[2];
+    row_ = e[0], col_ = e[1], a_ = e[3], b_ = e[4];
+    if (b_ > a_) {
+      std::swap(a_, b_);
+      phi += M_PI / 2;
+    }
+    cs_ = std::cos(phi), sn_ = std::sin(phi);
+    return VRESULT_OK;
+  }
+
+  // "geometric" or, with `algebraic`, the first-order distance of q.
+  double Distance(const Pt& q, bool algebraic) const {
+    const double dr = q.r - row_, dc = q.c - col_;
+    const double u = dc * cs_ - dr * sn_, v = -dc * sn_ - dr * cs_;
+    return algebraic ? AlgebraicDistance(a_, b_, u, v) : GeometricDistance(a_, b_, u, v);
+  }
+
+ private:
+  double row_ = 0, col_ = 0, cs_ = 1, sn_ = 0, a_ = 1, b_ = 1;
+};
+
+// The distance mode at control 0 and clipping_end_points at `clip_par`.
+Vresult ReadModeAndClipping(const OpContext& ctx, int clip_par, bool* algebraic, FitOptions* o) {
+  int mode = 0;
+  Vresult rc = GetChoice(ctx, 0, {"algebraic", "geometric"}, &mode);
+  if (rc == VRESULT_OK) rc = ctx.GetLong(clip_par, &o->clipping_end_points);
+  if (rc != VRESULT_OK) return rc;
+  *algebraic = mode == 0;
+  return o->clipping_end_points < 0 ? VERR_CTRL_VALUE(clip_par) : VRESULT_OK;
+}
+
 }  // namespace
 
 // One value per contour in each output. The contour's points are chosen
@@ -64,35 +108,22 @@ double AlgebraicDistance(double a, double b, double u, double v) {
 // contours); phi is the angle of radius1's axis.
 VEXA_OPERATOR(dist_ellipse_contour_xld) {
   std::vector<XldPtr> xs;
-  int mode = 0;
+  bool algebraic = false;
   FitOptions o;
-  double e[5];
+  EllipseFrame ellipse;
   Vresult rc = InpXlds(ctx, 1, VOBJ_XLD_CONT, &xs);
-  if (rc == VRESULT_OK) rc = GetChoice(ctx, 0, {"algebraic", "geometric"}, &mode);
+  if (rc == VRESULT_OK) rc = ReadModeAndClipping(ctx, 2, &algebraic, &o);
   if (rc == VRESULT_OK) rc = ctx.GetLong(1, &o.max_num_points);
-  if (rc == VRESULT_OK) rc = ctx.GetLong(2, &o.clipping_end_points);
-  for (int k = 0; rc == VRESULT_OK && k < 5; ++k) rc = GetFinite(ctx, 3 + k, &e[k]);
+  if (rc == VRESULT_OK) rc = ellipse.Read(ctx, 3);
   if (rc != VRESULT_OK) return rc;
   if (o.max_num_points != -1 && o.max_num_points < 3) return VERR_CTRL_VALUE(1);
-  if (o.clipping_end_points < 0) return VERR_CTRL_VALUE(2);
-  if (!(e[3] > 0)) return VERR_CTRL_VALUE(6);
-  if (!(e[4] > 0)) return VERR_CTRL_VALUE(7);
-  // The longer half axis becomes the frame's u axis.
-  double phi = e[2], a = e[3], b = e[4];
-  if (b > a) {
-    std::swap(a, b);
-    phi += M_PI / 2;
-  }
-  const double cs = std::cos(phi), sn = std::sin(phi);
   std::vector<double> out[4];
   for (const XldPtr& x : xs) {
     const std::vector<Pt> p = SelectFitPoints(*x, o).p;
     if (p.empty()) return VERR_EMPTY_OBJECT;
     double lo = INFINITY, hi = 0, sum = 0, sum2 = 0;
     for (const Pt& q : p) {
-      const double dr = q.r - e[0], dc = q.c - e[1];
-      const double u = dc * cs - dr * sn, v = -dc * sn - dr * cs;
-      const double d = mode == 0 ? AlgebraicDistance(a, b, u, v) : GeometricDistance(a, b, u, v);
+      const double d = ellipse.Distance(q, algebraic);
       lo = std::min(lo, d);
       hi = std::max(hi, d);
       sum += d;
@@ -106,6 +137,24 @@ VEXA_OPERATOR(dist_ellipse_contour_xld) {
   }
   for (int k = 0; rc == VRESULT_OK && k < 4; ++k) rc = ctx.SetOutpDoubles(k, out[k]);
   return rc;
+}
+
+// The distance of each point of one contour, chosen as by
+// dist_ellipse_contour_xld with all points: clipping_end_points left out
+// at each end of an open contour, a closed contour's repeated last point
+// dropped; none left gives an empty tuple.
+VEXA_OPERATOR(dist_ellipse_contour_points_xld) {
+  XldPtr x;
+  bool algebraic = false;
+  FitOptions o;
+  EllipseFrame ellipse;
+  Vresult rc = InpSingleXld(ctx, 1, VOBJ_XLD_CONT, &x);
+  if (rc == VRESULT_OK) rc = ReadModeAndClipping(ctx, 1, &algebraic, &o);
+  if (rc == VRESULT_OK) rc = ellipse.Read(ctx, 2);
+  if (rc != VRESULT_OK) return rc;
+  std::vector<double> d;
+  for (const Pt& q : SelectFitPoints(*x, o).p) d.push_back(ellipse.Distance(q, algebraic));
+  return ctx.SetOutpDoubles(0, d);
 }
 
 }  // namespace xld
