@@ -62,7 +62,9 @@ Vresult ReadKeyedTextFile(const char* name, const char* format, std::vector<Keye
   io::Bytes bytes;
   const Vresult rc = io::ReadWholeFile(name, &bytes);
   if (rc != VRESULT_OK) return rc;
-  if (std::memchr(bytes.data(), '\0', bytes.size()) != nullptr) return VERR_FILE_FORMAT;
+  // An empty file has no bytes to look at (and data() may be null).
+  if (!bytes.empty() && std::memchr(bytes.data(), '\0', bytes.size()) != nullptr)
+    return VERR_FILE_FORMAT;
   const std::vector<std::string> text = ContentLines(std::string(bytes.begin(), bytes.end()));
   KeyedLine header;
   if (text.empty() || !SplitKeyValue(text[0], &header) || header.key != format)
