@@ -1,13 +1,10 @@
 // Camera parameters and poses through text files and serialised items:
 // exact round trips, the written text, and damaged files and items.
-#include <stdlib.h>
-
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "camera_test_support.h"
+#include "scratch_dir.h"
 
 namespace {
 
@@ -17,30 +14,18 @@ using namespace Vexa;
 
 class CameraFilesTest : public LeakCheckedTest {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/vexa_cam_XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
-    LeakCheckedTest::SetUp();
-  }
   void TearDown() override {
     EXPECT_EQ(clear_all_serialized_items(), VRESULT_OK);
     LeakCheckedTest::TearDown();
-    std::filesystem::remove_all(dir_);
   }
-  std::string Path(const std::string& name) const { return dir_ + "/" + name; }
+  std::string Path(const std::string& name) const { return scratch_.Path(name); }
   std::string Put(const std::string& name, const std::string& text) const {
-    std::ofstream(Path(name), std::ios::binary) << text;
-    return Path(name);
+    return scratch_.Put(name, text);
   }
-  std::string Get(const std::string& path) const {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-  }
+  static std::string Get(const std::string& path) { return ScratchDir::Get(path); }
 
  private:
-  std::string dir_;
+  ScratchDir scratch_;
 };
 
 // Same length, types and values bit for bit.

@@ -3,13 +3,9 @@
 // code, files cut at every length, and the writer's refusals.
 #include <gtest/gtest.h>
 
-#include <stdlib.h>
-
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -17,6 +13,7 @@
 #include <vexaobj/VConvol.h>
 
 #include "control_test_support.h"
+#include "scratch_dir.h"
 
 using namespace Vexa;
 using control_test::ExpectRaise;
@@ -56,29 +53,17 @@ std::string Join(const std::vector<std::string>& words) {
 
 class GeometryFiles : public control_test::ThrowingTest {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/vexa_mask_XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
-  }
-  void TearDown() override { std::filesystem::remove_all(dir_); }
-
-  std::string Path(const std::string& name) const { return dir_ + "/" + name; }
+  std::string Path(const std::string& name) const { return scratch_.Path(name); }
   std::string Put(const std::string& name, const std::string& text) const {
-    std::ofstream(Path(name), std::ios::binary) << text;
-    return Path(name);
+    return scratch_.Put(name, text);
   }
-  std::string Get(const std::string& path) const {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-  }
+  static std::string Get(const std::string& path) { return ScratchDir::Get(path); }
   // The message the reader gives for `path`.
   static std::string About(const std::string& path, const std::string& what) {
     return "filter mask file '" + path + "': " + what;
   }
 
-  std::string dir_;
+  ScratchDir scratch_;
   std::mt19937 rng_{20240611};
 };
 
@@ -191,7 +176,8 @@ TEST_F(GeometryFiles, ReaderNamesEveryFault) {
               About(missing, "cannot open: No such file or directory"), VERR_FILE_NOT_FOUND);
   ExpectRaise([] { VConvolInt::ReadFile(nullptr); }, kReadInt, "filter mask file name missing",
               VERR_FILE_NOT_FOUND);
-  ExpectRaise([&] { VConvolInt::ReadFile(dir_.c_str()); }, kReadInt, About(dir_, "cannot read"),
+  const std::string& dir = scratch_.dir();
+  ExpectRaise([&] { VConvolInt::ReadFile(dir.c_str()); }, kReadInt, About(dir, "cannot read"),
               VERR_FILE_READ);
 
   // The real form: numbers of its own shape, the form, the mask's size.
